@@ -1,0 +1,25 @@
+# Flags of every target of the project, carried by one interface target.
+add_library(tolvane_flags INTERFACE)
+target_compile_options(tolvane_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+  # Same bits on every machine: products and sums are rounded one by one, never fused.
+  -ffp-contract=off
+  # Assertions name a source file by its place in the project, not on the building machine.
+  -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+# GCC 12 warns of impossible overlaps inside its own std::string operator+ (its bug 105651).
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(tolvane_flags INTERFACE -Wno-restrict)
+endif()
+if(TOLVANE_WERROR)
+  target_compile_options(tolvane_flags INTERFACE -Werror)
+endif()
+if(TOLVANE_SANITIZE)
+  target_compile_options(tolvane_flags INTERFACE -fsanitize=${TOLVANE_SANITIZE}
+    -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(tolvane_flags INTERFACE -fsanitize=${TOLVANE_SANITIZE})
+endif()
+if(TOLVANE_COVERAGE)
+  target_compile_options(tolvane_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(tolvane_flags INTERFACE --coverage)
+  target_compile_definitions(tolvane_flags INTERFACE TOLVANE_COVERAGE)
+endif()
