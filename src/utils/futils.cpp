@@ -1,0 +1,77 @@
+#include "utils/futils.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <istream>
+#include <ostream>
+
+namespace futils {
+
+bool isFile(const std::string& name) {
+    struct stat status {};
+    if (::stat(name.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return false;
+    return ::faccessat(AT_FDCWD, name.c_str(), R_OK, AT_EACCESS) == 0;
+}
+
+bool createFile(const std::string& name) {
+    return std::ofstream(name, std::ios::trunc).good();
+}
+
+std::string extensionFile(const std::string& name) {
+    const std::size_t point = name.rfind('.');
+    return point == std::string::npos ? "" : name.substr(point + 1);
+}
+
+bool isSameFile(const std::string& a, const std::string& b) {
+    struct stat status_a {
+    }, status_b{};
+    const bool a_exists = ::stat(a.c_str(), &status_a) == 0;
+    const bool b_exists = ::stat(b.c_str(), &status_b) == 0;
+    if (a_exists && b_exists)
+        return S_ISREG(status_a.st_mode) && status_a.st_dev == status_b.st_dev &&
+               status_a.st_ino == status_b.st_ino;
+    if (a_exists != b_exists) return false;
+    std::error_code failure;
+    const auto path_a = std::filesystem::weakly_canonical(a, failure);
+    const auto path_b = std::filesystem::weakly_canonical(b, failure);
+    return !failure && path_a == path_b;
+}
+
+std::string cannotOpen(const std::string& name) {
+    return name + " is impossible to open, check file existence or reading permissions";
+}
+
+std::string cannotCreate(const std::string& name) {
+    return name + " is impossible to create, check writing permissions";
+}
+
+void bool2binary(const std::vector<bool>& bits, std::ostream& stream) {
+    const auto count = static_cast<std::int32_t>(bits.size());
+    stream.write(reinterpret_cast<const char*>(&count), sizeof count);
+    for (std::size_t first = 0; first < bits.size(); first += 8) {
+        unsigned byte = 0;
+        for (std::size_t bit = 0; bit < 8 && first + bit < bits.size(); ++bit)
+            byte |= static_cast<unsigned>(bits[first + bit]) << bit;
+        stream.put(static_cast<char>(byte));
+    }
+}
+
+bool binary2bool(std::vector<bool>& bits, std::istream& stream) {
+    bits.clear();
+    std::int32_t count = 0;
+    if (!stream.read(reinterpret_cast<char*>(&count), sizeof count) || count < 0) return false;
+    // Grows with the bytes that are really there, so a damaged count can't claim memory.
+    for (std::int32_t first = 0; first < count; first += 8) {
+        char byte = 0;
+        if (!stream.get(byte)) return false;
+        for (int bit = 0; bit < 8 && first + bit < count; ++bit) bits.push_back((byte >> bit) & 1);
+    }
+    return true;
+}
+
+}  // namespace futils

@@ -1,0 +1,90 @@
+#include "utils/lfile.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <mutex>
+
+#include "utils/futils.h"
+
+lfile LOG;
+
+namespace {
+
+void writeConsole(const std::string& text) {
+    std::cout << text << std::flush;
+}
+
+std::string coloured(const std::string& word) {
+    return "\033[33m" + word + "\033[0m";
+}
+
+}  // namespace
+
+std::string lfile::nameFor(const std::string& name) {
+    return futils::extensionFile(name) == "log" ? name : name + ".log";
+}
+
+bool lfile::open(std::string name) {
+    file = nameFor(name);
+    stream.open(file, std::ios::out | std::ios::trunc);
+    return stream.good();
+}
+
+void lfile::close() {
+    stream.close();
+}
+
+std::string lfile::getPrefix(const std::string& text) {
+    return text.substr(0, text.rfind('.'));
+}
+
+void lfile::print(const std::string& text) {
+    printL(text);
+    printC(text);
+}
+
+void lfile::println(const std::string& text) {
+    print(text + "\n");
+}
+
+void lfile::printC(const std::string& text) {
+    if (verbose_c) writeConsole(text);
+}
+
+void lfile::printlnC(const std::string& text) {
+    printC(text + "\n");
+}
+
+void lfile::printL(const std::string& text) {
+    if (verbose_l) writeLog(text);
+}
+
+void lfile::printlnL(const std::string& text) {
+    printL(text + "\n");
+}
+
+void lfile::warning(const std::string& message) {
+    writeConsole(coloured("WARNING:") + " " + message + "\n");
+    printlnL("WARNING: " + message);
+}
+
+void lfile::error(const std::string& message) {
+    static std::mutex first_error;  // never unlocked: of several failing threads one ends the process
+    first_error.lock();
+    writeConsole(coloured("ERROR:") + " " + message + "\n");
+    if (verbose_l && stream.is_open()) stream << "ERROR: " << message << "\n" << std::flush;
+    stream.close();
+    std::quick_exit(EXIT_FAILURE);
+}
+
+void lfile::writeLog(const std::string& text) {
+    if (!stream.is_open()) return;
+    errno = 0;
+    stream << text << std::flush;
+    if (stream.good()) return;
+    const int reason = errno;
+    muteL();  // the channel that has just failed can't carry the message
+    error(file + " could not be written: " + (reason != 0 ? std::strerror(reason) : "unknown reason"));
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <fstream>
+#include <string>
+
+/// The one sink of all messages: duplicates the console into a log file, and is the only way in which the
+/// program reports failure. There is no lock: workers write progress lines under their stage's mutex.
+class lfile {
+  public:
+    /// Opens `name` for writing, with ".log" appended unless its extension is exactly "log".
+    /// Returns whether the file could be opened.
+    bool open(std::string name);
+    /// Closes the log file; a failure is kept in the stream's state.
+    void close();
+
+    /// The log file's name as opened, or as it would be opened for `name`.
+    const std::string& name() const { return file; }
+    static std::string nameFor(const std::string& name);
+    /// The text before the last ".", or the whole text when there is none: what side files are named after.
+    static std::string getPrefix(const std::string& text);
+
+    void muteL() { verbose_l = false; }
+    void unmuteL() { verbose_l = true; }
+    void muteC() { verbose_c = false; }
+    void unmuteC() { verbose_c = true; }
+
+    /// Both channels, log first; println ends the line.
+    void print(const std::string& text);
+    void println(const std::string& text);
+    /// Console only.
+    void printC(const std::string& text);
+    void printlnC(const std::string& text);
+    /// Log only.
+    void printL(const std::string& text);
+    void printlnL(const std::string& text);
+
+    /// A yellow "WARNING:" on the console whether muted or not, a plain one in the log. The run goes on.
+    void warning(const std::string& message);
+    /// The same with "ERROR:", then the end of the process with status 1, at once and from any thread: no
+    /// destructor runs that another thread might still need. Both streams are flushed first.
+    [[noreturn]] void error(const std::string& message);
+
+  private:
+    void writeLog(const std::string& text);
+
+    std::string file;
+    std::ofstream stream;
+    bool verbose_c = true;
+    bool verbose_l = true;
+};
+
+extern lfile LOG;

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <exception>
+#include <string>
+#include <utility>
+
+/// A failure of sampling or of the copying model, thrown to the job that can tell the user.
+class myException : public std::exception {
+  public:
+    explicit myException(std::string text) : msg(std::move(text)) {}
+    const char* what() const noexcept override { return msg.c_str(); }
+
+    std::string msg;
+};
