@@ -1,0 +1,63 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "containers/snp_set.h"
+#include "readers/filter_reader.h"
+
+/// Reads the genotypes of the study, and the reference panel, and holds what was kept of them.
+///
+/// A genotype is the triple (missing, allele_a, allele_b), bit 0 of an allele being a0 of its variant:
+///   (0, 0, 0) homozygous a0    (0, 0, 1) heterozygous
+///   (0, 1, 1) homozygous a1    (1, 0, 0) missing
+/// so a missing genotype looks homozygous to code that doesn't look at `missing`.
+class genotype_reader {
+  public:
+    explicit genotype_reader(filter_reader& f);
+    /// Does not free `snps`: the set outlives its reader.
+    ~genotype_reader() = default;
+    genotype_reader(const genotype_reader&) = delete;
+    genotype_reader& operator=(const genotype_reader&) = delete;
+
+    /// Offers an individual of the input; returns whether it is kept. The second kept individual of one
+    /// name ends the run.
+    bool putInd(const std::string& id);
+    /// Index of a kept individual, or -1.
+    int getInd(const std::string& id) const;
+    /// Offers a variant of the input; returns whether it is kept. Negative positions are refused silently,
+    /// and a position below that of the last kept variant ends the run, even if the filter would have
+    /// refused it. `alt_id` and `chr` are not used.
+    bool putSnp(int pos, const std::string& id, const std::string& alt_id, const std::string& chr,
+                const std::string& a0, const std::string& a1);
+    /// Makes all genotypes of variant `v` homozygous for a0. Returns how many were missing.
+    int resetSnp(int v);
+
+    /// Plink binary set; variants from BIM, individuals from FAM, genotypes in either order from BED.
+    void readGenotypeBed(const std::string& bed, const std::string& bim, const std::string& fam);
+    /// Impute2 GEN/SAMPLE pair, called by `threshold`: see hard_call.
+    void readGenotypeImpute(const std::string& gen, const std::string& sample, double threshold);
+
+    filter_reader& genotype_filter;
+    std::map<std::string, int> ind_index;
+    std::vector<std::string> ind_ids;
+    snp_set* snps;
+    // Individual, then variant. Equal shapes once a reader has finished.
+    std::vector<std::vector<bool>> allele_a;
+    std::vector<std::vector<bool>> allele_b;
+    std::vector<std::vector<bool>>
+        ref_haps;  // reference haplotype, then variant, in the study's allele order
+    std::vector<std::vector<bool>> missing;
+
+  private:
+    std::vector<bool> readBim(const std::string& bim);
+    std::vector<bool> readFam(const std::string& fam);
+    std::vector<bool> readSample(const std::string& sample);
+};
+
+/// Turns three genotype probabilities into a call: 0, 1, 2, or -1 for none, which `n_missing` and
+/// `n_called` count. The called genotype's probability becomes 1, the others 0. A genotype is called when
+/// its probability reaches `threshold`, or with a negative `threshold` when no other is larger. Each test
+/// sees the values as the tests before it left them.
+int hard_call(float& p0, float& p1, float& p2, double threshold, long& n_missing, long& n_called);

@@ -1,0 +1,116 @@
+#include <string_view>
+
+#include "readers/genotype_reader.h"
+#include "utils/lfile.h"
+#include "utils/streams.h"
+#include "utils/sutils.h"
+
+namespace {
+
+/// Where the fields of a GEN line stand.
+struct gen_layout {
+    int alt_id, chr, id, position, a0, a1, probabilities;
+};
+constexpr gen_layout OLD_LAYOUT = {0, -1, 1, 2, 3, 4, 5};
+constexpr gen_layout NEW_LAYOUT = {1, 0, 2, 3, 4, 5, 6};
+
+/// Rescales three probabilities to sum 1, rounding to float after each step; all zero becomes a genotype
+/// that no threshold from 0.5 up calls.
+void normalise_call(float& p0, float& p1, float& p2) {
+    const float sum = (p0 + p1) + p2;
+    if (sum == 0.0F) {
+        p0 = 0.332F;
+        p1 = p2 = 0.334F;
+        return;
+    }
+    p0 = static_cast<float>(static_cast<double>(p0) / sum);
+    p1 = static_cast<float>(static_cast<double>(p1) / sum);
+    p2 = static_cast<float>(static_cast<double>(p2) / sum);
+}
+
+std::string percentage(long part, long whole) {
+    return sutils::double2str(100.0 * static_cast<double>(part) / static_cast<double>(whole), 1);
+}
+
+}  // namespace
+
+std::vector<bool> genotype_reader::readSample(const std::string& sample) {
+    LOG.println("\nReading individuals in [" + sample + "] in Impute2 sample format");
+    std::vector<bool> mask;
+    ifile stream(sample);
+    std::string line;
+    std::vector<std::string> fields;
+    stream.getLine(line);  // two lines of header
+    stream.getLine(line);
+    int included = 0, number = 0;
+    while (stream.getLine(line)) {
+        ++number;
+        const int n_fields = sutils::tokenize(line, fields);
+        if (n_fields < 3)
+            LOG.error("Line=" + sutils::int2str(number) + " found=" + sutils::int2str(n_fields) +
+                      " fields, expected more that 3");
+        mask.push_back(putInd(fields[1]));
+        included += mask.back();
+    }
+    stream.close();
+    LOG.println("  * " + sutils::int2str(included) + " individuals included");
+    if (included < number) LOG.println("  * " + sutils::int2str(number - included) + " individuals excluded");
+    return mask;
+}
+
+void genotype_reader::readGenotypeImpute(const std::string& gen, const std::string& sample,
+                                         double threshold) {
+    const std::vector<bool> ind_mask = readSample(sample);
+    const int n_old = 3 * static_cast<int>(ind_mask.size()) + 5;
+    const int n_new = n_old + 1;
+
+    LOG.println("\nReading SNPs and genotypes in [" + gen + "] in Impute2 format with calling threshold = " +
+                (threshold < 0.0 ? "MAX" : sutils::double2str(threshold, 4)));
+    ifile stream(gen);
+    std::string line;
+    std::vector<std::string_view> fields;
+    int included = 0, number = 0;
+    long n_called = 0, n_missing = 0;
+    bool new_format = false;
+    while (stream.getLine(line)) {
+        ++number;
+        const int n_fields = sutils::tokenize(line, fields);
+        if (n_fields != n_old && n_fields != n_new)
+            LOG.error("Line=" + sutils::int2str(number) + " found=" + sutils::int2str(n_fields) +
+                      " fields, expected=" + sutils::int2str(n_old) + " or " + sutils::int2str(n_new));
+        new_format = n_fields == n_new;
+        const gen_layout& at = new_format ? NEW_LAYOUT : OLD_LAYOUT;
+        const auto text = [&](int field) { return field < 0 ? std::string() : std::string(fields[field]); };
+        if (!putSnp(sutils::str2int(fields[at.position], gen, number), text(at.id), text(at.alt_id),
+                    text(at.chr), text(at.a0), text(at.a1)))
+            continue;
+        ++included;
+        // These are the alleles in the old layout only. In the new one position and first allele stand here,
+        // which never agree, so a line that names one allele twice keeps its calls.
+        const bool same_alleles = fields[3] == fields[4];
+        for (std::size_t i = 0, k = 0; i < ind_mask.size(); ++i) {
+            if (!ind_mask[i]) continue;
+            const std::size_t first = at.probabilities + 3 * i;
+            auto p0 = static_cast<float>(sutils::str2double(fields[first]));
+            auto p1 = static_cast<float>(sutils::str2double(fields[first + 1]));
+            auto p2 = static_cast<float>(sutils::str2double(fields[first + 2]));
+            normalise_call(p0, p1, p2);
+            const int call = hard_call(p0, p1, p2, threshold, n_missing, n_called);
+            allele_a[k].push_back(call == 2 && !same_alleles);
+            allele_b[k].push_back(call > 0 && !same_alleles);
+            missing[k].push_back(call < 0);
+            ++k;
+        }
+    }
+    stream.close();
+    snps->indexing();
+
+    LOG.println(std::string("  * ") + (new_format ? "New" : "Old") + " GEN/SAMPLE format detected");
+    LOG.println("  * " + sutils::int2str(included) + " SNPs included");
+    if (included < number) LOG.println("  * " + sutils::int2str(number - included) + " SNPs excluded");
+    const long n_calls = n_called + n_missing;
+    if (n_called > 0)
+        LOG.println("  * genotypes passing the threshold (= " + percentage(n_called, n_calls) + " %)");
+    if (n_missing > 0)
+        LOG.println("  * genotypes NOT passing the threshold (= " + percentage(n_missing, n_calls) + " %)");
+}
