@@ -1,0 +1,114 @@
+#include "objects/genotype_graph.h"
+
+#include <ostream>
+
+#include "utils/assertion.h"
+
+namespace {
+
+bool same_pair(int a0, int a1, int b0, int b1) {
+    return (a0 == b0 && a1 == b1) || (a0 == b1 && a1 == b0);
+}
+
+}  // namespace
+
+genotype_graph::genotype_graph(const std::string& individual) : name(individual) {}
+
+int genotype_graph::equalP(unsigned a, unsigned b) const {
+    return same_pair(trans_nodes[a] & 15, trans_nodes[a + 1] & 15, trans_nodes[b] & 15,
+                     trans_nodes[b + 1] & 15);
+}
+
+int genotype_graph::equalN(unsigned a, unsigned b) const {
+    return same_pair(trans_nodes[a] >> 4, trans_nodes[a + 1] >> 4, trans_nodes[b] >> 4,
+                     trans_nodes[b + 1] >> 4);
+}
+
+int genotype_graph::getB(int l) const {
+    int end = 0;
+    for (int s = 0; s < n_segments(); ++s) {
+        end += static_cast<int>(seg_length[s]);
+        if (l < end) return s;
+    }
+    return -1;
+}
+
+void genotype_graph::getClosestBoundaries(int from, int to, int& first_locus, int& last_locus,
+                                          int& first_segment, int& last_segment) const {
+    first_locus = last_locus = first_segment = last_segment = -1;
+    int start = 0;
+    for (int s = 0; s < n_segments() && (first_segment < 0 || last_segment < 0); ++s) {
+        const int end = start + static_cast<int>(seg_length[s]);
+        if (from >= start && from < end) {
+            first_locus = start;
+            first_segment = s;
+        }
+        if (to >= start && to < end) {
+            last_locus = end - 1;
+            last_segment = s;
+        }
+        start = end;
+    }
+    if (last_segment < 0) {
+        last_locus = n_loci() - 1;
+        last_segment = n_segments() - 1;
+    }
+    const int fb = first_segment, tb = last_segment;
+    TOLVANE_ASSERT(fb >= 0 && tb >= 0, "fb >= 0 && tb >= 0");
+}
+
+template <class Linked>
+int genotype_graph::best_linked(int g, Linked is_linked) const {
+    int best = -1;
+    double best_store = -1.0;
+    for (unsigned u = trans_offset[g]; u < trans_offset[g] + trans_count[g]; ++u)
+        if (is_linked(u) && trans_store[u] > best_store) {
+            best_store = trans_store[u];
+            best = static_cast<int>(u);
+        }
+    return best;
+}
+
+int genotype_graph::maxN(int g, int t) const {
+    return best_linked(g, [&](unsigned u) { return linked(t, 2 * u); });
+}
+
+int genotype_graph::maxP(int g, int t) const {
+    return best_linked(g, [&](unsigned u) { return linked(2 * u, t); });
+}
+
+void genotype_graph::store() {
+    for (int g = 0; g < n_groups(); ++g) {
+        const unsigned first = trans_offset[g], end = first + trans_count[g];
+        double sum = 0.0;
+        for (unsigned t = first; t < end; ++t) sum += trans_prob[t];
+        for (unsigned t = first; t < end; ++t)
+            trans_store[t] = static_cast<float>(trans_store[t] + trans_prob[t] / sum);
+    }
+}
+
+void genotype_graph::normalize() {
+    for (int g = 0; g < n_groups(); ++g) {
+        const unsigned first = trans_offset[g], end = first + trans_count[g];
+        double sum = 0.0;
+        for (unsigned t = first; t < end; ++t) sum += trans_store[t];
+        for (unsigned t = first; t < end; ++t) trans_store[t] = static_cast<float>(trans_store[t] / sum);
+    }
+}
+
+void genotype_graph::print_state(std::ostream& out) const {
+    out << name << ": " << n_segments() << " segments, " << n_loci() << " loci\n";
+    for (int g = 0; g < n_groups(); ++g) {
+        for (unsigned t = trans_offset[g]; t < trans_offset[g] + trans_count[g]; ++t)
+            out << "group " << g << ": " << (trans_nodes[2 * t] & 15) << ">" << (trans_nodes[2 * t] >> 4)
+                << " " << (trans_nodes[2 * t + 1] & 15) << ">" << (trans_nodes[2 * t + 1] >> 4) << " prob "
+                << trans_prob[t] << " store " << trans_store[t] << "\n";
+        if (g == n_segments()) break;
+        for (unsigned c = 0; c < seg_count[g]; ++c) {
+            out << "segment " << g << ", candidate " << c << ": ";
+            for (unsigned i = 0; i < seg_length[g]; ++i)
+                out << getA(g, static_cast<int>(c), static_cast<int>(i));
+            out << "\n";
+        }
+    }
+}

@@ -1,0 +1,149 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "objects/chaplotype.h"
+
+constexpr int MAX_SEGMENT_PAIRS = 10;  // candidate pairs of a segment when it is built
+constexpr int MAX_SEGMENT_HAPS = 8;    // candidate haplotypes of a segment, always
+
+/// Every haplotype pair that one individual's genotypes allow, in a size linear in the number of variants.
+///
+/// The loci are cut into consecutive segments. Each segment lists the few candidate haplotypes that fit the
+/// genotypes, and each boundary between segments holds a group of transitions, each of which moves both
+/// chromosomes at once:
+///
+///     group 0      segment 0     group 1      segment 1     group 2
+///     enters       candidates    left right   candidates    leaves
+///        \-> 0 1 ----[0 1 2 3]---- (0 1, 3 2) --[0 1 2 3]---- 0 1 ->/
+///
+/// Group g lies between segments g - 1 and g, so S segments have S + 1 groups. Group 0 has left candidates 0
+/// that mean nothing, group S such right ones. A walk takes one transition from each group, each `linked` to
+/// the next. Chromosomes 0 and 1 have no meaning of their own: candidate pairs are unordered.
+///
+/// Transition t is stored in two bytes, one for each chromosome: byte 2t = right0 << 4 | left0 and
+/// byte 2t + 1 = right1 << 4 | left1.
+///
+/// The idea of a compact graph of the haplotypes consistent with genotypes is that of Delaneau, Marchini and
+/// Zagury (2012).
+class genotype_graph {
+  public:
+    explicit genotype_graph(const std::string& name);
+
+    // ---- construction, genotype_graph_build.cpp
+
+    /// Fills an empty graph from the genotype code of one individual, one entry a locus (see
+    /// genotype_reader). Always 0.
+    int buildUnr(const std::vector<bool>& a, const std::vector<bool>& b, const std::vector<bool>& m);
+    /// Appends a segment with these candidates, all of one length.
+    void pushHaps(const std::vector<std::vector<bool>>& haps);
+    /// Appends a transition group given as four lists of equal length: left0, right0, left1, right1.
+    void pushTrans(const std::vector<std::vector<int>>& T);
+    /// Proposes windows of about `window_size` bp for a chromosome of `span` bp, cut at random and
+    /// overlapping by two segments. Entry w of each list describes window w, all bounds inclusive.
+    void cluster(int span, int window_size, std::vector<int>& first_locus, std::vector<int>& last_locus,
+                 std::vector<int>& first_segment, std::vector<int>& last_segment) const;
+
+    // ---- structure, genotype_graph.cpp
+
+    int n_segments() const { return static_cast<int>(seg_count.size()); }
+    int n_groups() const { return static_cast<int>(trans_count.size()); }
+    int n_loci() const { return static_cast<int>(site_missing.size()); }
+
+    /// Transitions are compared at byte positions (twice the transition index), pairs as unordered:
+    /// equal left pairs, equal right pairs, and whether `b` can follow `a`. All give 1 or 0.
+    int equalP(unsigned a, unsigned b) const;
+    int equalN(unsigned a, unsigned b) const;
+    int linked(unsigned a, unsigned b) const {
+        const int right0 = trans_nodes[a] >> 4, right1 = trans_nodes[a + 1] >> 4;
+        const int left0 = trans_nodes[b] & 15, left1 = trans_nodes[b + 1] & 15;
+        return (right0 == left0 && right1 == left1) || (right0 == left1 && right1 == left0);
+    }
+
+    /// Allele of candidate `c` at position `i` of segment `s`.
+    int getA(int s, int c, int i) const {
+        return hap_bits.get(static_cast<int>(seg_offset[s] + static_cast<unsigned>(c) * seg_length[s]) + i);
+    }
+    /// Segment that holds locus `l`, or -1.
+    int getB(int l) const;
+    /// Widens the loci `from` to `to`, both inclusive, to whole segments. A `to` past the end is clamped.
+    void getClosestBoundaries(int from, int to, int& first_locus, int& last_locus, int& first_segment,
+                              int& last_segment) const;
+
+    /// Index of the transition of group `g` with the largest trans_store that can follow (maxN) or precede
+    /// (maxP) the byte position `t`; the first of equals, -1 when there is none.
+    int maxN(int g, int t) const;
+    int maxP(int g, int t) const;
+
+    /// Adds trans_prob, normalised within each group, to trans_store.
+    void store();
+    /// Normalises trans_store within each group.
+    void normalize();
+
+    /// Writes the graph in a readable form, a line for each segment and transition.
+    void print_state(std::ostream& out) const;
+
+    // ---- walks, genotype_graph_walk.cpp
+
+    /// Draws a walk with trans_prob as weights (all equal when `uniform`) and writes its two haplotypes into
+    /// haps[indexes[0]] and haps[indexes[1]]. Throws myException when no weight is left or one is no number.
+    void sample(std::vector<chaplotype>& haps, const std::vector<int>& indexes, bool uniform) const;
+    /// Finds the best walk over trans_store (Viterbi 1967) and writes its haplotypes.
+    void maximize(std::vector<chaplotype>& haps, const std::vector<int>& indexes) const;
+    /// Writes the haplotypes of a walk, given as one position within its group for each group. Where both
+    /// chromosomes come from one candidate, chance decides which of them takes which way.
+    void buildGuesses(std::vector<chaplotype>& haps, const std::vector<int>& indexes,
+                      const std::vector<int>& path) const;
+    /// Sets further flags so that a kept transition (by index in the graph) has a kept one linked on each
+    /// side; returns how many it set. One sweep may leave dead ends, so callers repeat until it returns 0.
+    unsigned int consolide(std::vector<bool>& kept) const;
+
+    // ---- pruning, genotype_graph_prune.cpp
+
+    /// Shrinks the graph to the transitions that hold `threshold` of each group's accumulated probability
+    /// and merges segments with few transitions between them. All probabilities become 0.
+    void pruneAndMerge(double threshold);
+    /// Orders each group by falling trans_store.
+    void sort();
+
+    std::string name;                        // the individual's identifier
+    std::vector<unsigned char> trans_nodes;  // two bytes a transition
+    std::vector<float> trans_prob;           // probability of the current iteration
+    std::vector<float> trans_store;          // accumulated probability
+    std::vector<unsigned int> trans_offset;  // first transition of each group
+    std::vector<unsigned int> trans_count;   // transitions of each group
+    chaplotype hap_bits;                     // all candidates of all segments, one after the other
+    std::vector<unsigned int> seg_offset;    // locus of hap_bits where a segment's first candidate starts
+    std::vector<unsigned int> seg_count;     // candidates of each segment
+    std::vector<unsigned int> seg_length;    // loci of each segment
+    std::vector<bool> site_ambiguous;        // heterozygous or missing, one a locus
+    std::vector<bool> site_missing;          // one a locus
+
+  private:
+    template <class Linked>
+    int best_linked(int g, Linked is_linked) const;
+    std::vector<double> walk_weights(int g, int neighbour, bool uniform, bool forward) const;
+    void check_weights(const std::vector<double>& w, double sum, int g, bool forward) const;
+    unsigned int keep_links(std::vector<bool>& kept, int g, bool forward) const;
+    std::vector<bool> select_transitions(double threshold) const;
+    void rebuild(const std::vector<std::vector<unsigned char>>& groups,
+                 const std::vector<std::vector<std::vector<bool>>>& segments);
+};
+
+/// Extends a pair of candidates by allele `x` on its first and `y` on its second member: extended candidates
+/// are appended to `next_haps` when first used (`ext[c][allele]` tells their number, -1 while unused), and
+/// the pair of their numbers to `next_pairs`.
+void expand(const std::vector<std::vector<bool>>& haps, std::vector<std::vector<bool>>& next_haps,
+            std::vector<std::vector<int>>& ext, const std::vector<int>& pair,
+            std::vector<std::vector<int>>& next_pairs, int x, int y);
+
+/// All transitions from the candidate pairs `left` to the pairs `right`, as left0, right0, left1, right1 (see
+/// pushTrans). Where both pairs have two different members, both ways of joining them are listed.
+std::vector<std::vector<int>> all_transitions(const std::vector<std::vector<int>>& left,
+                                              const std::vector<std::vector<int>>& right);
+
+/// Orders (trans_store, index) pairs by falling trans_store; the indices play no part.
+bool compTransition(std::pair<float, int> a, std::pair<float, int> b);

@@ -1,0 +1,143 @@
+#include <algorithm>
+
+#include "objects/genotype_graph.h"
+#include "utils/autils.h"
+
+namespace {
+
+using bit_lists = std::vector<std::vector<bool>>;
+using int_lists = std::vector<std::vector<int>>;
+
+/// Candidates and candidate pairs of the segment under construction.
+struct segment {
+    bit_lists haps{{}};
+    int_lists pairs{{0, 0}};
+};
+
+/// The segment with one more locus, of genotype code (`a`, `b`, `m`).
+segment extended(const segment& s, bool a, bool b, bool m) {
+    segment next{{}, {}};
+    int_lists ext(s.haps.size(), std::vector<int>(2, -1));
+    const auto extend = [&](const std::vector<int>& pair, int x, int y) {
+        expand(s.haps, next.haps, ext, pair, next.pairs, x, y);
+    };
+    for (const auto& pair : s.pairs) {
+        // Two equal members can't be told apart: the two orders of a heterozygote are one pair.
+        const bool distinct = pair[0] != pair[1];
+        if (m) {
+            extend(pair, 0, 0);
+            extend(pair, 1, 1);
+            extend(pair, 0, 1);
+            if (distinct) extend(pair, 1, 0);
+        } else {
+            extend(pair, a, b);
+            if (distinct && a != b) extend(pair, b, a);
+        }
+    }
+    return next;
+}
+
+bool fits(const segment& s) {
+    return s.pairs.size() <= MAX_SEGMENT_PAIRS && s.haps.size() <= MAX_SEGMENT_HAPS;
+}
+
+}  // namespace
+
+void expand(const bit_lists& haps, bit_lists& next_haps, int_lists& ext, const std::vector<int>& pair,
+            int_lists& next_pairs, int x, int y) {
+    const auto number = [&](int candidate, int allele) {
+        int& known = ext[candidate][allele];
+        if (known < 0) {
+            known = static_cast<int>(next_haps.size());
+            next_haps.push_back(haps[candidate]);
+            next_haps.back().push_back(allele != 0);
+        }
+        return known;
+    };
+    const int first = number(pair[0], x);
+    next_pairs.push_back({first, number(pair[1], y)});
+}
+
+int_lists all_transitions(const int_lists& left, const int_lists& right) {
+    int_lists T(4);
+    const auto add = [&T](int left0, int right0, int left1, int right1) {
+        T[0].push_back(left0);
+        T[1].push_back(right0);
+        T[2].push_back(left1);
+        T[3].push_back(right1);
+    };
+    for (const auto& p : left)
+        for (const auto& q : right) {
+            add(p[0], q[0], p[1], q[1]);
+            if (p[0] != p[1] && q[0] != q[1]) add(p[0], q[1], p[1], q[0]);
+        }
+    return T;
+}
+
+int genotype_graph::buildUnr(const std::vector<bool>& a, const std::vector<bool>& b,
+                             const std::vector<bool>& m) {
+    const std::size_t n = a.size();
+    std::vector<int_lists> seg_pairs;
+    for (std::size_t l = 0; l < n;) {
+        segment s;
+        // The first locus of a segment always fits.
+        for (segment next = extended(s, a[l], b[l], m[l]); fits(next); next = extended(s, a[l], b[l], m[l])) {
+            s = std::move(next);
+            site_ambiguous.push_back(a[l] != b[l] || m[l]);
+            site_missing.push_back(m[l]);
+            if (++l == n) break;
+        }
+        pushHaps(s.haps);
+        seg_pairs.push_back(std::move(s.pairs));
+    }
+    if (seg_pairs.empty()) return 0;
+    const int_lists outside{{0, 0}};
+    pushTrans(all_transitions(outside, seg_pairs.front()));
+    for (std::size_t g = 1; g < seg_pairs.size(); ++g)
+        pushTrans(all_transitions(seg_pairs[g - 1], seg_pairs[g]));
+    pushTrans(all_transitions(seg_pairs.back(), outside));
+    return 0;
+}
+
+void genotype_graph::pushHaps(const bit_lists& haps) {
+    seg_offset.push_back(hap_bits.n);
+    seg_count.push_back(static_cast<unsigned>(haps.size()));
+    seg_length.push_back(static_cast<unsigned>(haps[0].size()));
+    for (const auto& hap : haps) hap_bits.push_back(hap);
+}
+
+void genotype_graph::pushTrans(const int_lists& T) {
+    trans_offset.push_back(static_cast<unsigned>(trans_prob.size()));
+    trans_count.push_back(static_cast<unsigned>(T[0].size()));
+    trans_prob.resize(trans_prob.size() + T[0].size(), 0.0F);
+    trans_store.resize(trans_prob.size(), 0.0F);
+    for (std::size_t k = 0; k < T[0].size(); ++k) {
+        trans_nodes.push_back(static_cast<unsigned char>((T[1][k] << 4) + T[0][k]));
+        trans_nodes.push_back(static_cast<unsigned char>((T[3][k] << 4) + T[2][k]));
+    }
+}
+
+void genotype_graph::cluster(int span, int window_size, std::vector<int>& first_locus,
+                             std::vector<int>& last_locus, std::vector<int>& first_segment,
+                             std::vector<int>& last_segment) const {
+    const int n_windows = span / window_size;
+    const int min_size = std::max(n_segments() / std::max(n_windows, 1), 2);
+    int_lists items;  // segment, its first locus, its last locus
+    int start = 0;
+    for (int s = 0; s < n_segments(); ++s) {
+        const int end = start + static_cast<int>(seg_length[s]);
+        items.push_back({s, start, end - 1});
+        start = end;
+    }
+    std::vector<int_lists> runs;
+    autils::decompose(min_size, items, runs);
+
+    for (auto* bounds : {&first_locus, &last_locus, &first_segment, &last_segment})
+        bounds->assign(runs.size(), -1);
+    for (std::size_t w = 0; w < runs.size(); ++w) {
+        first_locus[w] = runs[w].front()[1];
+        last_locus[w] = runs[w].back()[2];
+        first_segment[w] = runs[w].front()[0];
+        last_segment[w] = runs[w].back()[0];
+    }
+}
