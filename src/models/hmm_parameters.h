@@ -1,0 +1,32 @@
+#pragma once
+
+#include <vector>
+
+class snp_set;
+
+/// The numbers of the copying model (Li and Stephens 2003) that don't depend on the individual: switch
+/// probabilities for each interval between neighbouring variants, and one pair of emission probabilities.
+/// Filled by one `initialise`, then `update`; read-only and shared by all threads afterwards.
+class hmm_parameters {
+  public:
+    /// Scaled genetic distances 0.04 * Ne * cM, for an effective population size `Ne`.
+    void initialise(const snp_set& S, int Ne);
+    /// The same from physical distances, for a recombination rate per base pair.
+    void initialise(const snp_set& S, double rho_per_base);
+    /// Computes all else for `nhap` haplotypes in the data, of which `nstate` are hidden states. The
+    /// mutation parameter is the reciprocal of 1 + 1/2 + ... + 1/(nhap - 2).
+    void update(int nhap, int nstate);
+    /// Installs switch probabilities estimated elsewhere, at least 1e-5, and clears them to 0.
+    void update(std::vector<double>& t_new, int nstate);
+
+    // Entry i belongs to the interval between variants i and i + 1.
+    std::vector<double> rho;  // scaled genetic distance
+    std::vector<double> t;    // probability of a recombination event
+    std::vector<double> tn;   // t / number of hidden states: of a jump to one given state
+    std::vector<double> nt;   // 1 - t
+
+    double em_match = 0.0;       // emission of the copied haplotype's allele
+    double em_mismatch = 0.0;    // emission of the other allele
+    double em_match_n = 0.0;     // em_match / number of hidden states
+    double em_mismatch_n = 0.0;  // em_mismatch / number of hidden states
+};
