@@ -1,0 +1,99 @@
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+
+#include "models/haplotype_segment.h"
+#include "modes/phaser/phaser.h"
+#include "modules/normaliser.h"
+#include "modules/pruner.h"
+#include "modules/sampler.h"
+#include "utils/assertion.h"
+#include "utils/lfile.h"
+#include "utils/my_exception.h"
+#include "utils/sutils.h"
+
+namespace {
+
+constexpr double KEPT_PROBABILITY = 0.99;  // share of a transition group's probability that pruning keeps
+
+/// Whether an iteration is one of every `step`. A step of 0 ends the process with the signal of a division
+/// by zero, on machines too whose division doesn't trap.
+bool is_every(int step, int iteration) {
+    if (step == 0) std::raise(SIGFPE);
+    return iteration % step == 0;
+}
+
+}  // namespace
+
+void phaser::phase() {
+    run_iterations("burn", "Burn-in", cluster_burn_step, false);
+    run_iterations("prune", "Pruning", cluster_prune_step, true);
+    pruner(haplotypes, KEPT_PROBABILITY, value<int>("thread")).prune();
+    haplotypes.summarise();
+    run_iterations("main", "Main", cluster_main_step, true);
+    normaliser(haplotypes, value<int>("thread")).normalise();
+}
+
+void phaser::run_iterations(const std::string& phase_name, const std::string& text, int step, bool store) {
+    const int n = value<int>(phase_name);
+    for (iteration = 0; iteration < n; ++iteration) {
+        phaseWindow(text + " iteration [" + sutils::int2str(iteration + 1) + "/" + sutils::int2str(n) + "]",
+                    is_every(step, iteration));
+        if (store)
+            for (genotype_graph* graph : haplotypes.vecG) graph->store();
+        sampler(haplotypes, false, value<int>("thread"), false).sample();
+    }
+}
+
+void phaser::list_jobs() {
+    jobs.clear();
+    const int span = snps->snp_list.back()->bp - snps->snp_list.front()->bp;
+    const int window_size = static_cast<int>(std::floor(1e6 * value<double>("window")));
+    std::vector<int> first_locus, last_locus, first_segment, last_segment;
+    for (int ind = 0; ind < static_cast<int>(haplotypes.vecG.size()); ++ind) {
+        haplotypes.vecG[ind]->cluster(span, window_size, first_locus, last_locus, first_segment,
+                                      last_segment);
+        for (std::size_t w = 0; w < first_locus.size(); ++w)
+            jobs.push_back({ind, first_locus[w], last_locus[w], first_segment[w], last_segment[w]});
+    }
+}
+
+void phaser::phaseWindow(const std::string& text, bool) {
+    LOG.println("");
+    LOG.printL(text);
+    underflows = 0;
+    list_jobs();
+    if (team->is_single())
+        for (int job = 0; job < static_cast<int>(jobs.size()); ++job) phaseWindow(job);
+    else
+        team->run(phaseWindow_callback, this);
+    LOG.println(text);
+    if (underflows > 0) LOG.println("  * #underflows recovered = " + sutils::int2str(underflows));
+}
+
+void phaser::take_jobs() {
+    const int n_jobs = static_cast<int>(jobs.size());
+    for (int job = team->take(); job < n_jobs; job = team->take()) phaseWindow(job);
+}
+
+void* phaseWindow_callback(void* mode) {
+    static_cast<phaser*>(mode)->take_jobs();
+    return nullptr;
+}
+
+void phaser::phaseWindow(int job) {
+    const window_job& j = jobs[job];
+    std::vector<int> idxH;
+    const int distance =
+        haplotypes.subsetHaplotypes_hamming(j.ind, value<int>("states"), j.first_locus, j.last_locus, idxH);
+    TOLVANE_ASSERT(idxH.size() > 4, "idxH.size()>4");
+    std::sort(idxH.begin(), idxH.end());
+    if (distance < 1 && iteration != 0 && early_stop) return;
+    haplotype_segment segment(haplotypes.vecH, idxH, j.first_segment, j.last_segment, j.first_locus,
+                              j.last_locus);
+    try {
+        underflows.fetch_add(segment.expectation(hmm, haplotypes.vecG[j.ind]), std::memory_order_relaxed);
+    } catch (const myException& failure) {
+        LOG.error(failure.msg);
+    }
+}
