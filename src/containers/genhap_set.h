@@ -31,12 +31,21 @@ class genhap_set {
     /// of the panel. A panel haplotype may be picked twice, once for each target. `idx` receives them in
     /// order of falling distance. Returns the smallest distance, or last - first if that is smaller.
     int subsetHaplotypes_hamming(int ind, int K, int first, int last, std::vector<int>& idx);
+    /// The same among the haplotypes of individuals that `mask` (one entry for each of vecH) marks, and all
+    /// of the panel, whatever their entries. The individual's own pair must not be marked.
+    int subsetHaplotypes_hamming(const std::vector<bool>& mask, int ind, int K, int first, int last,
+                                 std::vector<int>& idx);
 
     /// Seconds spent selecting, summed over all threads; a diagnostic.
     std::atomic<long> time_hamming = 0;
     snp_set* snps = nullptr;
     std::vector<genotype_graph*> vecG;
     std::vector<chaplotype> vecH;
+
+  private:
+    /// Offers each pair of individuals' haplotypes by offer(selection, first of the pair), then the panel.
+    template <class Offer>
+    int select_closest(int ind, int K, int first, int last, std::vector<int>& idx, Offer offer);
 };
 
 /// Decides for a pair `c0`, `c1` close to the two haplotypes `h0`, `h1` of an individual, one to each, which

@@ -68,6 +68,15 @@ class selection {
         found.trim();
     }
 
+    /// Offers one haplotype of another individual.
+    void offer_single(int c) {
+        const int limit = found.limit();
+        const int d0 = H[c].hamming(T0, first, last, limit);
+        const int d1 = H[c].hamming(T1, first, last, limit);
+        if (std::min(d0, d1) < limit) found.push(c, std::min(d0, d1));
+        found.trim();
+    }
+
     /// Offers a haplotype of the panel, once for each target; it may stay twice.
     void offer_reference(int h) {
         const int limit = found.limit();
@@ -104,20 +113,36 @@ class selection {
 
 }  // namespace
 
-int genhap_set::subsetHaplotypes_hamming(int ind, int K, int first, int last, std::vector<int>& idx) {
+template <class Offer>
+int genhap_set::select_closest(int ind, int K, int first, int last, std::vector<int>& idx, Offer offer) {
     const auto start = std::chrono::steady_clock::now();
     haplotype_distance::minimise.store(true, std::memory_order_relaxed);
     idx.clear();
     selection closest(vecH, ind, K, first, last);
-    const int n = static_cast<int>(vecG.size()), n_haps = static_cast<int>(vecH.size());
-    for (int i = 0; i < n; ++i)
-        if (i != ind) closest.offer_pair(2 * i, 2 * i + 1);
-    for (int h = 2 * n; h < n_haps; ++h) closest.offer_reference(h);
+    const int n_study = 2 * static_cast<int>(vecG.size()), n_haps = static_cast<int>(vecH.size());
+    for (int h = 0; h < n_study; h += 2) offer(closest, h);
+    for (int h = n_study; h < n_haps; ++h) closest.offer_reference(h);
     const int best = closest.finish(idx);
     const auto spent = std::chrono::steady_clock::now() - start;
     time_hamming.fetch_add(std::chrono::duration_cast<std::chrono::seconds>(spent).count(),
                            std::memory_order_relaxed);
     return best;
+}
+
+int genhap_set::subsetHaplotypes_hamming(int ind, int K, int first, int last, std::vector<int>& idx) {
+    return select_closest(ind, K, first, last, idx, [ind](auto& closest, int h) {
+        if (h != 2 * ind) closest.offer_pair(h, h + 1);
+    });
+}
+
+int genhap_set::subsetHaplotypes_hamming(const std::vector<bool>& mask, int ind, int K, int first, int last,
+                                         std::vector<int>& idx) {
+    return select_closest(ind, K, first, last, idx, [&mask](auto& closest, int h) {
+        if (mask[h] && mask[h + 1])
+            closest.offer_pair(h, h + 1);
+        else if (mask[h] || mask[h + 1])
+            closest.offer_single(mask[h] ? h : h + 1);
+    });
 }
 
 int non_overlapping_hamming_distance(const chaplotype& c0, const chaplotype& c1, const chaplotype& h0,

@@ -39,6 +39,12 @@ class genotype_reader {
     /// Impute2 GEN/SAMPLE pair, called by `threshold`: see hard_call.
     void readGenotypeImpute(const std::string& gen, const std::string& sample, double threshold);
 
+    /// Reference panel, aligned to the study that has been read before: each legend line is matched to a
+    /// study variant by position and alleles, and rows of swapped alleles are turned. Ends the run when a
+    /// study variant stays without a match, and leaves `.snp.strand` and `.snp.strand.exclude`, named after
+    /// the log, which list such variants.
+    void readHaplotypeImpute(const std::string& haps, const std::string& legend, const std::string& sample);
+
     filter_reader& genotype_filter;
     std::map<std::string, int> ind_index;
     std::vector<std::string> ind_ids;
@@ -54,6 +60,18 @@ class genotype_reader {
     std::vector<bool> readBim(const std::string& bim);
     std::vector<bool> readFam(const std::string& fam);
     std::vector<bool> readSample(const std::string& sample);
+
+    /// What a line of the panel's legend matched: the idx of a study variant or -1, and whether its alleles
+    /// stand in the other order.
+    struct legend_line {
+        int target;
+        bool flip;
+    };
+    std::vector<int> readPanelSample(const std::string& sample) const;
+    std::vector<legend_line> readPanelLegend(const std::string& legend) const;
+    void checkPanelCovers() const;
+    void readPanelHaps(const std::string& haps, const std::vector<int>& hap_slot,
+                       const std::vector<legend_line>& lines);
 };
 
 /// Turns three genotype probabilities into a call: 0, 1, 2, or -1 for none, which `n_missing` and
