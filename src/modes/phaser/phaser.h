@@ -8,6 +8,7 @@
 #include "containers/genhap_set.h"
 #include "models/hmm_parameters.h"
 #include "modes/tolvane.h"
+#include "modules/clusterer.h"
 #include "modules/worker_team.h"
 
 /// The phasing mode: reads unphased genotypes, runs a Markov chain over the haplotype graphs of all
@@ -45,9 +46,15 @@ class phaser : public tolvane {
     std::vector<std::string> output_files(const std::string& log) const override;
 
   private:
-    /// An individual's window: first and last locus, first and last segment, all inclusive.
-    struct window_job {
-        int ind, first_locus, last_locus, first_segment, last_segment;
+    /// A run of whole segments of one individual's graph; all bounds inclusive.
+    struct segment_range {
+        int first_locus, last_locus, first_segment, last_segment;
+    };
+    /// An individual in one window: a range of its own, or that of a tree of `cluster_stage`.
+    struct phasing_job {
+        int ind;
+        int tree;  // -1 for a range of its own
+        segment_range range;
     };
 
     double number(const std::string& option) const;
@@ -63,11 +70,14 @@ class phaser : public tolvane {
     void place_on_map(snp_set& snps) const;
 
     void run_iterations(const std::string& phase_name, const std::string& text, int step, bool store);
-    void list_jobs();
+    void list_window_jobs();
+    void list_cluster_jobs();
+    int select_in_tree(phasing_job& job, std::vector<int>& idxH);
 
     std::unique_ptr<snp_set> snps;
     genhap_set haplotypes;
     hmm_parameters hmm;
+    std::unique_ptr<clusterer> cluster_stage;  // where the selection goes through trees
     bool use_clusters = false;
     bool early_stop = false;
     double cluster_size = 0.0;
@@ -75,7 +85,7 @@ class phaser : public tolvane {
     int cluster_burn_step = 1;
     int cluster_prune_step = 1;
     int cluster_main_step = 1;
-    std::vector<window_job> jobs;
+    std::vector<phasing_job> jobs;
     std::unique_ptr<worker_team> team;
     std::atomic<int> underflows = 0;  // of the iteration in hand; decides nothing
 };

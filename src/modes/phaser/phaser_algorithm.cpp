@@ -45,8 +45,7 @@ void phaser::run_iterations(const std::string& phase_name, const std::string& te
     }
 }
 
-void phaser::list_jobs() {
-    jobs.clear();
+void phaser::list_window_jobs() {
     const int span = snps->snp_list.back()->bp - snps->snp_list.front()->bp;
     const int window_size = static_cast<int>(std::floor(1e6 * value<double>("window")));
     std::vector<int> first_locus, last_locus, first_segment, last_segment;
@@ -54,15 +53,27 @@ void phaser::list_jobs() {
         haplotypes.vecG[ind]->cluster(span, window_size, first_locus, last_locus, first_segment,
                                       last_segment);
         for (std::size_t w = 0; w < first_locus.size(); ++w)
-            jobs.push_back({ind, first_locus[w], last_locus[w], first_segment[w], last_segment[w]});
+            jobs.push_back({ind, -1, {first_locus[w], last_locus[w], first_segment[w], last_segment[w]}});
     }
 }
 
-void phaser::phaseWindow(const std::string& text, bool) {
+void phaser::list_cluster_jobs() {
+    for (int ind = 0; ind < static_cast<int>(haplotypes.vecG.size()); ++ind)
+        for (int tree = 0; tree < static_cast<int>(cluster_stage->clusters.size()); ++tree)
+            jobs.push_back({ind, tree, {}});
+}
+
+void phaser::phaseWindow(const std::string& text, bool recluster) {
     LOG.println("");
     LOG.printL(text);
     underflows = 0;
-    list_jobs();
+    jobs.clear();
+    if (use_clusters) {
+        if (recluster) cluster_stage->cluster();
+        list_cluster_jobs();
+    } else {
+        list_window_jobs();
+    }
     if (team->is_single())
         for (int job = 0; job < static_cast<int>(jobs.size()); ++job) phaseWindow(job);
     else
@@ -81,18 +92,33 @@ void* phaseWindow_callback(void* mode) {
     return nullptr;
 }
 
-void phaser::phaseWindow(int job) {
-    const window_job& j = jobs[job];
+/// Selects the conditioning haplotypes of a job from its tree, and gives the job its range.
+int phaser::select_in_tree(phasing_job& job, std::vector<int>& idxH) {
+    const haplotypeCluster& tree = cluster_stage->clusters[job.tree];
+    segment_range& range = job.range;
+    haplotypes.vecG[job.ind]->getClosestBoundaries(tree.start, tree.stop, range.first_locus, range.last_locus,
+                                                   range.first_segment, range.last_segment);
+    std::vector<bool> mask;
+    tree.mask(job.ind, mask);
+    return haplotypes.subsetHaplotypes_hamming(mask, job.ind, value<int>("states"), range.first_locus,
+                                               range.last_locus, idxH);
+}
+
+void phaser::phaseWindow(int index) {
+    phasing_job job = jobs[index];
+    const segment_range& range = job.range;
     std::vector<int> idxH;
-    const int distance =
-        haplotypes.subsetHaplotypes_hamming(j.ind, value<int>("states"), j.first_locus, j.last_locus, idxH);
+    const int distance = job.tree < 0
+                             ? haplotypes.subsetHaplotypes_hamming(job.ind, value<int>("states"),
+                                                                   range.first_locus, range.last_locus, idxH)
+                             : select_in_tree(job, idxH);
     TOLVANE_ASSERT(idxH.size() > 4, "idxH.size()>4");
     std::sort(idxH.begin(), idxH.end());
     if (distance < 1 && iteration != 0 && early_stop) return;
-    haplotype_segment segment(haplotypes.vecH, idxH, j.first_segment, j.last_segment, j.first_locus,
-                              j.last_locus);
+    haplotype_segment segment(haplotypes.vecH, idxH, range.first_segment, range.last_segment,
+                              range.first_locus, range.last_locus);
     try {
-        underflows.fetch_add(segment.expectation(hmm, haplotypes.vecG[j.ind]), std::memory_order_relaxed);
+        underflows.fetch_add(segment.expectation(hmm, haplotypes.vecG[job.ind]), std::memory_order_relaxed);
     } catch (const myException& failure) {
         LOG.error(failure.msg);
     }

@@ -11,19 +11,22 @@
 
 void phaser::read_files_and_initialise() {
     tolvane::read_files_and_initialise();
-    for (const char* option : {"input-ref", "fast", "cluster-size"})
-        if (given(option)) LOG.error(std::string("--") + option + " is not available in this version yet");
     const int n_thread = value<int>("thread");
     team = std::make_unique<worker_team>(n_thread);
 
     genotype_reader reader(filter);
     snps.reset(reader.snps);
     read_genotypes(reader);
+    if (given("input-ref")) {
+        const auto& panel = value<std::vector<std::string>>("input-ref");
+        reader.readHaplotypeImpute(panel[0], panel[1], panel[2]);
+    }
     place_on_map(*snps);
     genotype_checker(reader).checkGenotypeData();
     builder graph_builder(reader, n_thread);
     graph_builder.build();
     haplotypes.initialise(graph_builder.graphs, snps.get());
+    if (given("input-ref")) haplotypes.initialise(reader);
     haplotypes.summarise();
     sampler(haplotypes, true, n_thread, true).sample();
 
@@ -33,6 +36,10 @@ void phaser::read_files_and_initialise() {
         hmm.initialise(*snps, value<double>("rho"));
     const int n_haplotypes = static_cast<int>(haplotypes.vecH.size());
     hmm.update(n_haplotypes, std::min(value<int>("states"), n_haplotypes));
+    if (use_clusters)
+        cluster_stage =
+            std::make_unique<clusterer>(&haplotypes, static_cast<float>(cluster_size), 1.0F,
+                                        value<int>("states"), 1e6 * value<double>("window"), n_thread);
 }
 
 void phaser::read_genotypes(genotype_reader& reader) const {
