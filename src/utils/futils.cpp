@@ -37,8 +37,8 @@ bool isSameFile(const std::string& a, const std::string& b) {
                status_a.st_ino == status_b.st_ino;
     if (a_exists != b_exists) return false;
     std::error_code failure;
-    const auto path_a = std::filesystem::weakly_canonical(a, failure);
-    const auto path_b = std::filesystem::weakly_canonical(b, failure);
+    const auto path_a = std::filesystem::weakly_canonical(std::filesystem::absolute(a), failure);
+    const auto path_b = std::filesystem::weakly_canonical(std::filesystem::absolute(b), failure);
     return !failure && path_a == path_b;
 }
 

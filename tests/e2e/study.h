@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "support/temporary_folder.h"
+#include "tools/simulation.h"
+
+namespace e2e {
+
+/// A folder with a small simulated study in every input form.
+///
+///   study.bed .bim .fam    study.gen study.sample    study.gen.gz    study.gen.bz2    new.gen (new layout)
+///   study.map              panel.haps.gz panel.legend.gz panel.sample (with `panel_individuals`)
+class study {
+  public:
+    explicit study(int individuals = 12, double megabases = 0.6, int panel_individuals = 0, int seed = 1);
+
+    const support::temporary_folder& folder() const { return files; }
+    std::string at(const std::string& name) const { return files.at(name); }
+    std::string read(const std::string& name) const;
+    void write(const std::string& name, const std::string& bytes) const { files.put(name, bytes); }
+    const simulation::Cohort& cohort() const { return simulated; }
+
+  private:
+    support::temporary_folder files;
+    simulation::Cohort simulated;
+};
+
+/// Checks what holds for the output of every run: each kept individual and variant appears once and in order,
+/// the output alleles agree with every genotype that was given, and the rest is filled in.
+/// `haps` and `sample` are paths of the output, `prefix` that of the Plink set.
+void expect_law_of_phasing(const std::string& prefix, const std::string& haps, const std::string& sample);
+
+}  // namespace e2e

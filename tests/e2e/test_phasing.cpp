@@ -1,0 +1,158 @@
+#include <gtest/gtest.h>
+
+#include "program.h"
+#include "study.h"
+#include "support/files.h"
+
+namespace {
+
+using e2e::run;
+
+const std::string SHORT = " -M study.map -O out -L run.log --burn 1 --prune 2 --main 3 --states 10 ";
+
+std::string haplotypes(const e2e::study& data, const std::string& line) {
+    const auto end = run(data.folder(), line);
+    EXPECT_EQ(end.status, 0) << end.out << end.err;
+    return data.read("out.haps");
+}
+
+TEST(phasing, every_form_of_input_gives_the_same_haplotypes) {
+    const e2e::study data;
+    const std::string from_bed = haplotypes(data, "-B study --seed 5" + SHORT);
+    e2e::expect_law_of_phasing(data.at("study"), data.at("out.haps"), data.at("out.sample"));
+    for (const char* input : {"-B study.bed study.bim study.fam", "-G study", "-G study.gen.gz study.sample",
+                              "-G study.gen.bz2 study.sample", "-G new.gen study.sample"})
+        EXPECT_EQ(haplotypes(data, std::string(input) + " --seed 5" + SHORT), from_bed) << input;
+}
+
+TEST(phasing, a_seed_repeats_a_run_and_another_one_does_not) {
+    const e2e::study data;
+    const std::string first = haplotypes(data, "-B study --seed 6" + SHORT);
+    EXPECT_EQ(haplotypes(data, "-B study --seed 6" + SHORT), first);
+    EXPECT_NE(haplotypes(data, "-B study --seed 7" + SHORT), first);
+    EXPECT_EQ(haplotypes(data, "-B study --seed 0" + SHORT), haplotypes(data, "-B study --seed 1" + SHORT));
+}
+
+struct variation {
+    const char* name;
+    const char* options;
+    int individuals = 30;
+};
+
+// A tree's first split is refused, and the run with it, when its random draws happen to meet every haplotype.
+constexpr int ENOUGH_FOR_TREES = 150;
+
+void PrintTo(const variation& v, std::ostream* out) {
+    *out << v.name;
+}
+
+class options : public testing::TestWithParam<variation> {};
+
+TEST_P(options, obey_the_law_of_phasing) {
+    const e2e::study data(GetParam().individuals, 0.8, 0, 3);
+    haplotypes(data, "-B study --seed 8" + SHORT + GetParam().options);
+    e2e::expect_law_of_phasing(data.at("study"), data.at("out.haps"), data.at("out.sample"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    phasing, options,
+    testing::Values(variation{"one_thread", "-T 1"}, variation{"two_threads", "-T 2"},
+                    variation{"four_threads", "-T 4"}, variation{"more_threads_than_people", "-T 40"},
+                    variation{"small_windows", "-W 0.1"}, variation{"one_window", "-W 20"},
+                    variation{"early", "--early-stopping -W 0.1"},
+                    variation{"early_with_threads", "--early-stopping -W 0.1 -T 3"},
+                    variation{"trees", "--cluster-size 40 -W 0.4", ENOUGH_FOR_TREES},
+                    variation{"trees_with_threads", "--cluster-size 40 -W 0.4 -T 3", ENOUGH_FOR_TREES},
+                    variation{"trees_kept", "--cluster-size 40 -W 0.4 --cluster_main 2 --cluster_prune 2",
+                              ENOUGH_FOR_TREES}),
+    [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST(phasing, filters_keep_what_they_name_in_order) {
+    const e2e::study data(12, 0.8);
+    const auto bim = support::lines_of(data.read("study.bim"));
+    std::string excluded;
+    for (std::size_t v = 0; v < bim.size(); v += 3) excluded += e2e::words(bim[v])[3] + "\n";
+    data.write("exclude.txt", excluded);
+    const auto fam = support::lines_of(data.read("study.fam"));
+    data.write("people.txt", e2e::words(fam[2])[1] + "\n");
+    haplotypes(data, "-B study --seed 9 --exclude-snp exclude.txt --exclude-ind people.txt" + SHORT);
+    const auto rows = support::lines_of(data.read("out.haps"));
+    ASSERT_EQ(rows.size(), bim.size() - (bim.size() + 2) / 3);
+    std::size_t row = 0;
+    for (std::size_t v = 0; v < bim.size(); ++v) {
+        if (v % 3 == 0) continue;
+        const auto fields = e2e::words(rows[row++]);
+        EXPECT_EQ(fields[0], e2e::words(bim[v])[1]);
+        EXPECT_EQ(fields.size(), 5 + 2 * (fam.size() - 1));
+    }
+    EXPECT_EQ(support::lines_of(data.read("out.sample")).size(), 2 + fam.size() - 1);
+}
+
+TEST(phasing, the_interval_of_positions_is_half_open) {
+    const e2e::study data;
+    const auto bim = support::lines_of(data.read("study.bim"));
+    const std::string from = e2e::words(bim[3])[3], to = e2e::words(bim[10])[3];
+    haplotypes(data, "-B study --seed 9 --input-from " + from + " --input-to " + to + SHORT);
+    const auto rows = support::lines_of(data.read("out.haps"));
+    ASSERT_EQ(rows.size(), 7U);
+    EXPECT_EQ(e2e::words(rows[0])[2], from);
+    EXPECT_EQ(e2e::words(rows[6])[2], e2e::words(bim[9])[3]);
+}
+
+TEST(phasing, one_variant_is_enough) {
+    const e2e::study data;
+    const std::string position = e2e::words(support::lines_of(data.read("study.bim"))[5])[3];
+    data.write("one.txt", position + "\n");
+    haplotypes(data, "-B study --seed 9 --include-snp one.txt" + SHORT);
+    EXPECT_EQ(support::lines_of(data.read("out.haps")).size(), 1U);
+}
+
+TEST(phasing, console_shows_one_line_an_iteration_and_the_log_shows_it_twice) {
+    const e2e::study data;
+    const auto end = run(data.folder(), "-B study --seed 9" + SHORT);
+    const std::string console = e2e::plain(end.out), log = data.read("run.log");
+    for (const char* line : {"Burn-in iteration [1/1]", "Pruning iteration [2/2]", "Main iteration [3/3]"}) {
+        EXPECT_NE(console.find("\n" + std::string(line) + "\n"), std::string::npos) << line;
+        EXPECT_NE(log.find("\n" + std::string(line) + line + "\n"), std::string::npos) << line;
+    }
+    EXPECT_EQ(e2e::last_line(end).substr(0, 14), "Running time: ");
+}
+
+TEST(phasing, progress_counts_every_individual_and_ends_in_the_total) {
+    const e2e::study data(6, 0.3);
+    const auto end = run(data.folder(), "-B study --seed 9" + SHORT);
+    EXPECT_NE(end.out.find("\n\n\rBuilding graphs [1/6]\rBuilding graphs [2/6]\rBuilding graphs [3/6]\r"
+                           "Building graphs [4/6]\rBuilding graphs [5/6]\rBuilding graphs [6/6]\r"
+                           "Building graphs [6/6]\n"),
+              std::string::npos);
+    const std::string log = data.read("run.log");
+    EXPECT_NE(log.find("Building graphs ... \n"), std::string::npos);
+    EXPECT_EQ(log.find("Building graphs ["), std::string::npos);
+}
+
+TEST(phasing, phases_better_than_chance_by_far) {
+    const e2e::study data(60, 1.0, 0, 4);
+    haplotypes(data, "-B study --seed 10 -M study.map -O out -L run.log --burn 3 --prune 3 --main 6");
+    const auto phased = support::lines_of(data.read("out.haps"));
+    const auto& truth = data.cohort().alleles;
+    int switches = 0, pairs = 0;
+    for (std::size_t i = 0; i < 60; ++i) {
+        int before = -1;
+        for (std::size_t v = 0; v < phased.size(); ++v) {
+            if (truth(v, 2 * i) == truth(v, 2 * i + 1)) continue;
+            const std::string& row = phased[v];
+            const std::size_t first = row.size() - 4 * (60 - i) + 1;
+            if (row[first] == row[first + 2]) continue;
+            const int phase = (row[first] == '1') == truth(v, 2 * i);
+            if (before >= 0) {
+                ++pairs;
+                switches += phase != before;
+            }
+            before = phase;
+        }
+    }
+    ASSERT_GT(pairs, 1000);
+    EXPECT_LT(static_cast<double>(switches) / pairs, 0.12);  // chance alone gives 0.5
+}
+
+}  // namespace
