@@ -1,0 +1,75 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "support/child_process.h"
+#include "support/files.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+/// A line of cases.tsv.
+struct golden_case {
+    std::string name;
+    std::string arguments;
+};
+
+void PrintTo(const golden_case& c, std::ostream* out) {
+    *out << c.name;
+}
+
+std::vector<golden_case> read_cases() {
+    std::vector<golden_case> cases;
+    for (const std::string& line : support::lines_of(support::read_file(GOLDEN_FOLDER "/cases.tsv")))
+        if (!line.empty() && line[0] != '#')
+            cases.push_back({line.substr(0, line.find('\t')), line.substr(line.find('\t') + 1)});
+    return cases;
+}
+
+void run_program(const support::temporary_folder& folder, const std::string& arguments) {
+    const auto end = support::run_in_child([&] {
+        std::istringstream stream(arguments + " -O out -L run.log");
+        const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
+        std::vector<char*> argv{const_cast<char*>(TOLVANE_PROGRAM)};
+        for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
+        argv.push_back(nullptr);
+        if (::chdir(folder.path().c_str()) == 0) ::execv(TOLVANE_PROGRAM, argv.data());
+        ::_exit(127);
+    });
+    ASSERT_EQ(end.status, 0) << end.out << end.err;
+}
+
+/// The log without what differs from run to run.
+std::string comparable(const std::string& log) {
+    const std::string dated = std::regex_replace(log, std::regex("Date    : [^\n]*"), "Date    : <date>");
+    return std::regex_replace(dated, std::regex("Running time: [0-9]+"), "Running time: <n>");
+}
+
+class golden : public testing::TestWithParam<golden_case> {};
+
+TEST_P(golden, gives_the_same_bytes) {
+    const support::temporary_folder folder;
+    for (const auto& entry : std::filesystem::directory_iterator(GOLDEN_FOLDER "/data"))
+        std::filesystem::create_symlink(entry.path(), folder.at(entry.path().filename().string()));
+    run_program(folder, GetParam().arguments);
+    const std::filesystem::path expected = std::filesystem::path(GOLDEN_FOLDER "/expected") / GetParam().name;
+    if (std::getenv("TOLVANE_RECORD_GOLDEN") != nullptr) {
+        std::filesystem::create_directories(expected);
+        std::ofstream(expected / "out.haps.gz") << support::gzip(support::read_file(folder.at("out.haps")));
+        std::ofstream(expected / "run.log") << comparable(support::read_file(folder.at("run.log")));
+        GTEST_SKIP() << "recorded";
+    }
+    EXPECT_EQ(comparable(support::read_file(folder.at("run.log"))), support::read_file(expected / "run.log"));
+    EXPECT_TRUE(support::read_file(folder.at("out.haps")) ==
+                support::gunzip(support::read_file(expected / "out.haps.gz")))
+        << "haplotypes differ";
+}
+
+INSTANTIATE_TEST_SUITE_P(runs, golden, testing::ValuesIn(read_cases()),
+                         [](const auto& tested) { return tested.param.name; });
+
+}  // namespace
