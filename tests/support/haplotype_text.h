@@ -1,0 +1,35 @@
+#pragma once
+
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "objects/chaplotype.h"
+
+/// Haplotypes and genotypes written as text, one character a locus; blanks are for the eye.
+namespace support {
+
+/// "0110" as alleles.
+std::vector<bool> bits(const std::string& alleles);
+chaplotype haplotype(const std::string& alleles);
+std::vector<chaplotype> haplotypes(const std::vector<std::string>& alleles);
+
+/// One individual's genotypes in the code of the genotype store.
+struct genotypes {
+    std::vector<bool> a, b, m;
+};
+/// 0: homozygous for the first allele, 1: heterozygous, 2: homozygous for the second, '.': missing.
+genotypes genotypes_from(const std::string& text);
+
+/// An unordered pair of haplotypes as text, the smaller first.
+using haplotype_pair = std::pair<std::string, std::string>;
+haplotype_pair unordered(const std::string& h0, const std::string& h1);
+/// Whether the pair has these genotypes, wherever they are known.
+bool fits(const std::string& genotype_text, const haplotype_pair& pair);
+
+std::string random_alleles(int n_loci, std::mt19937& random);
+/// Genotypes of which about `percent_missing` are missing and `percent_het` heterozygous.
+std::string random_genotypes(int n_loci, int percent_het, int percent_missing, std::mt19937& random);
+
+}  // namespace support
