@@ -1,0 +1,151 @@
+#include "utils/futils.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <random>
+#include <sstream>
+
+#include "support/files.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using support::temporary_folder;
+
+TEST(IsFile, WhatCanBeRead) {
+    const temporary_folder folder;
+    const std::string file = folder.put("file", "text"), link = folder.at("link");
+    const std::string dangling = folder.at("dangling"), pipe = folder.at("pipe");
+    ASSERT_EQ(::symlink(file.c_str(), link.c_str()), 0);
+    ASSERT_EQ(::symlink(folder.at("nowhere").c_str(), dangling.c_str()), 0);
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_TRUE(futils::isFile(file));
+    EXPECT_TRUE(futils::isFile(folder.put("empty", "")));
+    EXPECT_TRUE(futils::isFile(link));
+    EXPECT_TRUE(futils::isFile(pipe)) << "told without opening it, which would wait for a writer";
+    EXPECT_TRUE(futils::isFile("/dev/null"));
+    EXPECT_FALSE(futils::isFile(dangling));
+    EXPECT_FALSE(futils::isFile(folder.path()));
+    EXPECT_FALSE(futils::isFile(folder.at("missing")));
+    EXPECT_FALSE(futils::isFile(file + "/below"));
+    EXPECT_FALSE(futils::isFile(""));
+}
+
+TEST(IsFile, NeedsThePermissionToRead) {
+    if (::geteuid() == 0) GTEST_SKIP() << "root may read everything";
+    const temporary_folder folder;
+    const std::string file = folder.put("file", "text");
+    ASSERT_EQ(::chmod(file.c_str(), 0200), 0);
+    EXPECT_FALSE(futils::isFile(file));
+}
+
+TEST(CreateFile, LeavesAnEmptyFile) {
+    const temporary_folder folder;
+    EXPECT_TRUE(futils::createFile(folder.at("new")));
+    EXPECT_EQ(support::read_file(folder.at("new")), "");
+    const std::string old = folder.put("old", "text");
+    EXPECT_TRUE(futils::createFile(old));
+    EXPECT_EQ(support::read_file(old), "");
+}
+
+TEST(CreateFile, TellsWhenItCannot) {
+    const temporary_folder folder;
+    EXPECT_FALSE(futils::createFile(folder.at("missing/new")));
+    EXPECT_FALSE(futils::createFile(folder.path()));
+    EXPECT_FALSE(futils::createFile(""));
+}
+
+TEST(ExtensionFile, TextAfterTheLastPoint) {
+    struct row {
+        const char* name;
+        const char* expected;
+    };
+    for (const row& r : {row{"a.gz", "gz"}, row{"a.tar.bz2", "bz2"}, row{"a", ""}, row{"a.", ""}, row{"", ""},
+                         row{".log", "log"}, row{"a.GZ", "GZ"}, row{"dir.d/a", "d/a"}})
+        EXPECT_EQ(futils::extensionFile(r.name), r.expected) << r.name;
+}
+
+TEST(IsSameFile, FollowsLinksAndWays) {
+    const temporary_folder folder;
+    const std::string file = folder.put("file", "text"), other = folder.put("other", "text");
+    const std::string soft = folder.at("soft"), hard = folder.at("hard");
+    ASSERT_EQ(::symlink(file.c_str(), soft.c_str()), 0);
+    ASSERT_EQ(::link(file.c_str(), hard.c_str()), 0);
+    EXPECT_TRUE(futils::isSameFile(file, file));
+    EXPECT_TRUE(futils::isSameFile(file, folder.path() + "/./file"));
+    EXPECT_TRUE(futils::isSameFile(file, soft));
+    EXPECT_TRUE(futils::isSameFile(hard, file));
+    EXPECT_FALSE(futils::isSameFile(file, other));
+}
+
+TEST(IsSameFile, ComparesPlacesOfFilesToCome) {
+    const temporary_folder folder;
+    const std::string file = folder.put("file", "text");
+    EXPECT_TRUE(futils::isSameFile(folder.at("new"), folder.path() + "/./new"));
+    EXPECT_FALSE(futils::isSameFile(folder.at("new"), folder.at("newer")));
+    EXPECT_FALSE(futils::isSameFile(folder.at("new"), file));
+    EXPECT_FALSE(futils::isSameFile(file, folder.at("new")));
+}
+
+TEST(IsSameFile, DevicesAreNoFiles) {
+    EXPECT_FALSE(futils::isSameFile("/dev/null", "/dev/null"));
+}
+
+TEST(Messages, NameTheFile) {
+    EXPECT_EQ(futils::cannotOpen("a.map"),
+              "a.map is impossible to open, check file existence or reading permissions");
+    EXPECT_EQ(futils::cannotCreate("a.haps"), "a.haps is impossible to create, check writing permissions");
+}
+
+std::string binary(const std::vector<bool>& bits) {
+    std::ostringstream stream;
+    futils::bool2binary(bits, stream);
+    return stream.str();
+}
+
+TEST(Bool2binary, CountThenBytesLowBitFirst) {
+    EXPECT_EQ(binary({}), std::string("\0\0\0\0", 4));
+    EXPECT_EQ(binary({true, false, true}), std::string("\3\0\0\0\5", 5));
+    EXPECT_EQ(binary(std::vector<bool>(8, true)), std::string("\x8\0\0\0\xFF", 5));
+    EXPECT_EQ(binary({false, false, false, false, false, false, false, true, true}),
+              std::string("\x9\0\0\0\x80\1", 6));
+}
+
+TEST(Binary2bool, ReadsWhatWasWritten) {
+    std::mt19937 random(4);
+    for (int n = 0; n < 70; ++n) {
+        std::vector<bool> bits;
+        for (int i = 0; i < n; ++i) bits.push_back(random() % 2 == 0);
+        const std::string bytes = binary(bits);
+        EXPECT_EQ(bytes.size(), 4U + static_cast<unsigned>(n + 7) / 8);
+        std::istringstream stream(bytes);
+        std::vector<bool> read = {true};
+        EXPECT_TRUE(futils::binary2bool(read, stream));
+        EXPECT_EQ(read, bits);
+    }
+}
+
+TEST(Binary2bool, TellsWhatIsMissing) {
+    struct row {
+        const char* name;
+        std::string bytes;
+        std::vector<bool> left;
+    };
+    for (const row& r :
+         {row{"nothing", "", {}}, row{"half a count", std::string("\1\0", 2), {}},
+          row{"negative count", "\xFF\xFF\xFF\xFF\xFF", {}}, row{"no bytes", std::string("\1\0\0\0", 4), {}},
+          row{"one byte of two", std::string("\xA\0\0\0\xF", 5), {1, 1, 1, 1, 0, 0, 0, 0}},
+          row{"a count far beyond the bytes",
+              std::string("\xFF\xFF\xFF\x7F\1", 5),
+              {1, 0, 0, 0, 0, 0, 0, 0}}}) {
+        std::istringstream stream(r.bytes);
+        std::vector<bool> bits = {true, true, true};
+        EXPECT_FALSE(futils::binary2bool(bits, stream)) << r.name;
+        EXPECT_EQ(bits, r.left) << r.name;
+    }
+}
+
+}  // namespace
