@@ -1,0 +1,335 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+
+#include "objects/genotype_graph.h"
+#include "support/graph_laws.h"
+#include "support/graph_text.h"
+#include "support/haplotype_text.h"
+#include "support/plain_generator.h"
+#include "utils/putils.h"
+
+namespace {
+
+using support::built_from;
+using support::group_text;
+using support::haplotype_pair;
+using support::segment_text;
+
+TEST(Expand, NumbersCandidatesByFirstUse) {
+    const std::vector<std::vector<bool>> haps = {{0}, {1}};
+    std::vector<std::vector<bool>> next_haps;
+    std::vector<std::vector<int>> ext(2, std::vector<int>(2, -1)), next_pairs;
+    expand(haps, next_haps, ext, {0, 1}, next_pairs, 1, 1);
+    EXPECT_EQ(next_haps, (std::vector<std::vector<bool>>{{0, 1}, {1, 1}}));
+    EXPECT_EQ(next_pairs, (std::vector<std::vector<int>>{{0, 1}}));
+    expand(haps, next_haps, ext, {1, 1}, next_pairs, 0, 1);
+    EXPECT_EQ(next_haps, (std::vector<std::vector<bool>>{{0, 1}, {1, 1}, {1, 0}}));
+    EXPECT_EQ(next_pairs, (std::vector<std::vector<int>>{{0, 1}, {2, 1}}));
+    EXPECT_EQ(ext, (std::vector<std::vector<int>>{{-1, 0}, {2, 1}}));
+}
+
+TEST(AllTransitions, BothWaysOnlyBetweenPairsOfTwo) {
+    using lists = std::vector<std::vector<int>>;
+    EXPECT_EQ(all_transitions({{0, 1}}, {{0, 1}, {2, 3}}),
+              (lists{{0, 0, 0, 0}, {0, 1, 2, 3}, {1, 1, 1, 1}, {1, 0, 3, 2}}));
+    EXPECT_EQ(all_transitions({{0, 0}}, {{1, 2}}), (lists{{0}, {1}, {0}, {2}}));
+    EXPECT_EQ(all_transitions({{1, 2}}, {{3, 3}}), (lists{{1}, {3}, {2}, {3}}));
+    EXPECT_EQ(all_transitions({{1, 1}, {0, 2}}, {{4, 5}}),
+              (lists{{1, 0, 0}, {4, 4, 5}, {1, 2, 2}, {5, 5, 4}}));
+}
+
+struct build_row {
+    const char* name;
+    const char* genotypes;
+    std::vector<std::string> segments;
+    std::vector<std::string> groups;
+};
+
+/// The eight candidates and four pairs of three heterozygotes.
+const std::string THREE_HETS = "000 111 001 110 010 101 011 100";
+const std::string INTO_THREE_HETS = "0>0 0>1, 0>2 0>3, 0>4 0>5, 0>6 0>7";
+
+TEST(BuildUnr, SegmentsAndGroupsByHand) {
+    const std::vector<build_row> rows = {
+        {"one homozygote", "0", {"0"}, {"0>0 0>0", "0>0 0>0"}},
+        {"homozygotes only", "0202", {"0101"}, {"0>0 0>0", "0>0 0>0"}},
+        {"one heterozygote is one pair", "1", {"0 1"}, {"0>0 0>1", "0>0 1>0"}},
+        {"homozygotes about a heterozygote", "012", {"001 011"}, {"0>0 0>1", "0>0 1>0"}},
+        {"two heterozygotes", "11", {"00 11 01 10"}, {"0>0 0>1, 0>2 0>3", "0>0 1>0, 2>0 3>0"}},
+        {"four heterozygotes make two segments",
+         "1111",
+         {THREE_HETS, "0 1"},
+         {INTO_THREE_HETS, "0>0 1>1, 0>1 1>0, 2>0 3>1, 2>1 3>0, 4>0 5>1, 4>1 5>0, 6>0 7>1, 6>1 7>0",
+          "0>0 1>0"}},
+        {"homozygotes before the fourth heterozygote stay",
+         "11102 1",
+         {"00001 11101 00101 11001 01001 10101 01101 10001", "0 1"},
+         {INTO_THREE_HETS, "0>0 1>1, 0>1 1>0, 2>0 3>1, 2>1 3>0, 4>0 5>1, 4>1 5>0, 6>0 7>1, 6>1 7>0",
+          "0>0 1>0"}},
+        {"a missing genotype is three pairs",
+         ".",
+         {"0 1"},
+         {"0>0 0>0, 0>1 0>1, 0>0 0>1", "0>0 0>0, 1>0 1>0, 0>0 1>0"}},
+        {"two missing genotypes are ten pairs",
+         "..",
+         {"00 01 10 11"},
+         {"0>0 0>0, 0>1 0>1, 0>0 0>1, 0>2 0>2, 0>3 0>3, 0>2 0>3, 0>0 0>2, 0>1 0>3, 0>0 0>3, 0>1 0>2",
+          "0>0 0>0, 1>0 1>0, 0>0 1>0, 2>0 2>0, 3>0 3>0, 2>0 3>0, 0>0 2>0, 1>0 3>0, 0>0 3>0, 1>0 2>0"}},
+        {"the third missing genotype starts a segment",
+         "...",
+         {"00 01 10 11", "0 1"},
+         {"0>0 0>0, 0>1 0>1, 0>0 0>1, 0>2 0>2, 0>3 0>3, 0>2 0>3, 0>0 0>2, 0>1 0>3, 0>0 0>3, 0>1 0>2",
+          // Into (0, 0) and (1, 1) one way, into (0, 1) two ways from pairs of two different members.
+          "0>0 0>0, 0>1 0>1, 0>0 0>1, 1>0 1>0, 1>1 1>1, 1>0 1>1, 0>0 1>0, 0>1 1>1, 0>0 1>1, 0>1 1>0, "
+          "2>0 2>0, 2>1 2>1, 2>0 2>1, 3>0 3>0, 3>1 3>1, 3>0 3>1, 2>0 3>0, 2>1 3>1, 2>0 3>1, 2>1 3>0, "
+          "0>0 2>0, 0>1 2>1, 0>0 2>1, 0>1 2>0, 1>0 3>0, 1>1 3>1, 1>0 3>1, 1>1 3>0, "
+          "0>0 3>0, 0>1 3>1, 0>0 3>1, 0>1 3>0, 1>0 2>0, 1>1 2>1, 1>0 2>1, 1>1 2>0",
+          "0>0 0>0, 1>0 1>0, 0>0 1>0"}},
+        {"a heterozygote behind a missing genotype",
+         ".1",
+         // From (0, 0): 00 with 01. From (1, 1): 10 with 11. From (0, 1): 00 with 11, 01 with 10.
+         {"00 01 10 11"},
+         {"0>0 0>1, 0>2 0>3, 0>0 0>3, 0>1 0>2", "0>0 1>0, 2>0 3>0, 0>0 3>0, 1>0 2>0"}},
+    };
+    for (const build_row& r : rows) {
+        const genotype_graph graph = built_from(r.genotypes);
+        ASSERT_EQ(graph.n_segments(), static_cast<int>(r.segments.size())) << r.name;
+        ASSERT_EQ(graph.n_groups(), static_cast<int>(r.groups.size())) << r.name;
+        for (int s = 0; s < graph.n_segments(); ++s)
+            EXPECT_EQ(segment_text(graph, s), r.segments[s]) << r.name;
+        for (int g = 0; g < graph.n_groups(); ++g) EXPECT_EQ(group_text(graph, g), r.groups[g]) << r.name;
+        EXPECT_TRUE(support::check_invariants(graph)) << r.name;
+    }
+}
+
+TEST(BuildUnr, AmbiguousAndMissingLoci) {
+    const genotype_graph graph = built_from("0 1 2 . 1 1 1 . 0");
+    EXPECT_EQ(graph.site_ambiguous, support::bits("010111110"));
+    EXPECT_EQ(graph.site_missing, support::bits("000100010"));
+}
+
+TEST(BuildUnr, LeavesProbabilitiesAtZeroAndDrawsNothing) {
+    putils::initRandom(5);
+    const genotype_graph graph = built_from("1 . 1 0 1 1 1 1 .");
+    EXPECT_EQ(putils::getRandom(), support::plain_generator(5).draw());
+    EXPECT_EQ(graph.trans_prob, std::vector<float>(graph.trans_prob.size(), 0.0F));
+    EXPECT_EQ(graph.trans_store, std::vector<float>(graph.trans_prob.size(), 0.0F));
+}
+
+TEST(BuildUnr, ReturnsZero) {
+    const support::genotypes g = support::genotypes_from("01.");
+    genotype_graph graph("NA1");
+    EXPECT_EQ(graph.buildUnr(g.a, g.b, g.m), 0);
+}
+
+/// All haplotype pairs with these genotypes, by trying both alleles for both chromosomes at each locus.
+std::set<haplotype_pair> consistent_pairs(const std::string& genotypes) {
+    std::set<haplotype_pair> pairs{{"", ""}};
+    for (const char g : genotypes) {
+        std::set<haplotype_pair> longer;
+        for (const haplotype_pair& pair : pairs)
+            for (const char x : {'0', '1'})
+                for (const char y : {'0', '1'})
+                    if (g == '.' || g - '0' == (x - '0') + (y - '0'))
+                        longer.insert(support::unordered(pair.first + x, pair.second + y));
+        pairs = std::move(longer);
+    }
+    return pairs;
+}
+
+std::size_t n_haplotypes(const std::set<haplotype_pair>& pairs) {
+    std::set<std::string> haplotypes;
+    for (const haplotype_pair& pair : pairs) haplotypes.insert({pair.first, pair.second});
+    return haplotypes.size();
+}
+
+std::vector<std::string> candidates_of(const genotype_graph& graph, int s) {
+    std::vector<std::string> candidates;
+    for (unsigned c = 0; c < graph.seg_count[s]; ++c) {
+        candidates.emplace_back();
+        for (unsigned i = 0; i < graph.seg_length[s]; ++i)
+            candidates.back() += graph.getA(s, static_cast<int>(c), static_cast<int>(i)) != 0 ? '1' : '0';
+    }
+    return candidates;
+}
+
+/// Unordered candidate pairs that group `g` leads into.
+std::set<haplotype_pair> pairs_entered(const genotype_graph& graph, int g) {
+    const auto candidates = candidates_of(graph, g);
+    std::set<haplotype_pair> pairs;
+    for (unsigned t = graph.trans_offset[g]; t < graph.trans_offset[g] + graph.trans_count[g]; ++t)
+        pairs.insert(support::unordered(candidates[graph.trans_nodes[2 * t] >> 4],
+                                        candidates[graph.trans_nodes[2 * t + 1] >> 4]));
+    return pairs;
+}
+
+TEST(BuildUnr, SegmentsHoldAllPairsThatFitAndAreAsLongAsTheyMayBe) {
+    std::mt19937 random(7);
+    for (int trial = 0; trial < 150; ++trial) {
+        const int n = 1 + static_cast<int>(random() % 60);
+        const std::string genotypes = support::random_genotypes(n, static_cast<int>(random() % 80),
+                                                                static_cast<int>(random() % 20), random);
+        const genotype_graph graph = built_from(genotypes);
+        ASSERT_TRUE(support::check_invariants(graph)) << genotypes;
+        int first = 0;
+        for (int s = 0; s < graph.n_segments(); ++s) {
+            const int length = static_cast<int>(graph.seg_length[s]);
+            const auto pairs = consistent_pairs(genotypes.substr(first, length));
+            ASSERT_EQ(pairs_entered(graph, s), pairs) << genotypes << ", segment " << s;
+            ASSERT_LE(pairs.size(), 10U);
+            ASSERT_EQ(graph.seg_count[s], n_haplotypes(pairs));
+            first += length;
+            if (s + 1 == graph.n_segments()) continue;
+            const auto longer = consistent_pairs(genotypes.substr(first - length, length + 1));
+            ASSERT_TRUE(longer.size() > 10 || n_haplotypes(longer) > 8) << genotypes << ", segment " << s;
+        }
+    }
+}
+
+TEST(BuildUnr, GroupsJoinEveryPairToEveryPairInEveryWay) {
+    std::mt19937 random(8);
+    for (int trial = 0; trial < 60; ++trial) {
+        const genotype_graph graph = built_from(support::random_genotypes(30, 60, 15, random));
+        for (int g = 0; g < graph.n_groups(); ++g) {
+            using pair_of = std::multiset<int>;
+            std::set<pair_of> lefts, rights;
+            std::multiset<std::string> found, expected;
+            for (unsigned t = graph.trans_offset[g]; t < graph.trans_offset[g] + graph.trans_count[g]; ++t) {
+                const int b0 = graph.trans_nodes[2 * t], b1 = graph.trans_nodes[2 * t + 1];
+                lefts.insert({b0 % 16, b1 % 16});
+                rights.insert({b0 / 16, b1 / 16});
+                const auto steps = std::minmax(b0, b1);
+                found.insert(std::to_string(steps.first) + " " + std::to_string(steps.second));
+            }
+            for (const pair_of& left : lefts)
+                for (const pair_of& right : rights) {
+                    std::set<std::string> ways;
+                    for (const bool crossed : {false, true}) {
+                        const int to0 = crossed ? *right.rbegin() : *right.begin();
+                        const int to1 = crossed ? *right.begin() : *right.rbegin();
+                        const int b0 = 16 * to0 + *left.begin(), b1 = 16 * to1 + *left.rbegin();
+                        ways.insert(std::to_string(std::min(b0, b1)) + " " +
+                                    std::to_string(std::max(b0, b1)));
+                    }
+                    expected.insert(ways.begin(), ways.end());
+                }
+            ASSERT_EQ(found, expected) << "group " << g;
+        }
+    }
+}
+
+TEST(BuildUnr, WalksAreAllPairsThatFitAndNoOther) {
+    std::mt19937 random(9);
+    for (int trial = 0; trial < 60; ++trial) {
+        const std::string genotypes =
+            support::random_genotypes(1 + static_cast<int>(random() % 7), 60, 15, random);
+        EXPECT_EQ(support::pairs_of(built_from(genotypes)), consistent_pairs(genotypes)) << genotypes;
+    }
+}
+
+TEST(BuildUnr, SegmentsOfKnownGenotypesHoldThreeHeterozygotes) {
+    std::mt19937 random(10);
+    const std::string genotypes = support::random_genotypes(500, 40, 0, random);
+    const genotype_graph graph = built_from(genotypes);
+    int first = 0;
+    for (int s = 0; s < graph.n_segments(); ++s) {
+        const std::string own = genotypes.substr(first, graph.seg_length[s]);
+        const auto n_het = std::count(own.begin(), own.end(), '1');
+        EXPECT_TRUE(n_het == 3 || s + 1 == graph.n_segments()) << s;
+        if (s > 0) {
+            EXPECT_EQ(own[0], '1') << "only the fourth heterozygote ends a segment";
+        }
+        first += static_cast<int>(graph.seg_length[s]);
+    }
+}
+
+// ---- windows
+
+struct windows {
+    std::vector<int> first_locus, last_locus, first_segment, last_segment;
+};
+
+windows windows_of(const genotype_graph& graph, int span, int window_size) {
+    windows w{{1, 2, 3}, {1, 2, 3}, {1, 2, 3}, {1, 2, 3}};  // left over from before
+    graph.cluster(span, window_size, w.first_locus, w.last_locus, w.first_segment, w.last_segment);
+    return w;
+}
+
+/// A graph of `n` segments, segment s of s % 3 + 1 loci.
+genotype_graph graph_of_segments(int n) {
+    genotype_graph graph("NA1");
+    for (int s = 0; s < n; ++s) graph.pushHaps({std::vector<bool>(s % 3 + 1)});
+    return graph;
+}
+
+TEST(Cluster, ChromosomeShorterThanAWindowIsOneWindow) {
+    putils::initRandom(3);
+    const windows w = windows_of(graph_of_segments(9), 999999, 1000000);
+    EXPECT_EQ(w.first_locus, std::vector<int>{0});
+    EXPECT_EQ(w.last_locus, std::vector<int>{17});
+    EXPECT_EQ(w.first_segment, std::vector<int>{0});
+    EXPECT_EQ(w.last_segment, std::vector<int>{8});
+    EXPECT_EQ(putils::getRandom(), support::plain_generator(3).draw()) << "nothing was drawn";
+}
+
+TEST(Cluster, FewSegmentsAreOneWindow) {
+    for (const int n : {1, 2, 3}) {
+        const windows w = windows_of(graph_of_segments(n), 100000000, 1000000);
+        EXPECT_EQ(w.first_segment, std::vector<int>{0});
+        EXPECT_EQ(w.last_segment, std::vector<int>{n - 1});
+    }
+}
+
+TEST(Cluster, FourSegmentsInTwoWindowsByHand) {
+    // Two windows of at least 2: the only place to cut lets both hold three segments.
+    const windows w = windows_of(graph_of_segments(4), 2000000, 1000000);
+    EXPECT_EQ(w.first_segment, (std::vector<int>{0, 1}));
+    EXPECT_EQ(w.last_segment, (std::vector<int>{2, 3}));
+    EXPECT_EQ(w.first_locus, (std::vector<int>{0, 1}));  // segments of 1, 2, 3 and 1 loci
+    EXPECT_EQ(w.last_locus, (std::vector<int>{5, 6}));
+}
+
+/// The windows of `n` segments as first and last segment, cut with draws from `random`.
+void cut_plainly(int min_size, int first, int last, support::plain_generator& random,
+                 std::vector<std::pair<int, int>>& out) {
+    const int n = last - first + 1;
+    if (n == 2 || 2 * min_size > n) {
+        out.emplace_back(first, last);
+        return;
+    }
+    const int cut = first + min_size + static_cast<int>(random.draw() * (n - 2 * min_size));
+    cut_plainly(min_size, first, cut, random, out);
+    cut_plainly(min_size, cut - 1, last, random, out);
+}
+
+TEST(Cluster, WindowsFollowTheDraws) {
+    for (int seed = 1; seed <= 100; ++seed) {
+        const int n = 1 + 3 * seed % 120, span = 1000000 * (seed % 30) + 500000, size = 2000000;
+        const genotype_graph graph = graph_of_segments(n);
+        const int n_windows = std::max(1, span / size);
+        support::plain_generator random(seed);
+        std::vector<std::pair<int, int>> expected;
+        cut_plainly(std::max(2, n / n_windows), 0, n - 1, random, expected);
+        putils::initRandom(seed);
+        const windows w = windows_of(graph, span, size);
+        ASSERT_EQ(w.first_segment.size(), expected.size());
+        ASSERT_EQ(w.last_segment.size(), expected.size());
+        ASSERT_EQ(w.first_locus.size(), expected.size());
+        ASSERT_EQ(w.last_locus.size(), expected.size());
+        std::vector<int> start{0};
+        for (int s = 0; s < n; ++s) start.push_back(start.back() + s % 3 + 1);
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            const auto [first, last] = expected[i];
+            ASSERT_EQ(w.first_segment[i], first) << "seed " << seed;
+            ASSERT_EQ(w.last_segment[i], last) << "seed " << seed;
+            ASSERT_EQ(w.first_locus[i], start[first]);
+            ASSERT_EQ(w.last_locus[i], start[last + 1] - 1);
+        }
+    }
+}
+
+}  // namespace
