@@ -1,66 +1,119 @@
 #include "models/column_kernels.h"
 
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
 namespace column_kernels {
 
-void start(const emissions& em, const unsigned char* alleles, int K, double* column, lanes& sums) {
-    sums.fill(0.0);
-    for (int k = 0; k < K; ++k)
-        for (int c = 0; c < LANES; ++c) {
-            const double value = em[alleles[k]][c];
-            column[k * LANES + c] = value;
-            sums[c] += value;
-        }
+namespace {
+
+/// A row in registers: the compiler cuts it into what the instruction set has, be it one register or four.
+using row [[gnu::vector_size(64), gnu::may_alias]] = double;
+
+/// A step's arrays in local variables, which the compiler knows to be safe from a loop's stores.
+struct step_arrays {
+    explicit step_arrays(const step& s)
+        : from(s.from.column), em(s.em.data()), alleles(s.alleles), column(s.column) {}
+
+    const lanes* from;
+    const lanes* em;
+    const unsigned char* alleles;
+    lanes* column;
+};
+
+// Macros, since a function compiled for one instruction set can't be inlined into one for another.
+#define load(from) (*reinterpret_cast<const row*>(&(from)))
+#define store(to, what) (*reinterpret_cast<row*>(&(to)) = (what))
+
+#if defined(__x86_64__)
+
+namespace avx512 {
+#define KERNEL __attribute__((target("avx512f")))
+#define NAME "AVX-512"
+bool is_available() {
+    return __builtin_cpu_supports("avx512f");
+}
+#include "models/column_kernels_body.h"
+#undef KERNEL
+#undef NAME
+}  // namespace avx512
+
+namespace avx2 {
+#define KERNEL __attribute__((target("avx2")))
+#define NAME "AVX2"
+bool is_available() {
+    return __builtin_cpu_supports("avx2");
+}
+#include "models/column_kernels_body.h"
+#undef KERNEL
+#undef NAME
+}  // namespace avx2
+
+#endif
+
+namespace baseline {
+#define KERNEL
+#define NAME "baseline"
+bool is_available() {
+    return true;
+}
+#include "models/column_kernels_body.h"
+#undef KERNEL
+#undef NAME
+}  // namespace baseline
+
+#undef load
+#undef store
+
+/// Turns an 8 x 8 matrix of bits, row r being byte r, so that bit b of byte r becomes bit r of byte b
+/// (Warren 2002).
+std::uint64_t transpose_bits(std::uint64_t x) {
+    std::uint64_t t = (x ^ (x >> 7)) & 0x00AA00AA00AA00AAU;
+    x ^= t ^ (t << 7);
+    t = (x ^ (x >> 14)) & 0x0000CCCC0000CCCCU;
+    x ^= t ^ (t << 14);
+    t = (x ^ (x >> 28)) & 0x00000000F0F0F0F0U;
+    return x ^ t ^ (t << 28);
 }
 
-void step_inside(const flow& from, const emissions& em, const unsigned char* alleles, int K, double* column,
-                 lanes& sums) {
-    lanes jump, total{};
-    for (int c = 0; c < LANES; ++c) jump[c] = (*from.sums)[c] * from.tn;
-    for (int k = 0; k < K; ++k) {
-        const lanes& emission = em[alleles[k]];
-        for (int c = 0; c < LANES; ++c) {
-            const double value = (jump[c] + from.nt * from.column[k * LANES + c]) * emission[c];
-            column[k * LANES + c] = value;
-            total[c] += value;
-        }
-    }
-    sums = total;
+/// Spreads eight bits over the lowest bits of eight bytes.
+std::uint64_t spread_bits(std::uint64_t bits) {
+    return ((bits * 0x0101010101010101U & 0x8040201008040201U) + 0x7F7F7F7F7F7F7F7FU) >> 7 &
+           0x0101010101010101U;
 }
 
-void step_across(const flow& from, int n_from, const emissions& em, const unsigned char* alleles, int K,
-                 double* column, lanes& sums) {
-    lanes jump, total{};
-    for (int d = 0; d < LANES; ++d) jump[d] = (*from.sums)[d] * from.tn;
-    for (int k = 0; k < K; ++k) {
-        double before = 0.0;  // the same for every candidate on this side
-        for (int d = 0; d < n_from; ++d) before += jump[d] + from.nt * from.column[k * LANES + d];
-        const lanes& emission = em[alleles[k]];
-        for (int c = 0; c < LANES; ++c) {
-            const double value = before * emission[c];
-            column[k * LANES + c] = value;
-            total[c] += value;
-        }
-    }
-    sums = total;
+}  // namespace
+
+std::vector<const kernel_set*> available_kernels() {
+    std::vector<const kernel_set*> sets;
+#if defined(__x86_64__)
+    for (const kernel_set* set : {&avx512::KERNELS, &avx2::KERNELS})
+        if (set->is_available()) sets.push_back(set);
+#endif
+    sets.push_back(&baseline::KERNELS);
+    return sets;
 }
 
-void rescale(int n, int K, double* column, lanes& sums) {
-    double total = 0.0;
-    for (int c = 0; c < n; ++c) total += sums[c];
-    for (int i = 0; i < K * LANES; ++i) column[i] /= total;
-    for (double& sum : sums) sum /= total;
+const kernel_set& kernels() {
+    static const kernel_set& fastest = *available_kernels().front();
+    return fastest;
 }
 
-void pair_sums(const flow& from, const double* right, int K, std::array<lanes, LANES>& pairs) {
-    for (int c = 0; c < LANES; ++c) {
-        const double jump = (*from.sums)[c] * from.tn;
-        lanes total{};
-        for (int k = 0; k < K; ++k) {
-            const double left = jump + from.nt * from.column[k * LANES + c];
-            for (int d = 0; d < LANES; ++d) total[d] += left * right[k * LANES + d];
+void unpack_alleles(const unsigned char* bytes, int K, unsigned char* alleles) {
+    int k = 0;
+    if constexpr (std::endian::native == std::endian::little)
+        for (; k + 8 <= K; k += 8) {
+            std::uint64_t x;
+            std::memcpy(&x, bytes + k, sizeof x);
+            x = transpose_bits(x);
+            for (int b = 0; b < 8; ++b) {
+                const std::uint64_t spread = spread_bits(x >> (8 * b) & 0xFF);
+                std::memcpy(alleles + b * K + k, &spread, sizeof spread);
+            }
         }
-        pairs[c] = total;
-    }
+    for (; k < K; ++k)
+        for (int b = 0; b < 8; ++b) alleles[b * K + k] = bytes[k] >> b & 1;
 }
 
 }  // namespace column_kernels

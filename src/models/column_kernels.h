@@ -1,48 +1,82 @@
 #pragma once
 
 #include <array>
+#include <string>
+#include <vector>
 
 /// The inner loops of the copying model, over columns of K conditioning haplotypes and up to 8 candidates.
 ///
 /// A column is an array of K rows of 8 doubles: the value of candidate c and conditioning haplotype k stands
-/// at [k * 8 + c], so that a row fills the lanes of a vector register. Each lane keeps its own sum over k in
-/// rising k, added one after the other: sums are never reordered, products never fused into them, and the
-/// results are the same bits on every machine. Lanes beyond the segment's candidates hold 0.
+/// at [k][c], so that a row fills the lanes of a vector register, or of two or four narrower ones. Each lane
+/// keeps its own sum over k in rising k, added one after the other: sums are never reordered, products never
+/// fused into them, and the results are the same bits on every machine. Lanes beyond the candidates of a
+/// segment hold 0.
 namespace column_kernels {
 
 constexpr int LANES = 8;
 
-/// One value a candidate.
-using lanes = std::array<double, LANES>;
-/// Emission probabilities at one locus, for conditioning allele 0 and 1.
-using emissions = std::array<lanes, 2>;
+/// One value a candidate: a row of a column, or its sums.
+struct alignas(64) lanes {
+    double value[LANES];
 
-/// How the previous column flows into the next one.
-struct flow {
-    const double* column;  // previous column
-    const lanes* sums;     // sums of the previous column
-    double tn;             // probability of a jump to one given state
-    double nt;             // probability of no jump
+    double& operator[](int c) { return value[c]; }
+    const double& operator[](int c) const { return value[c]; }
 };
 
-/// column[k][c] = em[alleles[k]][c]; sums[c] over k.
-void start(const emissions& em, const unsigned char* alleles, int K, double* column, lanes& sums);
+/// Emission probabilities at one locus, for conditioning allele 0 and 1.
+using emissions = std::array<lanes, 2>;
+/// Haploid mass between left candidate (row) and right candidate.
+using pair_matrix = std::array<lanes, LANES>;
 
-/// Inside a segment, candidates flow into themselves:
-/// column[k][c] = (from.sums[c] * tn + nt * from.column[k][c]) * em[alleles[k]][c].
-void step_inside(const flow& from, const emissions& em, const unsigned char* alleles, int K, double* column,
-                 lanes& sums);
+/// A column that flows on across an interval.
+struct flow {
+    const lanes* column;
+    lanes sums;        // of the column, over k
+    double tn;         // probability of a jump to one given state
+    double nt;         // probability of no jump
+    int n_candidates;  // of the column's segment
+};
 
-/// At a boundary each of the `n_from` candidates of the previous segment flows into every candidate of this:
-/// column[k][c] = (sum over d of (from.sums[d] * tn + nt * from.column[k][d])) * em[alleles[k]][c].
-void step_across(const flow& from, int n_from, const emissions& em, const unsigned char* alleles, int K,
-                 double* column, lanes& sums);
+/// What one pass does at one locus. The column to fill may be the column before, which is then replaced row
+/// by row.
+struct step {
+    flow from;                     // the column before
+    emissions em;                  // at this locus
+    const unsigned char* alleles;  // of the K conditioning haplotypes at this locus, 0 or 1
+    lanes* column;                 // the column to fill
+    lanes* sums;                   // its sums
+};
 
-/// Divides the column and its sums by the total of the first `n` sums.
-void rescale(int n, int K, double* column, lanes& sums);
+/// The kernels of one instruction set. All sets give the same bits.
+struct kernel_set {
+    const char* name;
+    bool (*is_available)();
 
-/// Haploid mass between left candidate c (rows) and right candidate d:
-/// pairs[c][d] = sum over k of (from.sums[c] * tn + nt * from.column[k][c]) * right[k][d].
-void pair_sums(const flow& from, const double* right, int K, std::array<lanes, LANES>& pairs);
+    /// column[k][c] = em[alleles[k]][c]; `from` plays no part.
+    void (*start)(const step& s, int K);
+    /// Inside a segment, candidates flow into themselves:
+    /// column[k][c] = (from.sums[c] * tn + nt * from.column[k][c]) * em[alleles[k]][c].
+    void (*inside)(const step& s, int K);
+    /// Two such steps at once. The sums of one step are a chain of dependent additions: a second chain keeps
+    /// the processor busy while it waits.
+    void (*inside_both)(const step& s, const step& t, int K);
+    /// At a boundary each candidate of the segment before flows into every candidate of this one:
+    /// column[k][c] = (sum over d of (from.sums[d] * tn + nt * from.column[k][d])) * em[alleles[k]][c].
+    void (*across)(const step& s, int K);
+    /// Divides the column and its sums by the total of the first `n` sums.
+    void (*rescale)(int n, int K, lanes* column, lanes& sums);
+    /// pairs[c][d] = sum over k of (left.sums[c] * tn + nt * left.column[k][c]) * right[k][d], for each
+    /// candidate c of the left segment.
+    void (*pair_sums)(const flow& left, const lanes* right, int K, pair_matrix& pairs);
+};
+
+/// The fastest set that this machine has.
+const kernel_set& kernels();
+/// All sets that this machine has, the fastest first.
+std::vector<const kernel_set*> available_kernels();
+
+/// The alleles of K haplotypes at the eight loci of one byte: `bytes` holds the byte of each haplotype, and
+/// the allele of haplotype k at locus bit b is written to alleles[b * K + k].
+void unpack_alleles(const unsigned char* bytes, int K, unsigned char* alleles);
 
 }  // namespace column_kernels

@@ -8,12 +8,13 @@
 #include "utils/my_exception.h"
 #include "utils/sutils.h"
 
-namespace {
-
 using column_kernels::emissions;
 using column_kernels::flow;
+using column_kernels::kernels;
 using column_kernels::lanes;
 using column_kernels::LANES;
+
+namespace {
 
 constexpr int RESCALING_PERIOD = 50;  // loci
 constexpr int LARGEST_GROUP = 8192;   // transitions
@@ -23,14 +24,13 @@ constexpr int LEFT_NIBBLE = 0;  // shift of a transition byte
 constexpr int RIGHT_NIBBLE = 4;
 
 /// Emission probabilities of the candidates at position `i` of segment `s`; 0 beyond the last candidate.
-emissions emissions_at(const genotype_graph& G, int s, int i, double match, double mismatch) {
-    emissions em{};
+void set_emissions(emissions& em, const genotype_graph& G, int s, int i, double match, double mismatch) {
+    em = {};
     for (int c = 0; c < static_cast<int>(G.seg_count[s]); ++c) {
         const int allele = G.getA(s, c, i);
         em[allele][c] = match;
         em[1 - allele][c] = mismatch;
     }
-    return em;
 }
 
 /// Two jobs of one individual share two segments and both write the group between them. Which one comes last
@@ -39,101 +39,170 @@ void write_shared(float& target, double value) {
     std::atomic_ref<float>(target).store(static_cast<float>(value), std::memory_order_relaxed);
 }
 
+template <class Value>
+void grow(std::vector<Value>& buffer, std::size_t size) {
+    if (buffer.size() < size) buffer.resize(size);
+}
+
 }  // namespace
+
+/// Where a pass stands, and its step there.
+struct haplotype_segment::cursor {
+    enum { START, INSIDE, ACROSS } kind;
+    int locus;
+    int segment;
+    int position;  // within the segment
+    int length;    // loci of the segment
+    lanes sums;    // of the column in hand
+    int unpacked;  // byte whose alleles are unpacked
+    segment_buffers::pass* own;
+    column_kernels::step step;  // step.column is the column in hand once the step is done
+
+    void run(int K) const {
+        if (kind == START)
+            kernels().start(step, K);
+        else if (kind == INSIDE)
+            kernels().inside(step, K);
+        else
+            kernels().across(step, K);
+    }
+};
 
 haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
                                      const std::vector<int>& indices, int first_segment, int last_segment,
-                                     int first_locus, int last_locus)
+                                     int first_locus, int last_locus, segment_buffers& memory)
     : segment_first(first_segment),
       segment_last(last_segment),
       locus_first(first_locus),
       locus_last(last_locus),
       H(&haplotypes),
       idx(&indices),
-      group_prob(LARGEST_GROUP, 0.0),
-      alleles(indices.size()) {
-    const std::size_t column_size = LANES * indices.size();
+      buffers(memory) {
+    const std::size_t n_states = indices.size();
     const std::size_t n_segments = std::max(last_segment - first_segment + 1, 0);
-    prob_odd.assign(column_size, 0.0);
-    prob_even.assign(column_size, 0.0);
-    alpha.assign(n_segments * column_size, 0.0);
-    beta.assign(n_segments * column_size, 0.0);
-    alpha_sum.assign(n_segments, lanes{});
+    for (segment_buffers::pass* pass : {&buffers.forward, &buffers.backward}) {
+        grow(pass->prob, n_states);
+        grow(pass->bytes, n_states);
+        grow(pass->alleles, 8 * n_states);
+    }
+    grow(buffers.alpha, n_segments * n_states);
+    grow(buffers.beta, n_segments * n_states);
+    grow(buffers.alpha_sum, n_segments);
+    grow(buffers.group_prob, LARGEST_GROUP);
 }
 
-void haplotype_segment::read_alleles(int locus) {
-    for (std::size_t k = 0; k < alleles.size(); ++k)
-        alleles[k] = static_cast<unsigned char>((*H)[(*idx)[k]].get(locus));
+/// The alleles of the conditioning haplotypes at a cursor's locus, unpacked eight loci at a time.
+const unsigned char* haplotype_segment::alleles_at(cursor& at) {
+    const int byte = at.locus >> 3;
+    if (byte != at.unpacked) {
+        for (int k = 0; k < K(); ++k) at.own->bytes[k] = (*H)[(*idx)[k]].data[byte];
+        column_kernels::unpack_alleles(at.own->bytes.data(), K(), at.own->alleles.data());
+        at.unpacked = byte;
+    }
+    return at.own->alleles.data() + static_cast<std::ptrdiff_t>(at.locus & 7) * K();
 }
 
-void haplotype_segment::rescale_at(int distance, int n_candidates) {
-    if (distance % RESCALING_PERIOD == 0)
-        column_kernels::rescale(n_candidates, K(), column(distance), sums(distance));
+haplotype_segment::cursor haplotype_segment::start_of_forward() {
+    return {cursor::START, locus_first, segment_first, 0, 0, {}, -1, &buffers.forward, {}};
+}
+
+haplotype_segment::cursor haplotype_segment::start_of_backward(const genotype_graph& G) {
+    const int last_position = locus_last < locus_first ? 0 : static_cast<int>(G.seg_length[segment_last]) - 1;
+    return {cursor::START, locus_last, segment_last, last_position, 0, {}, -1, &buffers.backward, {}};
+}
+
+void haplotype_segment::prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
+    const int l = at.locus, s = at.segment;
+    at.length = static_cast<int>(G.seg_length[s]);
+    if (l > locus_first) {
+        const int from_segment = at.position > 0 ? s : s - 1;
+        at.kind = at.position > 0 ? cursor::INSIDE : cursor::ACROSS;
+        at.step.from = {at.step.column, at.sums, M.tn[l - 1], M.nt[l - 1],
+                        static_cast<int>(G.seg_count[from_segment])};
+    }
+    set_emissions(at.step.em, G, s, at.position, M.em_match, M.em_mismatch);
+    at.step.alleles = alleles_at(at);
+    at.step.column = at.position == at.length - 1 ? stored(buffers.alpha, s) : at.own->prob.data();
+    at.step.sums = &at.sums;
+}
+
+void haplotype_segment::prepare_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
+    const int l = at.locus, s = at.segment;
+    at.length = static_cast<int>(G.seg_length[s]);
+    if (l < locus_last) {
+        const bool inside = at.position < at.length - 1;
+        at.kind = inside ? cursor::INSIDE : cursor::ACROSS;
+        at.step.from = {at.step.column, at.sums, M.tn[l], M.nt[l],
+                        static_cast<int>(G.seg_count[inside ? s : s + 1])};
+        set_emissions(at.step.em, G, s, at.position, M.em_match, M.em_mismatch);
+    } else {
+        set_emissions(at.step.em, G, s, at.position, M.em_match_n, M.em_mismatch_n);
+    }
+    at.step.alleles = alleles_at(at);
+    at.step.column = at.position == 0 ? stored(buffers.beta, s) : at.own->prob.data();
+    at.step.sums = &at.sums;
+}
+
+/// Both passes count loci from the left end of the run.
+void haplotype_segment::rescale(cursor& at, const genotype_graph& G) const {
+    if ((at.locus - locus_first) % RESCALING_PERIOD == 0)
+        kernels().rescale(static_cast<int>(G.seg_count[at.segment]), K(), at.step.column, at.sums);
+}
+
+void haplotype_segment::finish_forward(cursor& at, const genotype_graph& G) {
+    rescale(at, G);
+    ++at.locus;
+    if (++at.position == at.length) {
+        buffers.alpha_sum[at.segment - segment_first] = at.sums;
+        ++at.segment;
+        at.position = 0;
+    }
+}
+
+void haplotype_segment::finish_backward(cursor& at, const genotype_graph& G) {
+    rescale(at, G);
+    if (at.locus == 0) beta_sum = at.sums;
+    --at.locus;
+    if (--at.position < 0 && at.segment > segment_first) {
+        --at.segment;
+        at.position = static_cast<int>(G.seg_length[at.segment]) - 1;
+    }
 }
 
 void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G) {
-    int l = locus_first;
-    for (int s = segment_first; s <= segment_last && l <= locus_last; ++s) {
-        const int n_candidates = static_cast<int>(G->seg_count[s]),
-                  length = static_cast<int>(G->seg_length[s]);
-        for (int i = 0; i < length; ++i, ++l) {
-            const int r = l - locus_first;
-            const emissions em = emissions_at(*G, s, i, M.em_match, M.em_mismatch);
-            read_alleles(l);
-            if (r == 0) {
-                column_kernels::start(em, alleles.data(), K(), column(r), sums(r));
-            } else {
-                const flow from{column(r - 1), &sums(r - 1), M.tn[l - 1], M.nt[l - 1]};
-                if (i > 0)
-                    column_kernels::step_inside(from, em, alleles.data(), K(), column(r), sums(r));
-                else
-                    column_kernels::step_across(from, static_cast<int>(G->seg_count[s - 1]), em,
-                                                alleles.data(), K(), column(r), sums(r));
-            }
-            rescale_at(r, n_candidates);
-        }
-        const int r = l - 1 - locus_first;
-        std::copy_n(column(r), LANES * K(), stored(alpha, s));
-        alpha_sum[s - segment_first] = sums(r);
+    for (cursor at = start_of_forward(); at.locus <= locus_last; finish_forward(at, *G)) {
+        prepare_forward(at, M, *G);
+        at.run(K());
     }
 }
 
 void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* G) {
-    int l = locus_last;
-    for (int s = segment_last; s >= segment_first && l >= locus_first; --s) {
-        const int n_candidates = static_cast<int>(G->seg_count[s]),
-                  length = static_cast<int>(G->seg_length[s]);
-        for (int i = length - 1; i >= 0; --i, --l) {
-            const int r = l - locus_first;  // parity and period count from the left end in this pass too
-            read_alleles(l);
-            if (l == locus_last) {
-                const emissions em = emissions_at(*G, s, i, M.em_match_n, M.em_mismatch_n);
-                column_kernels::start(em, alleles.data(), K(), column(r), sums(r));
-            } else {
-                const emissions em = emissions_at(*G, s, i, M.em_match, M.em_mismatch);
-                const flow from{column(r + 1), &sums(r + 1), M.tn[l], M.nt[l]};
-                if (i < length - 1)
-                    column_kernels::step_inside(from, em, alleles.data(), K(), column(r), sums(r));
-                else
-                    column_kernels::step_across(from, static_cast<int>(G->seg_count[s + 1]), em,
-                                                alleles.data(), K(), column(r), sums(r));
-            }
-            rescale_at(r, n_candidates);
-        }
-        const int r = l + 1 - locus_first;
-        if (r > 0) std::copy_n(column(r), LANES * K(), stored(beta, s));
-        if (l + 1 == 0) beta_sum = sums(r);
+    for (cursor at = start_of_backward(*G); at.locus >= locus_first; finish_backward(at, *G)) {
+        prepare_backward(at, M, *G);
+        at.run(K());
     }
 }
 
 int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
-    forward(M, G);
+    // The two passes know nothing of each other and take equally many steps: side by side each fills the
+    // time that the other one waits.
+    cursor ahead = start_of_forward(), back = start_of_backward(*G);
+    for (; ahead.locus <= locus_last; finish_forward(ahead, *G), finish_backward(back, *G)) {
+        prepare_forward(ahead, M, *G);
+        prepare_backward(back, M, *G);
+        if (ahead.kind == cursor::INSIDE && back.kind == cursor::INSIDE) {
+            kernels().inside_both(ahead.step, back.step, K());
+        } else {
+            ahead.run(K());
+            back.run(K());
+        }
+    }
+
     const int S = G->n_segments();
     if (segment_last == S - 1)
-        set_end_group(G, S, alpha_sum.back(), static_cast<int>(G->seg_count[S - 1]), LEFT_NIBBLE);
-    backward(M, G);
+        set_end_group(G, S, buffers.alpha_sum[segment_last - segment_first],
+                      static_cast<int>(G->seg_count[S - 1]), LEFT_NIBBLE);
     if (segment_first == 0) set_end_group(G, 0, beta_sum, static_cast<int>(G->seg_count[0]), RIGHT_NIBBLE);
-
     int n_underflows = 0;
     int locus = locus_first;
     for (int s = segment_first + 1; s <= segment_last; ++s) {
@@ -150,43 +219,48 @@ void haplotype_segment::set_end_group(genotype_graph* G, int g, const lanes& mas
     for (int c = 0; c < n_candidates; ++c) total += mass[c];
     const unsigned first = G->trans_offset[g];
     const int n_trans = static_cast<int>(G->trans_count[g]);
-    const auto haploid = [&](unsigned char step) { return mass[(step >> shift) & 15] / total; };
     TOLVANE_ASSERT(n_trans <= LARGEST_GROUP, "n_trans <= 8192");
+    const auto haploid = [&](unsigned char step) { return mass[(step >> shift) & 15] / total; };
+    std::vector<double>& weight = buffers.group_prob;
     double sum = 0.0;
     for (int t = 0; t < n_trans; ++t) {
         const unsigned char* steps = &G->trans_nodes[2 * (first + t)];
-        group_prob[t] = haploid(steps[0]) * haploid(steps[1]);
-        sum += group_prob[t];
+        weight[t] = haploid(steps[0]) * haploid(steps[1]);
+        sum += weight[t];
     }
-    for (int t = 0; t < n_trans; ++t) write_shared(G->trans_prob[first + t], group_prob[t] / sum);
+    for (int t = 0; t < n_trans; ++t) write_shared(G->trans_prob[first + t], weight[t] / sum);
 }
 
 /// Sets group `s`, between segments s - 1 and s, the latter of which starts at `locus`. Returns 1 when the
 /// products underflowed, else 0.
 int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* G, int s, int locus) {
-    const flow from{stored(alpha, s - 1), &alpha_sum[s - 1 - segment_first], M.tn[locus - 1],
-                    M.nt[locus - 1]};
-    column_kernels::pair_sums(from, stored(beta, s), K(), pair_prob);
+    const int n_left = static_cast<int>(G->seg_count[s - 1]), n_right = static_cast<int>(G->seg_count[s]);
+    const flow left{stored(buffers.alpha, s - 1), buffers.alpha_sum[s - 1 - segment_first], M.tn[locus - 1],
+                    M.nt[locus - 1], n_left};
+    kernels().pair_sums(left, stored(buffers.beta, s), K(), pair_prob);
     double total = 0.0;
-    for (unsigned c = 0; c < G->seg_count[s - 1]; ++c)
-        for (unsigned d = 0; d < G->seg_count[s]; ++d) total += pair_prob[c][d];
+    for (int c = 0; c < n_left; ++c)
+        for (int d = 0; d < n_right; ++d) total += pair_prob[c][d];
     const auto failure = [&](const std::string& fault) {
         return myException(fault + " in expectation haploid / i=" + G->name + " b=" + sutils::int2str(s) +
                            " sp=" + sutils::double2str(total, 10));
     };
     if (total < SMALLEST_MASS) throw failure("Underflow");
     if (std::isnan(total)) throw failure("Nan");
+    for (int c = 0; c < n_left; ++c)
+        for (int d = 0; d < n_right; ++d) pair_prob[c][d] /= total;
 
     const unsigned first = G->trans_offset[s];
     const int n_trans = static_cast<int>(G->trans_count[s]);
     TOLVANE_ASSERT(n_trans <= LARGEST_GROUP, "n_trans <= 8192");
-    const auto haploid = [&](unsigned char step) { return pair_prob[step & 15][step >> 4] / total; };
+    const auto haploid = [&](unsigned char step) { return pair_prob[step & 15][step >> 4]; };
+    std::vector<double>& weight = buffers.group_prob;
     const auto weigh = [&](auto join) {
         double sum = 0.0;
         for (int t = 0; t < n_trans; ++t) {
             const unsigned char* steps = &G->trans_nodes[2 * (first + t)];
-            group_prob[t] = join(haploid(steps[0]), haploid(steps[1]));
-            sum += group_prob[t];
+            weight[t] = join(haploid(steps[0]), haploid(steps[1]));
+            sum += weight[t];
         }
         return sum;
     };
@@ -194,6 +268,6 @@ int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* 
     const bool underflow = sum < SMALLEST_MASS;
     if (underflow) sum = weigh([](double p, double q) { return p + q; });
     for (int t = 0; t < n_trans; ++t)
-        write_shared(G->trans_prob[first + t], std::max(group_prob[t] / sum, SMALLEST_PROBABILITY));
+        write_shared(G->trans_prob[first + t], std::max(weight[t] / sum, SMALLEST_PROBABILITY));
     return underflow;
 }

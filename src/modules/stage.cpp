@@ -16,25 +16,23 @@ void stage::run_pass(const std::string& start_line, int n, std::function<void(in
         LOG.println("");
         LOG.printlnL(start_line);
     }
-    if (team.is_single()) {
-        for (int i = 0; i < n_items; ++i) {
-            work(i);
-            print_progress(i + 1);
-        }
-    } else {
-        team.run(callback, self);
-    }
+    team.run(callback, self);
     print_progress(n_items);
     if (verbose) LOG.println("");
 }
 
 void stage::take_items() {
     for (int i = team.take(); i < n_items; i = team.take()) {
-        {
-            const std::lock_guard lock(mutex_progress);
+        if (team.is_single()) {
+            work(i);
             print_progress(i + 1);
+        } else {
+            {
+                const std::lock_guard lock(mutex_progress);
+                print_progress(i + 1);
+            }
+            work(i);
         }
-        work(i);
     }
 }
 

@@ -10,8 +10,8 @@
 /// the join. A stage is a small object built for one pass; stages never overlap.
 class stage {
   public:
-    /// Body of a worker: takes items until none is left. The progress line comes before an item's work, so
-    /// it shows what has been started.
+    /// Body of a worker: takes items until none is left. In a thread the progress line comes before an item's
+    /// work, so it shows what has been started; without threads it shows what has been done.
     void take_items();
 
   protected:
@@ -19,7 +19,7 @@ class stage {
     stage(int n_thread, std::string progress, bool verbose = true);
 
     /// Runs the pass: `start_line` for the log, then work(i) once for each i in [0, n_items), by threads
-    /// that run `callback(self)`, or without any thread in order, each followed by the progress line.
+    /// that run `callback(self)`, or in order on the calling thread.
     void run_pass(const std::string& start_line, int n_items, std::function<void(int)> work,
                   void* (*callback)(void*), void* self);
 

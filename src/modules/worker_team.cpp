@@ -10,6 +10,10 @@ worker_team::worker_team(int threads) : n_thread(threads) {}
 
 void worker_team::run(void* (*callback)(void*), void* argument) {
     i_worker = 0;
+    if (is_single()) {
+        callback(argument);
+        return;
+    }
     const auto body = [callback, argument] {
         try {
             callback(argument);
@@ -27,6 +31,7 @@ void worker_team::run(void* (*callback)(void*), void* argument) {
 }
 
 int worker_team::take() {
+    if (is_single()) return i_worker++;
     const std::lock_guard lock(mutex_workers);
     return i_worker++;
 }

@@ -12,10 +12,10 @@ class worker_team {
     worker_team(const worker_team&) = delete;
     worker_team& operator=(const worker_team&) = delete;
 
-    /// With fewer than two threads work runs on the calling thread, in order and without a lock.
+    /// With fewer than two threads a pass runs on the calling thread, and no thread is started.
     bool is_single() const { return n_thread < 2; }
 
-    /// Starts a pass: runs `callback(argument)` in each thread, until all have returned.
+    /// A pass: runs `callback(argument)` in each thread, until all have returned.
     void run(void* (*callback)(void*), void* argument);
     /// The next item of the pass, from 0.
     int take();

@@ -36,9 +36,10 @@ class phaser : public tolvane {
     /// One iteration: every individual in every window, as jobs. `recluster` asks for new trees of
     /// haplotypes where the selection goes through trees.
     void phaseWindow(const std::string& text, bool recluster);
-    /// One job: selects conditioning haplotypes and runs the copying model.
-    void phaseWindow(int job);
-    /// Takes jobs until none is left.
+    /// One job: selects conditioning haplotypes and runs the copying model, in a worker's memory.
+    struct worker_memory;
+    void phaseWindow(int job, worker_memory& memory);
+    /// Body of a worker: takes jobs until none is left.
     void take_jobs();
 
   protected:
@@ -72,7 +73,7 @@ class phaser : public tolvane {
     void run_iterations(const std::string& phase_name, const std::string& text, int step, bool store);
     void list_window_jobs();
     void list_cluster_jobs();
-    int select_in_tree(phasing_job& job, std::vector<int>& idxH);
+    int select_in_tree(phasing_job& job, worker_memory& memory);
 
     std::unique_ptr<snp_set> snps;
     genhap_set haplotypes;

@@ -25,6 +25,13 @@ bool is_every(int step, int iteration) {
 
 }  // namespace
 
+/// What a worker keeps from job to job.
+struct phaser::worker_memory {
+    std::vector<int> idxH;   // conditioning haplotypes
+    std::vector<bool> mask;  // haplotypes to select from, in a tree
+    segment_buffers buffers;
+};
+
 void phaser::phase() {
     run_iterations("burn", "Burn-in", cluster_burn_step, false);
     run_iterations("prune", "Pruning", cluster_prune_step, true);
@@ -74,17 +81,15 @@ void phaser::phaseWindow(const std::string& text, bool recluster) {
     } else {
         list_window_jobs();
     }
-    if (team->is_single())
-        for (int job = 0; job < static_cast<int>(jobs.size()); ++job) phaseWindow(job);
-    else
-        team->run(phaseWindow_callback, this);
+    team->run(phaseWindow_callback, this);
     LOG.println(text);
     if (underflows > 0) LOG.println("  * #underflows recovered = " + sutils::int2str(underflows));
 }
 
 void phaser::take_jobs() {
+    worker_memory memory;
     const int n_jobs = static_cast<int>(jobs.size());
-    for (int job = team->take(); job < n_jobs; job = team->take()) phaseWindow(job);
+    for (int job = team->take(); job < n_jobs; job = team->take()) phaseWindow(job, memory);
 }
 
 void* phaseWindow_callback(void* mode) {
@@ -93,30 +98,29 @@ void* phaseWindow_callback(void* mode) {
 }
 
 /// Selects the conditioning haplotypes of a job from its tree, and gives the job its range.
-int phaser::select_in_tree(phasing_job& job, std::vector<int>& idxH) {
+int phaser::select_in_tree(phasing_job& job, worker_memory& memory) {
     const haplotypeCluster& tree = cluster_stage->clusters[job.tree];
     segment_range& range = job.range;
     haplotypes.vecG[job.ind]->getClosestBoundaries(tree.start, tree.stop, range.first_locus, range.last_locus,
                                                    range.first_segment, range.last_segment);
-    std::vector<bool> mask;
-    tree.mask(job.ind, mask);
-    return haplotypes.subsetHaplotypes_hamming(mask, job.ind, value<int>("states"), range.first_locus,
-                                               range.last_locus, idxH);
+    tree.mask(job.ind, memory.mask);
+    return haplotypes.subsetHaplotypes_hamming(memory.mask, job.ind, value<int>("states"), range.first_locus,
+                                               range.last_locus, memory.idxH);
 }
 
-void phaser::phaseWindow(int index) {
+void phaser::phaseWindow(int index, worker_memory& memory) {
     phasing_job job = jobs[index];
     const segment_range& range = job.range;
-    std::vector<int> idxH;
+    std::vector<int>& idxH = memory.idxH;
     const int distance = job.tree < 0
                              ? haplotypes.subsetHaplotypes_hamming(job.ind, value<int>("states"),
                                                                    range.first_locus, range.last_locus, idxH)
-                             : select_in_tree(job, idxH);
+                             : select_in_tree(job, memory);
     TOLVANE_ASSERT(idxH.size() > 4, "idxH.size()>4");
     std::sort(idxH.begin(), idxH.end());
     if (distance < 1 && iteration != 0 && early_stop) return;
     haplotype_segment segment(haplotypes.vecH, idxH, range.first_segment, range.last_segment,
-                              range.first_locus, range.last_locus);
+                              range.first_locus, range.last_locus, memory.buffers);
     try {
         underflows.fetch_add(segment.expectation(hmm, haplotypes.vecG[job.ind]), std::memory_order_relaxed);
     } catch (const myException& failure) {
