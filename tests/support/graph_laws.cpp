@@ -1,7 +1,6 @@
 #include "support/graph_laws.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "support/graph_text.h"
 
@@ -159,6 +158,31 @@ std::set<haplotype_pair> pairs_of(const genotype_graph& graph) {
     std::set<haplotype_pair> pairs;
     for_each_walk(graph, [&](const std::vector<unsigned>& walk) { pairs.merge(pairs_of_walk(graph, walk)); });
     return pairs;
+}
+
+unsigned sweep_plainly(const genotype_graph& graph, std::vector<bool>& kept) {
+    unsigned n_set = 0;
+    const auto end = [&](int g) { return graph.trans_offset[g] + graph.trans_count[g]; };
+    const auto repair = [&](int from, int to, bool forward) {
+        for (unsigned t = graph.trans_offset[from]; t < end(from); ++t) {
+            if (!kept[t]) continue;
+            std::vector<unsigned> neighbours;
+            for (unsigned u = graph.trans_offset[to]; u < end(to); ++u)
+                if (forward ? can_follow(graph, t, u) : can_follow(graph, u, t)) neighbours.push_back(u);
+            const auto is_kept = [&](unsigned u) { return kept[u]; };
+            if (std::any_of(neighbours.begin(), neighbours.end(), is_kept)) continue;
+            const auto poorer = [&](unsigned u, unsigned v) {
+                return graph.trans_store[u] < graph.trans_store[v];
+            };
+            kept[*std::max_element(neighbours.begin(), neighbours.end(), poorer)] = true;
+            ++n_set;
+        }
+    };
+    for (int g = 0; g + 1 < graph.n_groups(); ++g) {
+        repair(g, g + 1, true);
+        repair(g + 1, g, false);
+    }
+    return n_set;
 }
 
 }  // namespace support

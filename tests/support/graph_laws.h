@@ -29,4 +29,8 @@ std::set<haplotype_pair> pairs_of_walk(const genotype_graph& graph, const std::v
 /// Those of all walks.
 std::set<haplotype_pair> pairs_of(const genotype_graph& graph);
 
+/// The plain twin of consolide: one sweep from left to right that gives kept transitions without a kept
+/// neighbour the best one. Returns the number of flags set.
+unsigned sweep_plainly(const genotype_graph& graph, std::vector<bool>& kept);
+
 }  // namespace support

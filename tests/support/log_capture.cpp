@@ -23,4 +23,10 @@ std::string log_capture::log() const {
     return read_file(files.at("run.log"));
 }
 
+error_output_capture::error_output_capture() : before(std::cerr.rdbuf(caught.rdbuf())) {}
+
+error_output_capture::~error_output_capture() {
+    std::cerr.rdbuf(before);
+}
+
 }  // namespace support

@@ -27,4 +27,19 @@ class log_capture {
     std::streambuf* console_before;
 };
 
+/// While it lives, what goes to standard error is kept.
+class error_output_capture {
+  public:
+    error_output_capture();
+    ~error_output_capture();
+    error_output_capture(const error_output_capture&) = delete;
+    error_output_capture& operator=(const error_output_capture&) = delete;
+
+    std::string text() const { return caught.str(); }
+
+  private:
+    std::ostringstream caught;
+    std::streambuf* before;
+};
+
 }  // namespace support
