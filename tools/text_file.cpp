@@ -1,0 +1,77 @@
+#include "tools/text_file.h"
+
+#include <boost/iostreams/device/file.hpp>
+#include <boost/iostreams/filter/gzip.hpp>
+#include <ios>
+#include <stdexcept>
+#include <string_view>
+
+namespace tools {
+
+namespace {
+
+bool is_compressed(std::string_view path) {
+    return path.ends_with(".gz");
+}
+
+// Throws when the file cannot take all it is given: the compressor above a file that takes only a part would
+// offer the rest again for ever.
+class StrictSink {
+  public:
+    using char_type = char;
+    using category = boost::iostreams::sink_tag;
+
+    explicit StrictSink(std::ofstream& file) : file_(&file) {}
+
+    std::streamsize write(const char* text, std::streamsize length) {
+        if (!file_->write(text, length)) throw std::ios_base::failure("the file takes no more");
+        return length;
+    }
+
+  private:
+    std::ofstream* file_;
+};
+
+}  // namespace
+
+TextWriter::TextWriter(const std::string& path) : path_(path), file_(path, std::ios::binary) {
+    if (!file_) throw std::runtime_error("cannot create " + path);
+    if (is_compressed(path)) stream_.push(boost::iostreams::gzip_compressor());
+    stream_.push(StrictSink(file_));
+}
+
+void TextWriter::close() {
+    try {
+        stream_.reset();
+    } catch (const std::ios_base::failure&) {
+        // The file has failed as well.
+    }
+    file_.close();
+    if (!file_) throw std::runtime_error("cannot write " + path_);
+}
+
+TextReader::TextReader(const std::string& path) : path_(path) {
+    boost::iostreams::file_source file(path, std::ios::binary);
+    if (!file.is_open()) throw std::runtime_error("cannot open " + path);
+    if (is_compressed(path)) stream_.push(boost::iostreams::gzip_decompressor());
+    stream_.push(file);
+}
+
+std::string TextReader::place() const {
+    std::string text = path_;
+    text += ", line ";
+    text += std::to_string(line_number_);
+    return text;
+}
+
+bool TextReader::next(std::string& line) {
+    if (!std::getline(stream_, line)) {
+        if (stream_.bad()) throw std::runtime_error("cannot read on after " + place());
+        return false;
+    }
+    ++line_number_;
+    if (line.ends_with('\r')) line.pop_back();
+    return true;
+}
+
+}  // namespace tools
