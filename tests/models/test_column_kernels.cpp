@@ -1,0 +1,287 @@
+#include "models/column_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <random>
+
+namespace {
+
+using column_kernels::kernel_set;
+using column_kernels::lanes;
+using column_kernels::LANES;
+
+const int SIZES[] = {1, 2, 7, 8, 9, 100};
+
+/// The same model in plain loops, candidate after candidate: value of candidate c and haplotype k at
+/// [c * K + k].
+struct plain_column {
+    std::vector<double> value;
+    std::vector<double> sum;  // of each candidate, over rising k
+};
+
+struct plain_step {
+    int K;
+    double tn, nt;
+    std::vector<unsigned char> alleles;         // of the haplotypes
+    std::vector<std::vector<double>> emission;  // of each candidate, for allele 0 and 1
+};
+
+plain_column start_plainly(const plain_step& s) {
+    plain_column column{{}, std::vector<double>(s.emission.size())};
+    for (std::size_t c = 0; c < s.emission.size(); ++c)
+        for (int k = 0; k < s.K; ++k) {
+            column.value.push_back(s.emission[c][s.alleles[k]]);
+            column.sum[c] += column.value.back();
+        }
+    return column;
+}
+
+plain_column step_plainly(const plain_step& s, const plain_column& from, bool across) {
+    plain_column column{{}, std::vector<double>(s.emission.size())};
+    for (std::size_t c = 0; c < s.emission.size(); ++c)
+        for (int k = 0; k < s.K; ++k) {
+            double before = 0.0;
+            if (across)
+                for (std::size_t d = 0; d < from.sum.size(); ++d)
+                    before += from.sum[d] * s.tn + s.nt * from.value[d * s.K + k];
+            else
+                before = from.sum[c] * s.tn + s.nt * from.value[c * s.K + k];
+            column.value.push_back(before * s.emission[c][s.alleles[k]]);
+            column.sum[c] += column.value.back();
+        }
+    return column;
+}
+
+std::uint64_t bits_of(double value) {
+    return std::bit_cast<std::uint64_t>(value);
+}
+
+/// Values as they come up, with some zeros and some too small for a full mantissa.
+double random_value(std::mt19937& random) {
+    const double value = (static_cast<double>(random() % 1000000) + 1.0) / 1000003.0;
+    switch (random() % 8) {
+        case 0:
+            return 0.0;
+        case 1:
+            return value * 1e-310;
+        case 2:
+            return 4.9406564584124654e-324 * static_cast<double>(random() % 3);
+        case 3:
+            return value * 1e-300;
+        default:
+            return value;
+    }
+}
+
+plain_column random_column(int n_candidates, int K, std::mt19937& random) {
+    plain_column column;
+    for (int c = 0; c < n_candidates; ++c) {
+        column.sum.push_back(0.0);
+        for (int k = 0; k < K; ++k) {
+            column.value.push_back(random_value(random));
+            column.sum[c] += column.value.back();
+        }
+    }
+    return column;
+}
+
+plain_step random_step(int n_candidates, int K, std::mt19937& random) {
+    plain_step s{K, random_value(random) * 0.01, random_value(random), {}, {}};
+    for (int k = 0; k < K; ++k) s.alleles.push_back(random() % 2);
+    for (int c = 0; c < n_candidates; ++c) {
+        const bool turned = random() % 2 == 0;
+        s.emission.push_back(turned ? std::vector{1e-4, 0.9999} : std::vector{0.9999, 1e-4});
+    }
+    return s;
+}
+
+/// A column and its sums in rows of lanes, 0 beyond the last candidate.
+struct packed_column {
+    std::vector<lanes> rows;
+    lanes sums{};
+};
+
+packed_column packed(const plain_column& plain, int K) {
+    packed_column column{std::vector<lanes>(K), {}};
+    for (std::size_t c = 0; c < plain.sum.size(); ++c) {
+        column.sums[static_cast<int>(c)] = plain.sum[c];
+        for (int k = 0; k < K; ++k) column.rows[k][static_cast<int>(c)] = plain.value[c * K + k];
+    }
+    return column;
+}
+
+column_kernels::emissions packed(const plain_step& s) {
+    column_kernels::emissions em{};
+    for (std::size_t c = 0; c < s.emission.size(); ++c)
+        for (int allele = 0; allele < 2; ++allele) em[allele][static_cast<int>(c)] = s.emission[c][allele];
+    return em;
+}
+
+void expect_same_bits(const packed_column& column, const plain_column& plain, int K) {
+    const int n = static_cast<int>(plain.sum.size());
+    for (int c = 0; c < LANES; ++c) {
+        ASSERT_EQ(bits_of(column.sums[c]), bits_of(c < n ? plain.sum[c] : 0.0)) << "sum of candidate " << c;
+        for (int k = 0; k < K; ++k)
+            ASSERT_EQ(bits_of(column.rows[k][c]), bits_of(c < n ? plain.value[c * K + k] : 0.0))
+                << "candidate " << c << ", haplotype " << k;
+    }
+}
+
+/// Each set of kernels that this machine has.
+class column_kernels_of : public ::testing::TestWithParam<const kernel_set*> {
+  protected:
+    const kernel_set& kernels = *GetParam();
+    std::mt19937 random{1};
+
+    /// Calls `check(number of candidates, K)` for all sizes, several times each.
+    template <class Check>
+    void for_all_sizes(Check check) {
+        for (int n = 1; n <= LANES; ++n)
+            for (const int K : SIZES)
+                for (int trial = 0; trial < 3; ++trial) {
+                    SCOPED_TRACE(std::to_string(n) + " candidates, K " + std::to_string(K));
+                    check(n, K);
+                }
+    }
+    column_kernels::step step_of(const plain_step& s, const packed_column& from, int n_from,
+                                 packed_column& to) const {
+        return {{from.rows.data(), from.sums, s.tn, s.nt, n_from},
+                packed(s),
+                s.alleles.data(),
+                to.rows.data(),
+                &to.sums};
+    }
+};
+
+TEST_P(column_kernels_of, Start) {
+    for_all_sizes([&](int n, int K) {
+        const plain_step s = random_step(n, K, random);
+        packed_column none, column{std::vector<lanes>(K), {}};
+        kernels.start(step_of(s, none, 0, column), K);
+        expect_same_bits(column, start_plainly(s), K);
+    });
+}
+
+TEST_P(column_kernels_of, Inside) {
+    for_all_sizes([&](int n, int K) {
+        const plain_step s = random_step(n, K, random);
+        const plain_column from = random_column(n, K, random);
+        const packed_column before = packed(from, K);
+        packed_column column{std::vector<lanes>(K), {}};
+        kernels.inside(step_of(s, before, n, column), K);
+        expect_same_bits(column, step_plainly(s, from, false), K);
+    });
+}
+
+TEST_P(column_kernels_of, InsideMayReplaceTheColumnBefore) {
+    for_all_sizes([&](int n, int K) {
+        const plain_step s = random_step(n, K, random);
+        const plain_column from = random_column(n, K, random);
+        packed_column column = packed(from, K);
+        kernels.inside(step_of(s, column, n, column), K);
+        expect_same_bits(column, step_plainly(s, from, false), K);
+    });
+}
+
+TEST_P(column_kernels_of, InsideBoth) {
+    for_all_sizes([&](int n, int K) {
+        const plain_step s = random_step(n, K, random), t = random_step(LANES + 1 - n, K, random);
+        const plain_column from_s = random_column(n, K, random),
+                           from_t = random_column(LANES + 1 - n, K, random);
+        packed_column column_s = packed(from_s, K);
+        const packed_column before_t = packed(from_t, K);
+        packed_column column_t{std::vector<lanes>(K), {}};
+        kernels.inside_both(step_of(s, column_s, n, column_s), step_of(t, before_t, LANES + 1 - n, column_t),
+                            K);
+        expect_same_bits(column_s, step_plainly(s, from_s, false), K);
+        expect_same_bits(column_t, step_plainly(t, from_t, false), K);
+    });
+}
+
+TEST_P(column_kernels_of, Across) {
+    for_all_sizes([&](int n, int K) {
+        for (int n_from = 1; n_from <= LANES; ++n_from) {
+            const plain_step s = random_step(n, K, random);
+            const plain_column from = random_column(n_from, K, random);
+            packed_column column = packed(from, K);
+            if (n_from % 2 == 0) {
+                kernels.across(step_of(s, column, n_from, column), K);
+            } else {
+                const packed_column before = column;
+                kernels.across(step_of(s, before, n_from, column), K);
+            }
+            expect_same_bits(column, step_plainly(s, from, true), K);
+        }
+    });
+}
+
+TEST_P(column_kernels_of, Rescale) {
+    for_all_sizes([&](int n, int K) {
+        plain_column plain = random_column(n, K, random);
+        plain.value[0] += 1e-12;  // something to divide by
+        plain.sum[0] += 1e-12;
+        packed_column column = packed(plain, K);
+        kernels.rescale(n, K, column.rows.data(), column.sums);
+        double total = 0.0;
+        for (const double sum : plain.sum) total += sum;
+        for (double& value : plain.value) value /= total;
+        for (double& sum : plain.sum) sum /= total;
+        expect_same_bits(column, plain, K);
+    });
+}
+
+TEST_P(column_kernels_of, PairSums) {
+    for_all_sizes([&](int n_left, int K) {
+        for (int n_right = 1; n_right <= LANES; ++n_right) {
+            const plain_column left = random_column(n_left, K, random),
+                               right = random_column(n_right, K, random);
+            const double tn = random_value(random), nt = random_value(random);
+            const packed_column before = packed(left, K), after = packed(right, K);
+            column_kernels::pair_matrix pairs{};
+            kernels.pair_sums({before.rows.data(), before.sums, tn, nt, n_left}, after.rows.data(), K, pairs);
+            for (int c = 0; c < n_left; ++c)
+                for (int d = 0; d < n_right; ++d) {
+                    double expected = 0.0;
+                    for (int k = 0; k < K; ++k)
+                        expected += (left.sum[c] * tn + nt * left.value[c * K + k]) * right.value[d * K + k];
+                    ASSERT_EQ(bits_of(pairs[c][d]), bits_of(expected)) << c << " to " << d;
+                }
+        }
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Sets, column_kernels_of, ::testing::ValuesIn(column_kernels::available_kernels()),
+                         [](const auto& set) {
+                             std::string name = set.param->name;
+                             std::erase_if(name, [](char c) { return std::isalnum(c) == 0; });
+                             return name;
+                         });
+
+TEST(AvailableKernels, EndInTheOneThatEveryMachineHas) {
+    const auto sets = column_kernels::available_kernels();
+    ASSERT_FALSE(sets.empty());
+    EXPECT_STREQ(sets.back()->name, "baseline");
+    for (const kernel_set* set : sets) EXPECT_TRUE(set->is_available()) << set->name;
+    EXPECT_EQ(&column_kernels::kernels(), sets.front());
+}
+
+TEST(UnpackAlleles, LowBitFirst) {
+    std::mt19937 random(2);
+    for (int K = 0; K < 70; ++K) {
+        std::vector<unsigned char> bytes;
+        for (int k = 0; k < K; ++k) bytes.push_back(static_cast<unsigned char>(random()));
+        std::vector<unsigned char> alleles(8 * K, 9);
+        column_kernels::unpack_alleles(bytes.data(), K, alleles.data());
+        for (int b = 0; b < 8; ++b)
+            for (int k = 0; k < K; ++k) {
+                int rest = bytes[k];
+                for (int i = 0; i < b; ++i) rest /= 2;
+                ASSERT_EQ(alleles[b * K + k], rest % 2) << "bit " << b << " of byte " << k << " of " << K;
+            }
+    }
+}
+
+}  // namespace
