@@ -41,11 +41,6 @@ class genhap_set {
     snp_set* snps = nullptr;
     std::vector<genotype_graph*> vecG;
     std::vector<chaplotype> vecH;
-
-  private:
-    /// Offers each pair of individuals' haplotypes by offer(selection, first of the pair), then the panel.
-    template <class Offer>
-    int select_closest(int ind, int K, int first, int last, std::vector<int>& idx, Offer offer);
 };
 
 /// Decides for a pair `c0`, `c1` close to the two haplotypes `h0`, `h1` of an individual, one to each, which

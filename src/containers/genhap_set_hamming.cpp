@@ -4,15 +4,35 @@
 
 #include "containers/genhap_set.h"
 #include "containers/haplotype_distance.h"
+#include "objects/bit_kernels.h"
 #include "utils/putils.h"
 
 namespace {
+
+/// Adds the seconds of its life to a total, and sets the order of the heap.
+class selection_timer {
+  public:
+    explicit selection_timer(std::atomic<long>& seconds) : total(seconds), start(clock::now()) {
+        haplotype_distance::minimise.store(true, std::memory_order_relaxed);
+    }
+    ~selection_timer() {
+        total.fetch_add(std::chrono::duration_cast<std::chrono::seconds>(clock::now() - start).count(),
+                        std::memory_order_relaxed);
+    }
+    selection_timer(const selection_timer&) = delete;
+    selection_timer& operator=(const selection_timer&) = delete;
+
+  private:
+    using clock = std::chrono::steady_clock;
+    std::atomic<long>& total;
+    clock::time_point start;
+};
 
 /// The best haplotypes found so far, at most `K` once trimmed. The heap rules of the GNU library decide which
 /// of several equally distant haplotypes stay.
 class closest_heap {
   public:
-    explicit closest_heap(int K) : capacity(K) {}
+    closest_heap(int K, std::vector<haplotype_distance>& memory) : capacity(K), heap(memory) { heap.clear(); }
 
     /// A distance has to lie below this one to be worth a place.
     int limit() const {
@@ -43,120 +63,140 @@ class closest_heap {
     }
 
     int capacity;
+    std::vector<haplotype_distance>& heap;
+};
+
+/// Memory of a selection. It lives with its thread, so that a selection allocates nothing.
+struct selection_memory {
     std::vector<haplotype_distance> heap;
+    std::vector<int> list;          // haplotypes to look at, where not all are
+    std::vector<int> to_t0, to_t1;  // their distances to the targets
 };
 
 /// One selection: an individual's two haplotypes, a range of loci, and the best haplotypes so far.
+///
+/// All distances are computed first, in one stream over the packed haplotypes. The steps that follow replay
+/// them in order against a limit that falls as the heap fills.
 class selection {
   public:
-    selection(const std::vector<chaplotype>& haplotypes, int ind, int K, int first_locus, int last_locus)
-        : H(haplotypes), T0(H[2 * ind]), T1(H[2 * ind + 1]), first(first_locus), last(last_locus), found(K) {}
+    selection(const std::vector<chaplotype>& haplotypes, int ind, int K, int first_locus, int last_locus,
+              selection_memory& memory)
+        : H(haplotypes),
+          T0(H[2 * ind]),
+          T1(H[2 * ind + 1]),
+          first(first_locus),
+          last(last_locus),
+          d0(memory.to_t0),
+          d1(memory.to_t1),
+          found(K, memory.heap) {}
 
-    /// Offers both haplotypes of another individual. When each of them is closest to another target, chance
-    /// decides how much of both is worth having.
-    void offer_pair(int c0, int c1) {
+    /// Computes the distances of haplotypes list[0], list[1], ..., or of all when `list` is null. The steps
+    /// below name a haplotype by its number `at` in that list, next to its index.
+    void scan(const std::vector<int>* list) {
+        const std::size_t n = list == nullptr ? H.size() : list->size();
+        if (d0.size() < n) {
+            d0.resize(n);
+            d1.resize(n);
+        }
+        const int start = first >> 3, n_bytes = (last >> 3) - start + 1;
+        bit_kernels::kernels().scan(H.data(), list == nullptr ? nullptr : list->data(), static_cast<int>(n),
+                                    start, n_bytes, T0.data.data() + start, T1.data.data() + start, d0.data(),
+                                    d1.data());
+    }
+
+    /// Offers both haplotypes of another individual, `c0` and the one behind it. When each of them is closest
+    /// to another target, chance decides how much of both is worth having.
+    void offer_pair(std::size_t at, int c0) {
         const int limit = found.limit();
-        const nearest n0 = nearest_target(H[c0], limit), n1 = nearest_target(H[c1], limit);
-        bool take0 = n0.target >= 0, take1 = n1.target >= 0;
-        if (take0 && take1 && n0.target != n1.target) {
-            const int verdict = non_overlapping_hamming_distance(H[c0], H[c1], T0, T1, first, last);
+        if (std::min(nearest(at), nearest(at + 1)) >= limit) return;
+        bool take0 = nearest(at) < limit, take1 = nearest(at + 1) < limit;
+        // Equal distances count as closest to the first target.
+        const bool same_target = (d1[at] < d0[at]) == (d1[at + 1] < d0[at + 1]);
+        if (take0 && take1 && !same_target) {
+            const int verdict = non_overlapping_hamming_distance(H[c0], H[c0 + 1], T0, T1, first, last);
             take0 = verdict == 2 || verdict == 0;
             take1 = verdict == 2 || verdict == 1;
         }
-        if (take0) found.push(c0, n0.distance);
-        if (take1) found.push(c1, n1.distance);
+        if (take0) found.push(c0, nearest(at));
+        if (take1) found.push(c0 + 1, nearest(at + 1));
         found.trim();
     }
 
     /// Offers one haplotype of another individual.
-    void offer_single(int c) {
-        const int limit = found.limit();
-        const int d0 = H[c].hamming(T0, first, last, limit);
-        const int d1 = H[c].hamming(T1, first, last, limit);
-        if (std::min(d0, d1) < limit) found.push(c, std::min(d0, d1));
+    void offer_single(std::size_t at, int c) {
+        if (nearest(at) >= found.limit()) return;
+        found.push(c, nearest(at));
         found.trim();
     }
 
-    /// Offers a haplotype of the panel, once for each target; it may stay twice.
-    void offer_reference(int h) {
+    /// Offers a haplotype of the panel, once for each target; it may stay twice. No test keeps it out: the
+    /// heap takes it and trims it.
+    void offer_reference(std::size_t at, int h) {
         const int limit = found.limit();
-        const int d0 = H[h].hamming(T0, first, last, limit);
-        const int d1 = H[h].hamming(T1, first, last, limit);
-        found.push(h, d0);
-        found.push(h, d1);
+        found.push(h, d0[at] > limit ? DISTANCE_BEYOND_LIMIT : d0[at]);
+        found.push(h, d1[at] > limit ? DISTANCE_BEYOND_LIMIT : d1[at]);
         found.trim();
     }
 
     int finish(std::vector<int>& idx) { return found.drain(idx, last - first); }
 
   private:
-    struct nearest {
-        int target;  // 0 or 1, -1 when neither is nearer than the limit
-        int distance;
-    };
-    nearest nearest_target(const chaplotype& c, int limit) const {
-        const int d0 = c.hamming(T0, first, last, limit);
-        const int d1 = c.hamming(T1, first, last, limit);
-        nearest n{-1, limit};
-        if (d0 < n.distance) n = {0, d0};
-        if (d1 < n.distance) n = {1, d1};
-        return n;
-    }
+    int nearest(std::size_t at) const { return std::min(d0[at], d1[at]); }
 
     const std::vector<chaplotype>& H;
     const chaplotype& T0;
     const chaplotype& T1;
     int first;
     int last;
+    std::vector<int>& d0;
+    std::vector<int>& d1;
     closest_heap found;
 };
 
 }  // namespace
 
-template <class Offer>
-int genhap_set::select_closest(int ind, int K, int first, int last, std::vector<int>& idx, Offer offer) {
-    const auto start = std::chrono::steady_clock::now();
-    haplotype_distance::minimise.store(true, std::memory_order_relaxed);
-    idx.clear();
-    selection closest(vecH, ind, K, first, last);
-    const int n_study = 2 * static_cast<int>(vecG.size()), n_haps = static_cast<int>(vecH.size());
-    for (int h = 0; h < n_study; h += 2) offer(closest, h);
-    for (int h = n_study; h < n_haps; ++h) closest.offer_reference(h);
-    const int best = closest.finish(idx);
-    const auto spent = std::chrono::steady_clock::now() - start;
-    time_hamming.fetch_add(std::chrono::duration_cast<std::chrono::seconds>(spent).count(),
-                           std::memory_order_relaxed);
-    return best;
-}
-
 int genhap_set::subsetHaplotypes_hamming(int ind, int K, int first, int last, std::vector<int>& idx) {
-    return select_closest(ind, K, first, last, idx, [ind](auto& closest, int h) {
-        if (h != 2 * ind) closest.offer_pair(h, h + 1);
-    });
+    const selection_timer timer(time_hamming);
+    thread_local selection_memory memory;
+    idx.clear();
+    selection closest(vecH, ind, K, first, last, memory);
+    closest.scan(nullptr);
+    const int n_study = 2 * static_cast<int>(vecG.size()), n_haps = static_cast<int>(vecH.size());
+    for (int h = 0; h < n_study; h += 2)
+        if (h != 2 * ind) closest.offer_pair(h, h);
+    for (int h = n_study; h < n_haps; ++h) closest.offer_reference(h, h);
+    return closest.finish(idx);
 }
 
 int genhap_set::subsetHaplotypes_hamming(const std::vector<bool>& mask, int ind, int K, int first, int last,
                                          std::vector<int>& idx) {
-    return select_closest(ind, K, first, last, idx, [&mask](auto& closest, int h) {
-        if (mask[h] && mask[h + 1])
-            closest.offer_pair(h, h + 1);
-        else if (mask[h] || mask[h + 1])
-            closest.offer_single(mask[h] ? h : h + 1);
-    });
+    const selection_timer timer(time_hamming);
+    thread_local selection_memory memory;
+    idx.clear();
+    const int n_study = 2 * static_cast<int>(vecG.size()), n_haps = static_cast<int>(mask.size());
+    std::vector<int>& list = memory.list;
+    list.clear();
+    for (int h = 0; h < n_haps; ++h)
+        if (h >= n_study || mask[h]) list.push_back(h);
+
+    selection closest(vecH, ind, K, first, last, memory);
+    closest.scan(&list);
+    for (std::size_t at = 0; at < list.size(); ++at) {
+        const int h = list[at];
+        const bool is_pair = h % 2 == 0 && h < n_study && at + 1 < list.size() && list[at + 1] == h + 1;
+        if (h >= n_study)
+            closest.offer_reference(at, h);
+        else if (is_pair)
+            closest.offer_pair(at++, h);
+        else
+            closest.offer_single(at, h);
+    }
+    return closest.finish(idx);
 }
 
 int non_overlapping_hamming_distance(const chaplotype& c0, const chaplotype& c1, const chaplotype& h0,
                                      const chaplotype& h1, int first, int last) {
-    int only0 = 0, only1 = 0, both = 0;
-    for (int l = first; l <= last; ++l) {
-        const bool match0 = h0.get(l) == c0.get(l), match1 = h1.get(l) == c1.get(l);
-        if (match0 && match1)
-            both += h0.get(l) != h1.get(l);  // a locus where all four agree tells nothing
-        else {
-            only0 += match0;
-            only1 += match1;
-        }
-    }
+    const auto [only0, only1, both] = bit_kernels::kernels().overlap(c0, c1, h0, h1, first, last);
     // 0/0 is no number, and no draw lies below it.
     const double p0 = static_cast<double>(only0) / (only0 + both);
     const double p1 = static_cast<double>(only1) / (only1 + both);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "objects/bit_kernels.h"
 #include "utils/lfile.h"
 #include "utils/streams.h"
 
@@ -62,24 +63,20 @@ void chaplotype::push_back(const std::vector<bool>& alleles) {
 }
 
 int chaplotype::hamming(const chaplotype& o) const {
-    int sum = 0;
-    for (std::size_t b = 0; b < data.size(); ++b) sum += distance_lookup[data[b] ^ o.data[b]];
-    return sum;
+    return bit_kernels::kernels().distance(data.data(), o.data.data(), static_cast<int>(data.size()));
 }
 
 int chaplotype::hamming(const chaplotype& o, int first, int last) const {
-    int sum = 0;
-    for (int b = first >> 3; b <= last >> 3; ++b) sum += distance_lookup[data[b] ^ o.data[b]];
-    return sum;
+    const int start = first >> 3, n_bytes = (last >> 3) - start + 1;
+    if (n_bytes <= 0) return 0;
+    return bit_kernels::kernels().distance(data.data() + start, o.data.data() + start, n_bytes);
 }
 
 int chaplotype::hamming(const chaplotype& o, int first, int last, int limit) const {
-    int sum = 0;
-    for (int b = first >> 3; b <= last >> 3; ++b) {
-        sum += distance_lookup[data[b] ^ o.data[b]];
-        if (sum > limit) return DISTANCE_BEYOND_LIMIT;
-    }
-    return sum;
+    const int distance = hamming(o, first, last);
+    // The sum only grows from byte to byte, so one test at the end tells whether it ever passed the limit. A
+    // range without a byte passes none.
+    return distance > limit && first >> 3 <= last >> 3 ? DISTANCE_BEYOND_LIMIT : distance;
 }
 
 int chaplotype::perfectmatch(const chaplotype& o, int first, int last, int min_length) const {

@@ -1,0 +1,87 @@
+#include "objects/bit_kernels.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "objects/chaplotype.h"
+
+namespace bit_kernels {
+
+namespace {
+
+constexpr int WORD = 8;  // bytes
+
+static_assert(std::endian::native == std::endian::little, "words are read with their first byte lowest");
+
+std::uint64_t word_at(const unsigned char* bytes) {
+    std::uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+/// The bytes from `at` to `n` of an array of `n`, fewer than a word: the last word less what stands before.
+std::uint64_t rest_at(const unsigned char* bytes, int at, int n) {
+    if (n >= WORD) return word_at(bytes + n - WORD) >> (8 * (at + WORD - n));
+    std::uint64_t word = 0;
+    for (int i = n - 1; i >= at; --i) word = word << 8 | bytes[i];
+    return word;
+}
+
+/// A word from `at` on, of an array of `n` bytes.
+std::uint64_t bytes_at(const unsigned char* bytes, int at, int n) {
+    return at + WORD <= n ? word_at(bytes + at) : rest_at(bytes, at, n);
+}
+
+/// Bits of the word that starts at locus `start` whose loci lie in [first, last].
+std::uint64_t loci_between(int start, int first, int last) {
+    std::uint64_t bits = ~std::uint64_t{0};
+    if (first > start) bits &= bits << (first - start);
+    if (last - start < 63) bits &= (std::uint64_t{1} << (last - start + 1)) - 1;
+    return bits;
+}
+
+#if defined(__x86_64__)
+
+namespace popcnt {
+#define KERNEL __attribute__((target("popcnt")))
+#define NAME "POPCNT"
+bool is_available() {
+    return __builtin_cpu_supports("popcnt");
+}
+#include "objects/bit_kernels_body.h"
+#undef KERNEL
+#undef NAME
+}  // namespace popcnt
+
+#endif
+
+namespace baseline {
+#define KERNEL
+#define NAME "baseline"
+bool is_available() {
+    return true;
+}
+#include "objects/bit_kernels_body.h"
+#undef KERNEL
+#undef NAME
+}  // namespace baseline
+
+}  // namespace
+
+std::vector<const kernel_set*> available_kernels() {
+    std::vector<const kernel_set*> sets;
+#if defined(__x86_64__)
+    if (popcnt::KERNELS.is_available()) sets.push_back(&popcnt::KERNELS);
+#endif
+    sets.push_back(&baseline::KERNELS);
+    return sets;
+}
+
+const kernel_set& kernels() {
+    static const kernel_set& fastest = *available_kernels().front();
+    return fastest;
+}
+
+}  // namespace bit_kernels
