@@ -14,7 +14,7 @@ using row [[gnu::vector_size(64), gnu::may_alias]] = double;
 /// A step's arrays in local variables, which the compiler knows to be safe from a loop's stores.
 struct step_arrays {
     explicit step_arrays(const step& s)
-        : from(s.from.column), em(s.em.data()), alleles(s.alleles), column(s.column) {}
+        : from(s.from.column), em(s.em->data()), alleles(s.alleles), column(s.column) {}
 
     const lanes* from;
     const lanes* em;

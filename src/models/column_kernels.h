@@ -41,7 +41,7 @@ struct flow {
 /// by row.
 struct step {
     flow from;                     // the column before
-    emissions em;                  // at this locus
+    const emissions* em;           // at this locus
     const unsigned char* alleles;  // of the K conditioning haplotypes at this locus, 0 or 1
     lanes* column;                 // the column to fill
     lanes* sums;                   // its sums
@@ -52,16 +52,16 @@ struct kernel_set {
     const char* name;
     bool (*is_available)();
 
-    /// column[k][c] = em[alleles[k]][c]; `from` plays no part.
+    /// column[k][c] = (*em)[alleles[k]][c]; `from` plays no part.
     void (*start)(const step& s, int K);
     /// Inside a segment, candidates flow into themselves:
-    /// column[k][c] = (from.sums[c] * tn + nt * from.column[k][c]) * em[alleles[k]][c].
+    /// column[k][c] = (from.sums[c] * tn + nt * from.column[k][c]) * (*em)[alleles[k]][c].
     void (*inside)(const step& s, int K);
     /// Two such steps at once. The sums of one step are a chain of dependent additions: a second chain keeps
     /// the processor busy while it waits.
     void (*inside_both)(const step& s, const step& t, int K);
     /// At a boundary each candidate of the segment before flows into every candidate of this one:
-    /// column[k][c] = (sum over d of (from.sums[d] * tn + nt * from.column[k][d])) * em[alleles[k]][c].
+    /// column[k][c] = (sum over d of (from.sums[d] * tn + nt * from.column[k][d])) * (*em)[alleles[k]][c].
     void (*across)(const step& s, int K);
     /// Divides the column and its sums by the total of the first `n` sums.
     void (*rescale)(int n, int K, lanes* column, lanes& sums);

@@ -2,10 +2,11 @@
 // attribute that selects it. There is no include guard on purpose.
 
 KERNEL void start(const step& s, int K) {
+    const step_arrays a(s);
     row total = {};
     for (int k = 0; k < K; ++k) {
-        const row value = load(s.em[s.alleles[k]]);
-        store(s.column[k], value);
+        const row value = load(a.em[a.alleles[k]]);
+        store(a.column[k], value);
         total += value;
     }
     store(*s.sums, total);

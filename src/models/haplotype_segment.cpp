@@ -23,14 +23,16 @@ constexpr double SMALLEST_PROBABILITY = 1e-30;
 constexpr int LEFT_NIBBLE = 0;  // shift of a transition byte
 constexpr int RIGHT_NIBBLE = 4;
 
-/// Emission probabilities of the candidates at position `i` of segment `s`; 0 beyond the last candidate.
-void set_emissions(emissions& em, const genotype_graph& G, int s, int i, double match, double mismatch) {
-    em = {};
-    for (int c = 0; c < static_cast<int>(G.seg_count[s]); ++c) {
-        const int allele = G.getA(s, c, i);
+/// Emission probabilities of `n` candidates with these alleles, bit c being that of candidate c; 0 in the
+/// lanes beyond.
+emissions emissions_of(unsigned candidates, int n, double match, double mismatch) {
+    emissions em{};
+    for (int c = 0; c < n; ++c) {
+        const unsigned allele = candidates >> c & 1;
         em[allele][c] = match;
         em[1 - allele][c] = mismatch;
     }
+    return em;
 }
 
 /// Two jobs of one individual share two segments and both write the group between them. Which one comes last
@@ -54,8 +56,9 @@ struct haplotype_segment::cursor {
     int position;  // within the segment
     int length;    // loci of the segment
     lanes sums;    // of the column in hand
-    int unpacked;  // byte whose alleles are unpacked
-    segment_buffers::pass* own;
+    double match;  // emission probabilities of the step
+    double mismatch;
+    emissions em;               // of the step, where candidates differ
     column_kernels::step step;  // step.column is the column in hand once the step is done
 
     void run(int K) const {
@@ -80,49 +83,93 @@ haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
       buffers(memory) {
     const std::size_t n_states = indices.size();
     const std::size_t n_segments = std::max(last_segment - first_segment + 1, 0);
-    for (segment_buffers::pass* pass : {&buffers.forward, &buffers.backward}) {
-        grow(pass->prob, n_states);
-        grow(pass->bytes, n_states);
-        grow(pass->alleles, 8 * n_states);
-    }
+    grow(buffers.forward, n_states);
+    grow(buffers.backward, n_states);
     grow(buffers.alpha, n_segments * n_states);
     grow(buffers.beta, n_segments * n_states);
     grow(buffers.alpha_sum, n_segments);
     grow(buffers.group_prob, LARGEST_GROUP);
 }
 
-/// The alleles of the conditioning haplotypes at a cursor's locus, unpacked eight loci at a time.
-const unsigned char* haplotype_segment::alleles_at(cursor& at) {
-    const int byte = at.locus >> 3;
-    if (byte != at.unpacked) {
-        for (int k = 0; k < K(); ++k) at.own->bytes[k] = (*H)[(*idx)[k]].data[byte];
-        column_kernels::unpack_alleles(at.own->bytes.data(), K(), at.own->alleles.data());
-        at.unpacked = byte;
+/// Fills `alleles` for all loci of the run, from the byte of the first one on.
+void haplotype_segment::unpack_haplotypes() {
+    const int first_byte = locus_first >> 3, n_bytes = (locus_last >> 3) - first_byte + 1;
+    grow(buffers.packed, static_cast<std::size_t>(n_bytes) * K());
+    grow(buffers.alleles, 8 * static_cast<std::size_t>(n_bytes) * K());
+    for (int k = 0; k < K(); ++k) {
+        const unsigned char* bytes = (*H)[(*idx)[k]].data.data() + first_byte;
+        for (int b = 0; b < n_bytes; ++b) buffers.packed[static_cast<std::size_t>(b) * K() + k] = bytes[b];
     }
-    return at.own->alleles.data() + static_cast<std::ptrdiff_t>(at.locus & 7) * K();
+    for (std::size_t b = 0; b < static_cast<std::size_t>(n_bytes); ++b)
+        column_kernels::unpack_alleles(&buffers.packed[b * K()], K(), &buffers.alleles[8 * b * K()]);
+}
+
+/// Fills `candidates` for all loci of the run.
+void haplotype_segment::unpack_candidates(const genotype_graph& G) {
+    grow(buffers.candidates, locus_last - locus_first + 1);
+    unsigned char* locus = buffers.candidates.data();
+    for (int s = segment_first, l = locus_first; s <= segment_last; ++s)
+        for (int i = 0; i < static_cast<int>(G.seg_length[s]); ++i, ++l, ++locus) {
+            // Candidates differ at ambiguous sites alone.
+            if (!G.site_ambiguous[l]) {
+                *locus = G.getA(s, 0, i) != 0 ? 0xFF : 0;
+                continue;
+            }
+            unsigned bits = 0;
+            for (int c = 0; c < static_cast<int>(G.seg_count[s]); ++c)
+                bits |= static_cast<unsigned>(G.getA(s, c, i)) << c;
+            *locus = static_cast<unsigned char>(bits);
+        }
+}
+
+void haplotype_segment::prepare(const hmm_parameters& M, const genotype_graph& G) {
+    if (locus_first > locus_last) return;
+    unpack_haplotypes();
+    unpack_candidates(G);
+    for (int n = 0; n <= LANES; ++n)
+        for (unsigned allele = 0; allele < 2; ++allele)
+            uniform[n][allele] = emissions_of(allele == 0 ? 0 : 0xFF, n, M.em_match, M.em_mismatch);
+}
+
+const emissions* haplotype_segment::emissions_at(cursor& at, int n_candidates) {
+    const unsigned bits = buffers.candidates[at.locus - locus_first];
+    const bool usual = at.kind != cursor::START || at.locus == locus_first;  // the backward start has its own
+    if (usual && (bits == 0 || bits == 0xFF)) return &uniform[n_candidates][bits & 1];
+    at.em = emissions_of(bits, n_candidates, at.match, at.mismatch);
+    return &at.em;
 }
 
 haplotype_segment::cursor haplotype_segment::start_of_forward() {
-    return {cursor::START, locus_first, segment_first, 0, 0, {}, -1, &buffers.forward, {}};
+    cursor at{};
+    at.kind = cursor::START;
+    at.locus = locus_first;
+    at.segment = segment_first;
+    return at;
 }
 
 haplotype_segment::cursor haplotype_segment::start_of_backward(const genotype_graph& G) {
-    const int last_position = locus_last < locus_first ? 0 : static_cast<int>(G.seg_length[segment_last]) - 1;
-    return {cursor::START, locus_last, segment_last, last_position, 0, {}, -1, &buffers.backward, {}};
+    cursor at{};
+    at.kind = cursor::START;
+    at.locus = locus_last;
+    at.segment = segment_last;
+    at.position = locus_last < locus_first ? 0 : static_cast<int>(G.seg_length[segment_last]) - 1;
+    return at;
 }
 
 void haplotype_segment::prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
     const int l = at.locus, s = at.segment;
     at.length = static_cast<int>(G.seg_length[s]);
     if (l > locus_first) {
-        const int from_segment = at.position > 0 ? s : s - 1;
-        at.kind = at.position > 0 ? cursor::INSIDE : cursor::ACROSS;
+        const bool inside = at.position > 0;
+        at.kind = inside ? cursor::INSIDE : cursor::ACROSS;
         at.step.from = {at.step.column, at.sums, M.tn[l - 1], M.nt[l - 1],
-                        static_cast<int>(G.seg_count[from_segment])};
+                        static_cast<int>(G.seg_count[inside ? s : s - 1])};
     }
-    set_emissions(at.step.em, G, s, at.position, M.em_match, M.em_mismatch);
-    at.step.alleles = alleles_at(at);
-    at.step.column = at.position == at.length - 1 ? stored(buffers.alpha, s) : at.own->prob.data();
+    at.match = M.em_match;
+    at.mismatch = M.em_mismatch;
+    at.step.em = emissions_at(at, static_cast<int>(G.seg_count[s]));
+    at.step.alleles = alleles_at(l);
+    at.step.column = at.position == at.length - 1 ? stored(buffers.alpha, s) : buffers.forward.data();
     at.step.sums = &at.sums;
 }
 
@@ -134,12 +181,12 @@ void haplotype_segment::prepare_backward(cursor& at, const hmm_parameters& M, co
         at.kind = inside ? cursor::INSIDE : cursor::ACROSS;
         at.step.from = {at.step.column, at.sums, M.tn[l], M.nt[l],
                         static_cast<int>(G.seg_count[inside ? s : s + 1])};
-        set_emissions(at.step.em, G, s, at.position, M.em_match, M.em_mismatch);
-    } else {
-        set_emissions(at.step.em, G, s, at.position, M.em_match_n, M.em_mismatch_n);
     }
-    at.step.alleles = alleles_at(at);
-    at.step.column = at.position == 0 ? stored(buffers.beta, s) : at.own->prob.data();
+    at.match = l < locus_last ? M.em_match : M.em_match_n;
+    at.mismatch = l < locus_last ? M.em_mismatch : M.em_mismatch_n;
+    at.step.em = emissions_at(at, static_cast<int>(G.seg_count[s]));
+    at.step.alleles = alleles_at(l);
+    at.step.column = at.position == 0 ? stored(buffers.beta, s) : buffers.backward.data();
     at.step.sums = &at.sums;
 }
 
@@ -170,6 +217,7 @@ void haplotype_segment::finish_backward(cursor& at, const genotype_graph& G) {
 }
 
 void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G) {
+    prepare(M, *G);
     for (cursor at = start_of_forward(); at.locus <= locus_last; finish_forward(at, *G)) {
         prepare_forward(at, M, *G);
         at.run(K());
@@ -177,6 +225,7 @@ void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G
 }
 
 void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* G) {
+    prepare(M, *G);
     for (cursor at = start_of_backward(*G); at.locus >= locus_first; finish_backward(at, *G)) {
         prepare_backward(at, M, *G);
         at.run(K());
@@ -186,6 +235,7 @@ void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* 
 int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
     // The two passes know nothing of each other and take equally many steps: side by side each fills the
     // time that the other one waits.
+    prepare(M, *G);
     cursor ahead = start_of_forward(), back = start_of_backward(*G);
     for (; ahead.locus <= locus_last; finish_forward(ahead, *G), finish_backward(back, *G)) {
         prepare_forward(ahead, M, *G);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "models/column_kernels.h"
@@ -10,17 +11,15 @@
 /// Working memory of the copying model. It lives with a worker and grows to the largest job, so that a job
 /// allocates nothing.
 struct segment_buffers {
-    /// Of one pass over the loci.
-    struct pass {
-        std::vector<column_kernels::lanes> prob;  // K rows: the column in hand, replaced from locus to locus
-        std::vector<unsigned char> bytes;         // K packed alleles
-        std::vector<unsigned char> alleles;       // 8 * K: those of the eight loci in `bytes`
-    };
-    pass forward;
-    pass backward;
+    std::vector<column_kernels::lanes>
+        forward;  // K rows: the forward column in hand, replaced locus by locus
+    std::vector<column_kernels::lanes> backward;   // the same of the backward pass
     std::vector<column_kernels::lanes> alpha;      // K rows a segment: the forward column at its last locus
     std::vector<column_kernels::lanes> beta;       // K rows a segment: the backward column at its first locus
     std::vector<column_kernels::lanes> alpha_sum;  // one a segment: the sums of alpha
+    std::vector<unsigned char> packed;             // K packed bytes for each eight loci
+    std::vector<unsigned char> alleles;            // K a locus: alleles of the conditioning haplotypes
+    std::vector<unsigned char> candidates;         // one a locus: bit c is the allele of candidate c
     std::vector<double> group_prob;                // of one transition group
 };
 
@@ -68,10 +67,17 @@ class haplotype_segment {
   private:
     struct cursor;
 
+    /// Emissions where all candidates of a segment carry one allele, which is so at most loci:
+    /// [number of candidates][their allele].
+    std::array<std::array<column_kernels::emissions, 2>, column_kernels::LANES + 1> uniform;
+
     int K() const { return static_cast<int>(idx->size()); }
     column_kernels::lanes* stored(std::vector<column_kernels::lanes>& columns, int s) {
         return columns.data() + static_cast<std::ptrdiff_t>(s - segment_first) * K();
     }
+    void unpack_haplotypes();
+    void unpack_candidates(const genotype_graph& G);
+    void prepare(const hmm_parameters& M, const genotype_graph& G);
     cursor start_of_forward();
     cursor start_of_backward(const genotype_graph& G);
     void prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
@@ -79,7 +85,10 @@ class haplotype_segment {
     void finish_forward(cursor& at, const genotype_graph& G);
     void finish_backward(cursor& at, const genotype_graph& G);
     void rescale(cursor& at, const genotype_graph& G) const;
-    const unsigned char* alleles_at(cursor& at);
+    const column_kernels::emissions* emissions_at(cursor& at, int n_candidates);
+    const unsigned char* alleles_at(int locus) const {
+        return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * K();
+    }
 
     void set_end_group(genotype_graph* G, int g, const column_kernels::lanes& mass, int n_candidates,
                        int shift);
