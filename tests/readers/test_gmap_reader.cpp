@@ -1,0 +1,96 @@
+#include "readers/gmap_reader.h"
+
+#include <gtest/gtest.h>
+
+#include "support/child_process.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using support::log_capture;
+using support::stops_with;
+
+TEST(GmapReader, ReadsPositionsAndGeneticPositions) {
+    const log_capture capture;
+    const std::string name = capture.folder().put(
+        "map", "position COMBINED_rate(cM/Mb) Genetic_Map(cM)\n100 1.5 0\n  200\tx\t0.25\n300 2 0.25 \r\n");
+    gmap_reader map;
+    map.readGeneticMapFile(name);
+    EXPECT_EQ(map.map_pos, (std::vector<int>{100, 200, 300}));
+    EXPECT_EQ(map.map_cm, (std::vector<double>{0.0, 0.25, 0.25}));
+    EXPECT_EQ(capture.log(), "\nReading genetic map in [" + name + "]\n  * 3 genetic positions found\n");
+    EXPECT_EQ(capture.console(), capture.log());
+}
+
+TEST(GmapReader, AppendsToItsLists) {
+    const log_capture capture;
+    gmap_reader map;
+    map.readGeneticMapFile(capture.folder().put("first", "h\n100 0 1\n"));
+    map.readGeneticMapFile(capture.folder().put("second", "h\n50 0 0.5\n"));
+    EXPECT_EQ(map.map_pos, (std::vector<int>{100, 50})) << "order is checked within a file";
+}
+
+TEST(GmapReader, HeaderAloneIsAnEmptyMap) {
+    for (const char* text : {"position rate cM\n", "position rate cM", ""}) {
+        const log_capture capture;
+        const std::string name = capture.folder().put("map", text);
+        gmap_reader map;
+        map.readGeneticMapFile(name);
+        EXPECT_TRUE(map.map_pos.empty());
+        EXPECT_TRUE(map.map_cm.empty());
+        EXPECT_EQ(capture.log(), "\nReading genetic map in [" + name + "]\n  * 0 genetic positions found\n");
+    }
+}
+
+TEST(GmapReader, AcceptsWhatIsNotFalling) {
+    struct row {
+        const char* name;
+        const char* lines;
+        std::size_t n;
+    };
+    for (const row& r :
+         {row{"equal positions", "100 0 1\n100 0 2\n", 2}, row{"equal cM", "100 0 1\n200 0 1\n", 2},
+          row{"both equal", "100 0 1\n100 0 1\n", 2}, row{"least start", "-1 0 -1\n", 1},
+          row{"negative cM", "100 0 -0.5\n200 0 0\n", 2}, row{"text is 0", "x 0 y\n0 0 0\n", 2}}) {
+        const log_capture capture;
+        gmap_reader map;
+        map.readGeneticMapFile(capture.folder().put("map", std::string("header\n") + r.lines));
+        EXPECT_EQ(map.map_pos.size(), r.n) << r.name;
+        EXPECT_EQ(map.map_cm.size(), r.n) << r.name;
+    }
+}
+
+TEST(GmapReader, FaultsStopTheRun) {
+    struct row {
+        const char* name;
+        const char* lines;
+        const char* message;
+    };
+    for (const row& r : {row{"position falls", "1000 0 5\n900 0 6\n",
+                             "Wrong order in your genetic map file 1000bp / 5.00000cM > 900bp / 6.00000cM"},
+                         row{"cM falls", "900 0 6\n1000 0 5.5\n",
+                             "Wrong order in your genetic map file 900bp / 6.00000cM > 1000bp / 5.50000cM"},
+                         row{"below the least start", "-2 0 0\n",
+                             "Wrong order in your genetic map file -1bp / -1.00000cM > -2bp / 0.00000cM"},
+                         row{"cM below the least start", "0 0 -1.5\n",
+                             "Wrong order in your genetic map file -1bp / -1.00000cM > 0bp / -1.50000cM"},
+                         row{"two columns", "100 0 1\n200 1\n",
+                             "Parsing line 1 : incorrect number of columns, observed: 2 expected: 3"},
+                         row{"four columns", "100 0 1 x\n",
+                             "Parsing line 0 : incorrect number of columns, observed: 4 expected: 3"},
+                         row{"empty line", "100 0 1\n200 0 1\n\n300 0 1\n",
+                             "Parsing line 2 : incorrect number of columns, observed: 0 expected: 3"}}) {
+        const log_capture capture;
+        const std::string name = capture.folder().put("map", std::string("header\n") + r.lines);
+        EXPECT_TRUE(stops_with(r.message, [&] { gmap_reader().readGeneticMapFile(name); })) << r.name;
+    }
+}
+
+TEST(GmapReader, PositionsBeyondAnIntStopTheRun) {
+    const log_capture capture;
+    const std::string name = capture.folder().put("map", "header\n100 0 1\n3000000000 0 2\n");
+    EXPECT_TRUE(support::stops_naming({name, "[3000000000] is out of range"},
+                                      [&] { gmap_reader().readGeneticMapFile(name); }));
+}
+
+}  // namespace
