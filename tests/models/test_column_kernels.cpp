@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <list>
 #include <random>
 
 namespace {
@@ -147,13 +148,17 @@ class column_kernels_of : public ::testing::TestWithParam<const kernel_set*> {
                 }
     }
     column_kernels::step step_of(const plain_step& s, const packed_column& from, int n_from,
-                                 packed_column& to) const {
+                                 packed_column& to) {
+        held_emissions.push_back(packed(s));
         return {{from.rows.data(), from.sums, s.tn, s.nt, n_from},
-                packed(s),
+                &held_emissions.back(),
                 s.alleles.data(),
                 to.rows.data(),
                 &to.sums};
     }
+
+  private:
+    std::list<column_kernels::emissions> held_emissions;  // steps point to them
 };
 
 TEST_P(column_kernels_of, Start) {
