@@ -540,6 +540,8 @@ TEST(Expectation, EmptyGroupCountsARecovery) {
     graph.pushTrans({{}, {}, {}, {}});
     graph.pushHaps({{0}, {1}});
     graph.pushTrans({{0}, {0}, {1}, {0}});
+    graph.site_ambiguous = {true, true};
+    graph.site_missing = {false, false};
     const std::vector<chaplotype> H = support::haplotypes({"00", "01", "10", "11", "00"});
     EXPECT_EQ(expect_over(graph, segments_of(graph, 0, 1), model(2, 0.1, 0.1, 5), H, all_of(H)), 1);
     EXPECT_EQ(graph.trans_prob, (std::vector<float>{1.0F, 1.0F}));

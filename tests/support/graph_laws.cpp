@@ -52,6 +52,16 @@ std::string candidate_text(const genotype_graph& graph, int s, int c) {
     return ::testing::AssertionSuccess();
 }
 
+::testing::AssertionResult check_sites(const genotype_graph& graph) {
+    std::size_t locus = 0;
+    for (int s = 0; s < graph.n_segments(); ++s)
+        for (int i = 0; i < static_cast<int>(graph.seg_length[s]); ++i, ++locus)
+            for (int c = 1; c < static_cast<int>(graph.seg_count[s]); ++c)
+                if (!graph.site_ambiguous[locus] && graph.getA(s, c, i) != graph.getA(s, 0, i))
+                    return broken("candidates differ at ambiguous loci alone");
+    return ::testing::AssertionSuccess();
+}
+
 ::testing::AssertionResult check_groups(const genotype_graph& graph) {
     const std::size_t S = graph.seg_count.size();
     if (graph.trans_count.size() != S + 1 || graph.trans_offset.size() != S + 1)
@@ -97,7 +107,7 @@ std::string candidate_text(const genotype_graph& graph, int s, int c) {
 }  // namespace
 
 ::testing::AssertionResult check_invariants(const genotype_graph& graph) {
-    for (const auto check : {check_segments, check_groups, check_links}) {
+    for (const auto check : {check_segments, check_sites, check_groups, check_links}) {
         const ::testing::AssertionResult result = check(graph);
         if (!result) return result;
     }
