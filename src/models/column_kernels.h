@@ -68,15 +68,18 @@ struct kernel_set {
     /// pairs[c][d] = sum over k of (left.sums[c] * tn + nt * left.column[k][c]) * right[k][d], for each
     /// candidate c of the left segment.
     void (*pair_sums)(const flow& left, const lanes* right, int K, pair_matrix& pairs);
+
+    /// Emissions of `n` candidates with these alleles, bit c being that of candidate c: `match` where the
+    /// conditioning allele is the candidate's, else `mismatch`; 0 in the lanes beyond.
+    void (*emit)(unsigned candidates, int n, double match, double mismatch, emissions& em);
+    /// The alleles of K haplotypes at the eight loci of one byte: `bytes` holds the byte of each haplotype,
+    /// and the allele of haplotype k at locus bit b is written to alleles[b * K + k].
+    void (*unpack)(const unsigned char* bytes, int K, unsigned char* alleles);
 };
 
 /// The fastest set that this machine has.
 const kernel_set& kernels();
 /// All sets that this machine has, the fastest first.
 std::vector<const kernel_set*> available_kernels();
-
-/// The alleles of K haplotypes at the eight loci of one byte: `bytes` holds the byte of each haplotype, and
-/// the allele of haplotype k at locus bit b is written to alleles[b * K + k].
-void unpack_alleles(const unsigned char* bytes, int K, unsigned char* alleles);
 
 }  // namespace column_kernels

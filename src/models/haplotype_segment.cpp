@@ -23,18 +23,6 @@ constexpr double SMALLEST_PROBABILITY = 1e-30;
 constexpr int LEFT_NIBBLE = 0;  // shift of a transition byte
 constexpr int RIGHT_NIBBLE = 4;
 
-/// Emission probabilities of `n` candidates with these alleles, bit c being that of candidate c; 0 in the
-/// lanes beyond.
-emissions emissions_of(unsigned candidates, int n, double match, double mismatch) {
-    emissions em{};
-    for (int c = 0; c < n; ++c) {
-        const unsigned allele = candidates >> c & 1;
-        em[allele][c] = match;
-        em[1 - allele][c] = mismatch;
-    }
-    return em;
-}
-
 /// Two jobs of one individual share two segments and both write the group between them. Which one comes last
 /// is left open with several threads; each single float is written whole.
 void write_shared(float& target, double value) {
@@ -101,7 +89,7 @@ void haplotype_segment::unpack_haplotypes() {
         for (int b = 0; b < n_bytes; ++b) buffers.packed[static_cast<std::size_t>(b) * K() + k] = bytes[b];
     }
     for (std::size_t b = 0; b < static_cast<std::size_t>(n_bytes); ++b)
-        column_kernels::unpack_alleles(&buffers.packed[b * K()], K(), &buffers.alleles[8 * b * K()]);
+        kernels().unpack(&buffers.packed[b * K()], K(), &buffers.alleles[8 * b * K()]);
 }
 
 /// Fills `candidates` for all loci of the run.
@@ -122,21 +110,10 @@ void haplotype_segment::unpack_candidates(const genotype_graph& G) {
         }
 }
 
-void haplotype_segment::prepare(const hmm_parameters& M, const genotype_graph& G) {
+void haplotype_segment::prepare(const genotype_graph& G) {
     if (locus_first > locus_last) return;
     unpack_haplotypes();
     unpack_candidates(G);
-    for (int n = 0; n <= LANES; ++n)
-        for (unsigned allele = 0; allele < 2; ++allele)
-            uniform[n][allele] = emissions_of(allele == 0 ? 0 : 0xFF, n, M.em_match, M.em_mismatch);
-}
-
-const emissions* haplotype_segment::emissions_at(cursor& at, int n_candidates) {
-    const unsigned bits = buffers.candidates[at.locus - locus_first];
-    const bool usual = at.kind != cursor::START || at.locus == locus_first;  // the backward start has its own
-    if (usual && (bits == 0 || bits == 0xFF)) return &uniform[n_candidates][bits & 1];
-    at.em = emissions_of(bits, n_candidates, at.match, at.mismatch);
-    return &at.em;
 }
 
 haplotype_segment::cursor haplotype_segment::start_of_forward() {
@@ -165,9 +142,9 @@ void haplotype_segment::prepare_forward(cursor& at, const hmm_parameters& M, con
         at.step.from = {at.step.column, at.sums, M.tn[l - 1], M.nt[l - 1],
                         static_cast<int>(G.seg_count[inside ? s : s - 1])};
     }
-    at.match = M.em_match;
-    at.mismatch = M.em_mismatch;
-    at.step.em = emissions_at(at, static_cast<int>(G.seg_count[s]));
+    kernels().emit(buffers.candidates[l - locus_first], static_cast<int>(G.seg_count[s]), M.em_match,
+                   M.em_mismatch, at.em);
+    at.step.em = &at.em;
     at.step.alleles = alleles_at(l);
     at.step.column = at.position == at.length - 1 ? stored(buffers.alpha, s) : buffers.forward.data();
     at.step.sums = &at.sums;
@@ -182,9 +159,10 @@ void haplotype_segment::prepare_backward(cursor& at, const hmm_parameters& M, co
         at.step.from = {at.step.column, at.sums, M.tn[l], M.nt[l],
                         static_cast<int>(G.seg_count[inside ? s : s + 1])};
     }
-    at.match = l < locus_last ? M.em_match : M.em_match_n;
-    at.mismatch = l < locus_last ? M.em_mismatch : M.em_mismatch_n;
-    at.step.em = emissions_at(at, static_cast<int>(G.seg_count[s]));
+    const bool is_start = l == locus_last;
+    kernels().emit(buffers.candidates[l - locus_first], static_cast<int>(G.seg_count[s]),
+                   is_start ? M.em_match_n : M.em_match, is_start ? M.em_mismatch_n : M.em_mismatch, at.em);
+    at.step.em = &at.em;
     at.step.alleles = alleles_at(l);
     at.step.column = at.position == 0 ? stored(buffers.beta, s) : buffers.backward.data();
     at.step.sums = &at.sums;
@@ -217,7 +195,7 @@ void haplotype_segment::finish_backward(cursor& at, const genotype_graph& G) {
 }
 
 void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G) {
-    prepare(M, *G);
+    prepare(*G);
     for (cursor at = start_of_forward(); at.locus <= locus_last; finish_forward(at, *G)) {
         prepare_forward(at, M, *G);
         at.run(K());
@@ -225,7 +203,7 @@ void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G
 }
 
 void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* G) {
-    prepare(M, *G);
+    prepare(*G);
     for (cursor at = start_of_backward(*G); at.locus >= locus_first; finish_backward(at, *G)) {
         prepare_backward(at, M, *G);
         at.run(K());
@@ -235,7 +213,7 @@ void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* 
 int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
     // The two passes know nothing of each other and take equally many steps: side by side each fills the
     // time that the other one waits.
-    prepare(M, *G);
+    prepare(*G);
     cursor ahead = start_of_forward(), back = start_of_backward(*G);
     for (; ahead.locus <= locus_last; finish_forward(ahead, *G), finish_backward(back, *G)) {
         prepare_forward(ahead, M, *G);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <vector>
 
 #include "models/column_kernels.h"
@@ -67,17 +66,13 @@ class haplotype_segment {
   private:
     struct cursor;
 
-    /// Emissions where all candidates of a segment carry one allele, which is so at most loci:
-    /// [number of candidates][their allele].
-    std::array<std::array<column_kernels::emissions, 2>, column_kernels::LANES + 1> uniform;
-
     int K() const { return static_cast<int>(idx->size()); }
     column_kernels::lanes* stored(std::vector<column_kernels::lanes>& columns, int s) {
         return columns.data() + static_cast<std::ptrdiff_t>(s - segment_first) * K();
     }
     void unpack_haplotypes();
     void unpack_candidates(const genotype_graph& G);
-    void prepare(const hmm_parameters& M, const genotype_graph& G);
+    void prepare(const genotype_graph& G);
     cursor start_of_forward();
     cursor start_of_backward(const genotype_graph& G);
     void prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
@@ -85,7 +80,6 @@ class haplotype_segment {
     void finish_forward(cursor& at, const genotype_graph& G);
     void finish_backward(cursor& at, const genotype_graph& G);
     void rescale(cursor& at, const genotype_graph& G) const;
-    const column_kernels::emissions* emissions_at(cursor& at, int n_candidates);
     const unsigned char* alleles_at(int locus) const {
         return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * K();
     }
