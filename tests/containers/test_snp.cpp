@@ -1,0 +1,125 @@
+#include "containers/snp.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+TEST(Snp, StartsWithItsPositionAsName) {
+    const snp s(12345, "A", "GT");
+    EXPECT_EQ(s.id, "12345");
+    EXPECT_EQ(s.a0, "A");
+    EXPECT_EQ(s.a1, "GT");
+    EXPECT_EQ(s.cm, -1.0);
+    EXPECT_EQ(s.bp, 12345);
+    EXPECT_EQ(s.idx, -1);
+    EXPECT_FALSE(s.in_ref);
+}
+
+TEST(Snp, CopyHasNoIndexAndIsNotInThePanel) {
+    snp s(100, "A", "G");
+    s.id = "rs1";
+    s.cm = 2.5;
+    s.idx = 7;
+    s.in_ref = true;
+    const snp copy(&s);
+    EXPECT_EQ(copy.id, "rs1");
+    EXPECT_EQ(copy.a0, "A");
+    EXPECT_EQ(copy.a1, "G");
+    EXPECT_EQ(copy.cm, 2.5);
+    EXPECT_EQ(copy.bp, 100);
+    EXPECT_EQ(copy.idx, -1);
+    EXPECT_FALSE(copy.in_ref);
+}
+
+TEST(Get, CopiesAnAllele) {
+    const snp s(100, "A", "GT");
+    EXPECT_EQ(s.get(false), "A");
+    EXPECT_EQ(s.get(true), "GT");
+}
+
+TEST(Put, TakesTwoAllelesAndRefusesAThird) {
+    snp s(100, "", "");
+    EXPECT_EQ(s.put("G"), 0);
+    EXPECT_EQ(s.put("G"), 0) << "the same again is no second allele";
+    EXPECT_EQ(s.a1, "");
+    EXPECT_EQ(s.put("A"), 1);
+    EXPECT_EQ(s.put("T"), -1);
+    EXPECT_EQ(s.put("A"), 1);
+    EXPECT_EQ(s.put("G"), 0);
+    EXPECT_EQ(s.a0, "G");
+    EXPECT_EQ(s.a1, "A");
+}
+
+struct strand_row {
+    const char *a0, *a1, *x, *y;
+    int expected;
+};
+
+TEST(Strand, ByHand) {
+    for (const strand_row& r :
+         {strand_row{"A", "G", "A", "G", 0}, strand_row{"A", "G", "G", "A", 1},
+          strand_row{"A", "G", "A", "A", 0}, strand_row{"A", "G", "G", "G", 1},
+          strand_row{"A", "G", "C", "T", -1},
+          strand_row{"A", "G", "T", "C", -1},  // the other strand's letters are other texts
+          strand_row{"A", "G", "A", "C", -1}, strand_row{"A", "G", "C", "C", -1},
+          strand_row{"A", "A", "A", "G", 0}, strand_row{"A", "A", "G", "A", 1},
+          strand_row{"A", "A", "A", "A", 0}, strand_row{"A", "A", "G", "G", -1},
+          strand_row{"A", "A", "G", "T", -1}, strand_row{"AT", "A", "A", "AT", 1}})
+        EXPECT_EQ(snp(1, r.a0, r.a1).strand(r.x, r.y), r.expected)
+            << r.a0 << " " << r.a1 << " with " << r.x << " " << r.y;
+}
+
+TEST(Strand, TruthTableOverThreeAlleles) {
+    const std::vector<std::string> alleles = {"A", "C", "G"};
+    int n_same = 0, n_swapped = 0;
+    for (const auto& a0 : alleles)
+        for (const auto& a1 : alleles)
+            for (const auto& x : alleles)
+                for (const auto& y : alleles) {
+                    // A side that names one allele only is matched by that allele alone.
+                    const bool one_here = a0 == a1, one_there = x == y;
+                    const bool same = one_here || one_there ? a0 == x : a0 == x && a1 == y;
+                    bool swapped = a0 == y && a1 == x;
+                    if (one_there && !one_here) swapped = a1 == x;
+                    if (one_here && !one_there) swapped = a0 == y;
+                    const int expected = same ? 0 : swapped ? 1 : -1;
+                    EXPECT_EQ(snp(1, a0, a1).strand(x, y), expected)
+                        << a0 << " " << a1 << " with " << x << " " << y;
+                    n_same += expected == 0;
+                    n_swapped += expected == 1;
+                }
+    // Same: 6 pairs of two with themselves, 6 with their first allele alone, 3 single ones with 3 seconds.
+    EXPECT_EQ(n_same, 6 + 6 + 9);
+    // Swapped: 6 pairs turned, 6 with their second allele alone, 3 single ones behind another allele.
+    EXPECT_EQ(n_swapped, 6 + 6 + 6);
+}
+
+TEST(Flip, SwapsTheAlleles) {
+    snp s(100, "A", "GT");
+    s.flip();
+    EXPECT_EQ(s.a0, "GT");
+    EXPECT_EQ(s.a1, "A");
+}
+
+TEST(Fill, GivesAnAbsentSecondAlleleTheFirst) {
+    snp one(100, "A", ""), two(100, "A", "G");
+    one.fill();
+    two.fill();
+    EXPECT_EQ(one.a1, "A");
+    EXPECT_EQ(two.a1, "G");
+}
+
+TEST(IsSNP, TwoSingleLettersThatDiffer) {
+    struct row {
+        const char *a0, *a1;
+        bool expected;
+    };
+    for (const row& r : {row{"A", "G", true}, row{"A", "A", false}, row{"AT", "A", false},
+                         row{"A", "AT", false}, row{"A", "", false}, row{"", "", false}, row{"0", "A", true}})
+        EXPECT_EQ(snp(1, r.a0, r.a1).isSNP(), r.expected) << r.a0 << " " << r.a1;
+}
+
+}  // namespace
