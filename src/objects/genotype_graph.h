@@ -125,7 +125,7 @@ class genotype_graph {
   private:
     template <class Linked>
     int best_linked(int g, Linked is_linked) const;
-    std::vector<double> walk_weights(int g, int neighbour, bool uniform, bool forward) const;
+    double weigh_group(int g, int neighbour, bool uniform, bool forward, std::vector<double>& w) const;
     void check_weights(const std::vector<double>& w, double sum, int g, bool forward) const;
     unsigned int keep_links(std::vector<bool>& kept, int g, bool forward) const;
     std::vector<bool> select_transitions(double threshold) const;

@@ -122,22 +122,17 @@ void genotype_graph::cluster(int span, int window_size, std::vector<int>& first_
                              std::vector<int>& last_segment) const {
     const int n_windows = span / window_size;
     const int min_size = std::max(n_segments() / std::max(n_windows, 1), 2);
-    int_lists items;  // segment, its first locus, its last locus
-    int start = 0;
-    for (int s = 0; s < n_segments(); ++s) {
-        const int end = start + static_cast<int>(seg_length[s]);
-        items.push_back({s, start, end - 1});
-        start = end;
-    }
-    std::vector<int_lists> runs;
-    autils::decompose(min_size, items, runs);
+    std::vector<autils::item_run> runs;
+    autils::decompose(min_size, {0, n_segments() - 1}, runs);
+    std::vector<int> start(n_segments() + 1, 0);  // first locus of each segment
+    for (int s = 0; s < n_segments(); ++s) start[s + 1] = start[s] + static_cast<int>(seg_length[s]);
 
     for (auto* bounds : {&first_locus, &last_locus, &first_segment, &last_segment})
         bounds->assign(runs.size(), -1);
     for (std::size_t w = 0; w < runs.size(); ++w) {
-        first_locus[w] = runs[w].front()[1];
-        last_locus[w] = runs[w].back()[2];
-        first_segment[w] = runs[w].front()[0];
-        last_segment[w] = runs[w].back()[0];
+        first_segment[w] = runs[w].first;
+        last_segment[w] = runs[w].last;
+        first_locus[w] = start[runs[w].first];
+        last_locus[w] = start[runs[w].last + 1] - 1;
     }
 }

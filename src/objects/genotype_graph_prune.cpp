@@ -23,12 +23,15 @@ unsigned char step_byte(int left, int right) {
 /// and its number of ambiguous loci.
 struct open_graph {
     std::vector<byte_list> groups;
+    std::vector<int> n_steps;  // different bytes of each group: candidates of a segment merged there
     std::vector<bit_lists> segments;
     std::vector<int> n_ambiguous;
 };
 
 int count_distinct(const byte_list& bytes) {
-    return static_cast<int>(std::set<unsigned char>(bytes.begin(), bytes.end()).size());
+    std::array<bool, 256> seen{};
+    for (const unsigned char byte : bytes) seen[byte] = true;
+    return static_cast<int>(std::count(seen.begin(), seen.end(), true));
 }
 
 /// The inner group to merge away next, or -1: each one has to beat the best before it in merged candidates
@@ -36,7 +39,7 @@ int count_distinct(const byte_list& bytes) {
 int choose_group(const open_graph& graph) {
     int chosen = -1, best_haps = NO_BEST, best_amb = NO_BEST;
     for (int g = 1; g + 1 < static_cast<int>(graph.groups.size()); ++g) {
-        const int n_haps = count_distinct(graph.groups[g]);
+        const int n_haps = graph.n_steps[g];
         const int n_amb = graph.n_ambiguous[g - 1] + graph.n_ambiguous[g];
         if (n_haps < best_haps && n_haps <= MAX_MERGED_HAPS &&
             graph.groups[g].size() <= MAX_MERGE_GROUP_BYTES &&
@@ -122,7 +125,10 @@ void merge_at(open_graph& graph, int g) {
     merged_group m = merge_candidates(graph.groups[g], graph.segments[g - 1], graph.segments[g]);
     graph.groups[g - 1] = group_before(graph.groups[g - 1], m);
     graph.groups[g + 1] = group_after(graph.groups[g + 1], m);
+    for (const int rewritten : {g - 1, g + 1})
+        graph.n_steps[rewritten] = count_distinct(graph.groups[rewritten]);
     graph.groups.erase(graph.groups.begin() + g);
+    graph.n_steps.erase(graph.n_steps.begin() + g);
     graph.segments[g - 1] = std::move(m.candidates);
     graph.segments.erase(graph.segments.begin() + g);
     graph.n_ambiguous[g - 1] += graph.n_ambiguous[g];
@@ -198,6 +204,7 @@ void genotype_graph::pruneAndMerge(double threshold) {
         byte_list& group = graph.groups.emplace_back();
         for (unsigned t = trans_offset[g]; t < trans_offset[g] + trans_count[g]; ++t)
             if (kept[t]) group.insert(group.end(), {trans_nodes[2 * t], trans_nodes[2 * t + 1]});
+        graph.n_steps.push_back(count_distinct(group));
     }
     auto ambiguous = site_ambiguous.begin();
     for (int s = 0; s < n_segments(); ++s) {

@@ -17,13 +17,12 @@ constexpr double SMALLEST_SUM = 1e-300;
 void genotype_graph::sample(std::vector<chaplotype>& haps, const std::vector<int>& indexes,
                             bool uniform) const {
     std::vector<int> path(n_groups(), -1);
+    std::vector<double> w;
     const bool forward = putils::getRandom() < 0.5;  // neither end of the graph is favoured
     int neighbour = -1;                              // transition chosen in the group before
     for (int step = 0; step < n_groups(); ++step) {
         const int g = forward ? step : n_groups() - 1 - step;
-        const std::vector<double> w = walk_weights(g, neighbour, uniform, forward);
-        double sum = 0.0;
-        for (const double weight : w) sum += weight;
+        const double sum = weigh_group(g, neighbour, uniform, forward, w);
         check_weights(w, sum, g, forward);
         path[g] = putils::sample(w, sum);
         neighbour = static_cast<int>(trans_offset[g]) + path[g];
@@ -31,29 +30,33 @@ void genotype_graph::sample(std::vector<chaplotype>& haps, const std::vector<int
     buildGuesses(haps, indexes, path);
 }
 
-std::vector<double> genotype_graph::walk_weights(int g, int neighbour, bool uniform, bool forward) const {
-    std::vector<double> w(trans_count[g], 0.0);
+/// Weights of the transitions of group `g` that are linked to transition `neighbour` of the group before (in
+/// the direction of the walk; all are when it is negative), 0 for the others. Returns their sum.
+double genotype_graph::weigh_group(int g, int neighbour, bool uniform, bool forward,
+                                   std::vector<double>& w) const {
+    w.assign(trans_count[g], 0.0);
+    double sum = 0.0;
     for (unsigned k = 0; k < trans_count[g]; ++k) {
         const unsigned u = trans_offset[g] + k;
         const bool counts =
             neighbour < 0 || (forward ? linked(2 * neighbour, 2 * u) : linked(2 * u, 2 * neighbour));
-        if (counts) w[k] = uniform ? 1.0 : trans_prob[u];
+        if (!counts) continue;
+        w[k] = uniform ? 1.0 : trans_prob[u];
+        sum += w[k];
     }
-    return w;
+    return sum;
 }
 
 void genotype_graph::check_weights(const std::vector<double>& w, double sum, int g, bool forward) const {
-    const auto failure = [&](const std::string& fault) {
-        return myException(fault + " in sampling" + (forward ? "F" : "B") + " / i=" + name +
-                           " b=" + sutils::int2str(g) + " sp=" + sutils::double2str(sum, 10));
-    };
-    if (sum < SMALLEST_SUM) {
+    if (sum >= SMALLEST_SUM) return;
+    const bool underflow = !std::isnan(sum);
+    if (underflow) {
         for (std::size_t k = 0; k < w.size(); ++k)
             std::cerr << k << "\t" << trans_prob[trans_offset[g] + k] << "\t" << w[k] << "\n";
         std::cerr << std::endl;
-        throw failure("Underflow");
     }
-    if (std::isnan(sum)) throw failure("NaN");
+    throw myException(std::string(underflow ? "Underflow" : "NaN") + " in sampling" + (forward ? "F" : "B") +
+                      " / i=" + name + " b=" + sutils::int2str(g) + " sp=" + sutils::double2str(sum, 10));
 }
 
 void genotype_graph::maximize(std::vector<chaplotype>& haps, const std::vector<int>& indexes) const {

@@ -33,22 +33,16 @@ int max(const std::vector<int>& values) {
     return index_of_largest(values, -1000000000);
 }
 
-void decompose(int min_size, const std::vector<std::vector<int>>& items,
-               std::vector<std::vector<std::vector<int>>>& out) {
-    const int n = static_cast<int>(items.size());
+void decompose(int min_size, item_run items, std::vector<item_run>& out) {
+    const int n = items.last - items.first + 1;
     if (n == 2 || 2 * min_size > n) {
         out.push_back(items);
         return;
     }
-    const int cut = putils::getRandom(n - 2 * min_size) + min_size;
-    const std::vector<std::vector<int>> left(items.begin(), items.begin() + cut + 1);
-    const std::vector<std::vector<int>> right(items.begin() + cut - 1, items.end());
+    const int cut = items.first + putils::getRandom(n - 2 * min_size) + min_size;
     // The split is drawn first, then the whole left part, then the right: the order of draws is fixed.
-    std::vector<std::vector<std::vector<int>>> left_runs, right_runs;
-    decompose(min_size, left, left_runs);
-    decompose(min_size, right, right_runs);
-    out = std::move(left_runs);
-    out.insert(out.end(), right_runs.begin(), right_runs.end());
+    decompose(min_size, {items.first, cut}, out);
+    decompose(min_size, {cut - 1, items.last}, out);
 }
 
 }  // namespace autils

@@ -11,10 +11,15 @@ namespace autils {
 int max(const std::vector<double>& values);
 int max(const std::vector<int>& values);
 
-/// Splits `items` at random into runs of at least `min_size` + 1 items, neighbours sharing two items. A list
-/// that can't be split is appended to `out`; a split replaces what `out` held.
-void decompose(int min_size, const std::vector<std::vector<int>>& items,
-               std::vector<std::vector<std::vector<int>>>& out);
+/// A run of consecutive items of a list: the first and the last one, both inclusive.
+struct item_run {
+    int first;
+    int last;
+};
+
+/// Splits a run of items at random into runs of at least `min_size` + 1 items, neighbours sharing two items,
+/// and appends them to `out` in order.
+void decompose(int min_size, item_run items, std::vector<item_run>& out);
 
 }  // namespace autils
 

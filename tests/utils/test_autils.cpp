@@ -69,21 +69,13 @@ TEST(Argmin2, IndicesOfTheTwoSmallest) {
         EXPECT_EQ(argmin2(r.values), r.expected) << r.name;
 }
 
-using items_list = std::vector<std::vector<int>>;
-using runs_list = std::vector<items_list>;
-
-items_list numbered(int n) {
-    items_list items;
-    for (int i = 0; i < n; ++i) items.push_back({i, 10 * i, 10 * i + 9});
-    return items;
-}
+using runs_list = std::vector<autils::item_run>;
 
 /// First and last item of each run, as in "0-4 3-9".
 std::string runs_text(const runs_list& runs) {
     std::string text;
-    for (const items_list& run : runs)
-        text +=
-            (text.empty() ? "" : " ") + std::to_string(run.front()[0]) + "-" + std::to_string(run.back()[0]);
+    for (const autils::item_run& run : runs)
+        text += (text.empty() ? "" : " ") + std::to_string(run.first) + "-" + std::to_string(run.last);
     return text;
 }
 
@@ -94,23 +86,17 @@ TEST(Decompose, ListsTooShortToSplitStayWhole) {
     for (const row& r : {row{2, 3}, row{2, 2}, row{1, 2}, row{2, 1}, row{5, 9}}) {
         putils::initRandom(7);
         runs_list runs;
-        autils::decompose(r.min_size, numbered(r.n_items), runs);
-        ASSERT_EQ(runs.size(), 1U) << r.min_size << " of " << r.n_items;
-        EXPECT_EQ(runs[0], numbered(r.n_items));
+        autils::decompose(r.min_size, {0, r.n_items - 1}, runs);
+        EXPECT_EQ(runs_text(runs), "0-" + std::to_string(r.n_items - 1));
         EXPECT_EQ(putils::getRandom(), support::plain_generator(7).draw()) << "no number was drawn";
     }
 }
 
-TEST(Decompose, UnsplitListIsAppendedAndSplitReplaces) {
-    const items_list before = {{99, 0, 0}};
-    runs_list runs = {before};
-    autils::decompose(2, numbered(3), runs);
-    EXPECT_EQ(runs, (runs_list{before, numbered(3)}));
-
-    runs = {before};
+TEST(Decompose, RunsAreAppended) {
+    runs_list runs = {{97, 99}};
     putils::initRandom(1);
-    autils::decompose(2, numbered(4), runs);
-    EXPECT_EQ(runs_text(runs), "0-2 1-3");  // 4 items leave one place to split, whatever is drawn
+    autils::decompose(2, {0, 3}, runs);
+    EXPECT_EQ(runs_text(runs), "97-99 0-2 1-3");  // 4 items leave one place to split, whatever is drawn
 }
 
 /// The same splitting, on numbers from `first` to `last` in place of items.
@@ -133,7 +119,7 @@ TEST(Decompose, DrawsForTheSplitThenTheLeftPartThenTheRight) {
         split_plainly(min_size, 0, n - 1, random, expected);
         putils::initRandom(seed);
         runs_list runs;
-        autils::decompose(min_size, numbered(n), runs);
+        autils::decompose(min_size, {0, n - 1}, runs);
         ASSERT_EQ(runs_text(runs), expected) << "seed " << seed;
     }
 }
@@ -143,15 +129,13 @@ TEST(Decompose, RunsCoverTheListAndNeighboursShareTwoItems) {
         const int n = 3 + seed, min_size = 2 + seed % 4;
         putils::initRandom(seed);
         runs_list runs;
-        autils::decompose(min_size, numbered(n), runs);
-        EXPECT_EQ(runs.front().front()[0], 0);
-        EXPECT_EQ(runs.back().back()[0], n - 1);
+        autils::decompose(min_size, {0, n - 1}, runs);
+        EXPECT_EQ(runs.front().first, 0);
+        EXPECT_EQ(runs.back().last, n - 1);
         for (std::size_t w = 0; w + 1 < runs.size(); ++w)
-            EXPECT_EQ(runs[w].back()[0], runs[w + 1].front()[0] + 1) << "seed " << seed;
-        for (const items_list& run : runs) {
-            EXPECT_TRUE(runs.size() == 1 || static_cast<int>(run.size()) > min_size);
-            for (std::size_t i = 0; i + 1 < run.size(); ++i) EXPECT_EQ(run[i + 1][0], run[i][0] + 1);
-        }
+            EXPECT_EQ(runs[w].last, runs[w + 1].first + 1) << "seed " << seed;
+        for (const autils::item_run& run : runs)
+            EXPECT_TRUE(runs.size() == 1 || run.last - run.first + 1 > min_size);
     }
 }
 
