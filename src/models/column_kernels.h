@@ -10,10 +10,11 @@
 /// at [k][c], so that a row fills the lanes of a vector register, or of two or four narrower ones. Each lane
 /// keeps its own sum over k in rising k, added one after the other: sums are never reordered, products never
 /// fused into them, and the results are the same bits on every machine. Lanes beyond the candidates of a
-/// segment hold 0.
+/// segment hold anything and mean nothing: with up to four candidates only half a row is computed.
 namespace column_kernels {
 
 constexpr int LANES = 8;
+constexpr int HALF = 4;
 
 /// One value a candidate: a row of a column, or its sums.
 struct alignas(64) lanes {
@@ -66,8 +67,8 @@ struct kernel_set {
     /// Divides the column and its sums by the total of the first `n` sums.
     void (*rescale)(int n, int K, lanes* column, lanes& sums);
     /// pairs[c][d] = sum over k of (left.sums[c] * tn + nt * left.column[k][c]) * right[k][d], for each
-    /// candidate c of the left segment.
-    void (*pair_sums)(const flow& left, const lanes* right, int K, pair_matrix& pairs);
+    /// candidate c of the left segment and each of the `n_right` candidates d of the right one.
+    void (*pair_sums)(const flow& left, const lanes* right, int n_right, int K, pair_matrix& pairs);
 
     /// Emissions of `n` candidates with these alleles, bit c being that of candidate c: `match` where the
     /// conditioning allele is the candidate's, else `mismatch`; 0 in the lanes beyond.

@@ -2,54 +2,64 @@
 // attribute that selects it, and REGISTER_BYTES to the width of its registers. There is no include guard on
 // purpose.
 
-/// Eight lanes in as many registers as it takes. All operations go lane by lane.
-constexpr int PARTS = static_cast<int>(sizeof(lanes)) / REGISTER_BYTES;
-using part [[gnu::vector_size(REGISTER_BYTES), gnu::may_alias]] = double;
+/// The first N lanes of a row, 4 or 8, in as many registers as it takes. All operations go lane by lane.
+template <int N>
 struct row {
+    static constexpr int BYTES = N * static_cast<int>(sizeof(double));
+    static constexpr int PART_BYTES = BYTES < REGISTER_BYTES ? BYTES : REGISTER_BYTES;
+    static constexpr int PARTS = BYTES / PART_BYTES;
+    using part [[gnu::vector_size(PART_BYTES), gnu::may_alias]] = double;
     part parts[PARTS];
 };
 
 #define INLINE_KERNEL KERNEL __attribute__((always_inline)) inline
 
-INLINE_KERNEL row load(const lanes& from) {
-    row r;
-    for (int i = 0; i < PARTS; ++i) r.parts[i] = reinterpret_cast<const part*>(&from)[i];
+template <int N>
+INLINE_KERNEL row<N> load(const lanes& from) {
+    row<N> r;
+    for (int i = 0; i < row<N>::PARTS; ++i)
+        r.parts[i] = reinterpret_cast<const typename row<N>::part*>(&from)[i];
     return r;
 }
 
-INLINE_KERNEL void store(lanes& to, const row& r) {
-    for (int i = 0; i < PARTS; ++i) reinterpret_cast<part*>(&to)[i] = r.parts[i];
+template <int N>
+INLINE_KERNEL void store(lanes& to, const row<N>& r) {
+    for (int i = 0; i < row<N>::PARTS; ++i) reinterpret_cast<typename row<N>::part*>(&to)[i] = r.parts[i];
 }
 
-INLINE_KERNEL row all(double x) {
-    row r;
-    for (int i = 0; i < PARTS; ++i) r.parts[i] = x - part{};
+template <int N>
+INLINE_KERNEL row<N> all(double x) {
+    row<N> r;
+    for (int i = 0; i < row<N>::PARTS; ++i) r.parts[i] = x - typename row<N>::part{};
     return r;
 }
 
-INLINE_KERNEL row operator+(const row& a, const row& b) {
-    row r;
-    for (int i = 0; i < PARTS; ++i) r.parts[i] = a.parts[i] + b.parts[i];
+template <int N>
+INLINE_KERNEL row<N> operator+(const row<N>& a, const row<N>& b) {
+    row<N> r;
+    for (int i = 0; i < row<N>::PARTS; ++i) r.parts[i] = a.parts[i] + b.parts[i];
     return r;
 }
 
-INLINE_KERNEL row operator*(const row& a, const row& b) {
-    row r;
-    for (int i = 0; i < PARTS; ++i) r.parts[i] = a.parts[i] * b.parts[i];
+template <int N>
+INLINE_KERNEL row<N> operator*(const row<N>& a, const row<N>& b) {
+    row<N> r;
+    for (int i = 0; i < row<N>::PARTS; ++i) r.parts[i] = a.parts[i] * b.parts[i];
     return r;
 }
 
-INLINE_KERNEL row operator/(const row& a, const row& b) {
-    row r;
-    for (int i = 0; i < PARTS; ++i) r.parts[i] = a.parts[i] / b.parts[i];
+template <int N>
+INLINE_KERNEL row<N> operator/(const row<N>& a, const row<N>& b) {
+    row<N> r;
+    for (int i = 0; i < row<N>::PARTS; ++i) r.parts[i] = a.parts[i] / b.parts[i];
     return r;
 }
 
 /// Makes rows of the columns of an 8 x 8 block.
-INLINE_KERNEL void turn(row (&block)[LANES]) {
+INLINE_KERNEL void turn(row<LANES> (&block)[LANES]) {
 #if REGISTER_BYTES == 64
     // Pairs of columns, then of pairs, then halves: 24 shuffles.
-    part t[8], u[8];
+    row<LANES>::part t[8], u[8];
     for (int i = 0; i < 8; i += 2) {
         t[i] = __builtin_shufflevector(block[i].parts[0], block[i + 1].parts[0], 0, 8, 2, 10, 4, 12, 6, 14);
         t[i + 1] =
@@ -69,113 +79,145 @@ INLINE_KERNEL void turn(row (&block)[LANES]) {
     for (int j = 0; j < LANES; ++j) store(rows[j], block[j]);
     for (int d = 0; d < LANES; ++d) {
         for (int j = 0; j < LANES; ++j) turned[j] = rows[j][d];
-        block[d] = load(turned);
+        block[d] = load<LANES>(turned);
     }
 #endif
 }
 
 KERNEL void start(const step& s, int K) {
     const step_arrays a(s);
-    row total = all(0.0);
+    row<LANES> total = all<LANES>(0.0);
     for (int k = 0; k < K; ++k) {
-        const row value = load(a.em[a.alleles[k]]);
+        const row<LANES> value = load<LANES>(a.em[a.alleles[k]]);
         store(a.column[k], value);
         total = total + value;
     }
     store(*s.sums, total);
+}
+
+/// One step inside a segment, row after row.
+template <int N>
+struct inside_step {
+    INLINE_KERNEL explicit inside_step(const step& s)
+        : a(s), jump(load<N>(s.from.sums) * all<N>(s.from.tn)), nt(all<N>(s.from.nt)), total(all<N>(0.0)) {}
+
+    INLINE_KERNEL void take(int k) {
+        const row<N> value = (jump + nt * load<N>(a.from[k])) * load<N>(a.em[a.alleles[k]]);
+        store(a.column[k], value);
+        total = total + value;
+    }
+
+    step_arrays a;
+    row<N> jump, nt, total;
+};
+
+template <int N>
+KERNEL void inside_of(const step& s, int K) {
+    inside_step<N> first(s);
+    for (int k = 0; k < K; ++k) first.take(k);
+    store(*s.sums, first.total);
 }
 
 KERNEL void inside(const step& s, int K) {
-    const row jump = load(s.from.sums) * all(s.from.tn);
-    const row nt = all(s.from.nt);
-    const step_arrays a(s);
-    row total = all(0.0);
+    s.from.n_candidates <= HALF ? inside_of<HALF>(s, K) : inside_of<LANES>(s, K);
+}
+
+template <int N, int M>
+KERNEL void inside_both_of(const step& s, const step& t, int K) {
+    inside_step<N> first(s);
+    inside_step<M> second(t);
     for (int k = 0; k < K; ++k) {
-        const row value = (jump + nt * load(a.from[k])) * load(a.em[a.alleles[k]]);
-        store(a.column[k], value);
-        total = total + value;
+        first.take(k);
+        second.take(k);
     }
-    store(*s.sums, total);
+    store(*s.sums, first.total);
+    store(*t.sums, second.total);
 }
 
 KERNEL void inside_both(const step& s, const step& t, int K) {
-    const row jump_s = load(s.from.sums) * all(s.from.tn), jump_t = load(t.from.sums) * all(t.from.tn);
-    const row nt_s = all(s.from.nt), nt_t = all(t.from.nt);
-    const step_arrays a(s), b(t);
-    row total_s = all(0.0), total_t = all(0.0);
-    for (int k = 0; k < K; ++k) {
-        const row value_s = (jump_s + nt_s * load(a.from[k])) * load(a.em[a.alleles[k]]);
-        const row value_t = (jump_t + nt_t * load(b.from[k])) * load(b.em[b.alleles[k]]);
-        store(a.column[k], value_s);
-        store(b.column[k], value_t);
-        total_s = total_s + value_s;
-        total_t = total_t + value_t;
-    }
-    store(*s.sums, total_s);
-    store(*t.sums, total_t);
+    if (s.from.n_candidates <= HALF)
+        t.from.n_candidates <= HALF ? inside_both_of<HALF, HALF>(s, t, K)
+                                    : inside_both_of<HALF, LANES>(s, t, K);
+    else
+        t.from.n_candidates <= HALF ? inside_both_of<LANES, HALF>(s, t, K)
+                                    : inside_both_of<LANES, LANES>(s, t, K);
 }
 
 KERNEL void across(const step& s, int K) {
-    const row jump = load(s.from.sums) * all(s.from.tn);
-    const row nt = all(s.from.nt);
+    const row<LANES> jump = load<LANES>(s.from.sums) * all<LANES>(s.from.tn), nt = all<LANES>(s.from.nt);
     const int n_from = s.from.n_candidates;
     const step_arrays a(s);
-    row total = all(0.0);
+    row<LANES> total = all<LANES>(0.0);
     int k = 0;
     // Eight haplotypes at a time, so that lanes are haplotypes while the candidates are summed in order.
     for (; k + LANES <= K; k += LANES) {
-        row block[LANES];
-        for (int j = 0; j < LANES; ++j) block[j] = jump + nt * load(a.from[k + j]);
+        row<LANES> block[LANES];
+        for (int j = 0; j < LANES; ++j) block[j] = jump + nt * load<LANES>(a.from[k + j]);
         turn(block);
-        row sum = all(0.0);
+        row<LANES> sum = all<LANES>(0.0);
         for (int d = 0; d < n_from; ++d) sum = sum + block[d];
         lanes before;
         store(before, sum);
         for (int j = 0; j < LANES; ++j) {
-            const row value = all(before[j]) * load(a.em[a.alleles[k + j]]);
+            const row<LANES> value = all<LANES>(before[j]) * load<LANES>(a.em[a.alleles[k + j]]);
             store(a.column[k + j], value);
             total = total + value;
         }
     }
     for (; k < K; ++k) {
         lanes flowing;
-        store(flowing, jump + nt * load(a.from[k]));
+        store(flowing, jump + nt * load<LANES>(a.from[k]));
         double before = 0.0;
         for (int d = 0; d < n_from; ++d) before += flowing[d];
-        const row value = all(before) * load(a.em[a.alleles[k]]);
+        const row<LANES> value = all<LANES>(before) * load<LANES>(a.em[a.alleles[k]]);
         store(a.column[k], value);
         total = total + value;
     }
     store(*s.sums, total);
 }
 
+template <int N>
+KERNEL void divide(double total, int K, lanes* column, lanes& sums) {
+    const row<N> divisor = all<N>(total);
+    for (int k = 0; k < K; ++k) store(column[k], load<N>(column[k]) / divisor);
+    store(sums, load<N>(sums) / divisor);
+}
+
 KERNEL void rescale(int n, int K, lanes* column, lanes& sums) {
     double total = 0.0;
     for (int c = 0; c < n; ++c) total += sums[c];
-    for (int k = 0; k < K; ++k) store(column[k], load(column[k]) / all(total));
-    store(sums, load(sums) / all(total));
+    n <= HALF ? divide<HALF>(total, K, column, sums) : divide<LANES>(total, K, column, sums);
 }
 
-/// N candidates on the left, from candidate `first` on, so that their running sums stay in registers.
-template <int N>
+/// COUNT candidates on the left, from candidate `first` on, so that their running sums stay in registers.
+template <int N, int COUNT>
 KERNEL void pair_sums_of(int first, const flow& left, const lanes* right, int K, pair_matrix& pairs) {
-    const row jump = load(left.sums) * all(left.tn), nt = all(left.nt);
-    row total[N];
-    for (int c = 0; c < N; ++c) total[c] = all(0.0);
+    const row<LANES> jump = load<LANES>(left.sums) * all<LANES>(left.tn), nt = all<LANES>(left.nt);
+    row<N> total[COUNT];
+    for (int c = 0; c < COUNT; ++c) total[c] = all<N>(0.0);
     for (int k = 0; k < K; ++k) {
         lanes flowing;
-        store(flowing, jump + nt * load(left.column[k]));
-        const row beyond = load(right[k]);
-        for (int c = 0; c < N; ++c) total[c] = total[c] + all(flowing[first + c]) * beyond;
+        store(flowing, jump + nt * load<LANES>(left.column[k]));
+        const row<N> beyond = load<N>(right[k]);
+        for (int c = 0; c < COUNT; ++c) total[c] = total[c] + all<N>(flowing[first + c]) * beyond;
     }
-    for (int c = 0; c < N; ++c) store(pairs[first + c], total[c]);
+    for (int c = 0; c < COUNT; ++c) store(pairs[first + c], total[c]);
 }
 
-KERNEL void pair_sums(const flow& left, const lanes* right, int K, pair_matrix& pairs) {
-    constexpr int BLOCK = 8 / PARTS;  // candidates whose sums fit the registers
+template <int N>
+KERNEL void pair_sums_in(const flow& left, const lanes* right, int K, pair_matrix& pairs) {
+    constexpr int MOST = 8 / row<N>::PARTS;  // candidates whose sums fit the registers
     int c = 0;
-    for (; c + BLOCK <= left.n_candidates; c += BLOCK) pair_sums_of<BLOCK>(c, left, right, K, pairs);
-    for (; c < left.n_candidates; ++c) pair_sums_of<1>(c, left, right, K, pairs);
+    const int n = left.n_candidates;
+    for (; c + MOST <= n; c += MOST) pair_sums_of<N, MOST>(c, left, right, K, pairs);
+    if constexpr (MOST > 4)
+        for (; c + 4 <= n; c += 4) pair_sums_of<N, 4>(c, left, right, K, pairs);
+    for (; c + 2 <= n; c += 2) pair_sums_of<N, 2>(c, left, right, K, pairs);
+    if (c < n) pair_sums_of<N, 1>(c, left, right, K, pairs);
+}
+
+KERNEL void pair_sums(const flow& left, const lanes* right, int n_right, int K, pair_matrix& pairs) {
+    n_right <= HALF ? pair_sums_in<HALF>(left, right, K, pairs) : pair_sums_in<LANES>(left, right, K, pairs);
 }
 
 KERNEL void emit(unsigned candidates, int n, double match, double mismatch, emissions& em) {

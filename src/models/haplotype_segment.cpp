@@ -265,7 +265,7 @@ int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* 
     const int n_left = static_cast<int>(G->seg_count[s - 1]), n_right = static_cast<int>(G->seg_count[s]);
     const flow left{stored(buffers.alpha, s - 1), buffers.alpha_sum[s - 1 - segment_first], M.tn[locus - 1],
                     M.nt[locus - 1], n_left};
-    kernels().pair_sums(left, stored(buffers.beta, s), K(), pair_prob);
+    kernels().pair_sums(left, stored(buffers.beta, s), n_right, K(), pair_prob);
     double total = 0.0;
     for (int c = 0; c < n_left; ++c)
         for (int d = 0; d < n_right; ++d) total += pair_prob[c][d];
