@@ -258,6 +258,37 @@ TEST_P(column_kernels_of, PairSums) {
     });
 }
 
+TEST_P(column_kernels_of, EmitGivesEachCandidateItsOwn) {
+    for (int n = 0; n <= LANES; ++n)
+        for (unsigned alleles = 0; alleles < 256; ++alleles) {
+            column_kernels::emissions em;
+            for (lanes& row : em)
+                for (double& value : row.value) value = 7.0;  // left over from another locus
+            kernels.emit(alleles, n, 0.75, 0.25, em);
+            for (int c = 0; c < LANES; ++c) {
+                const unsigned own = alleles / (1U << c) % 2;
+                for (unsigned copied = 0; copied < 2; ++copied)
+                    ASSERT_EQ(em[copied][c], c >= n          ? 0.0
+                                             : own == copied ? 0.75
+                                                             : 0.25)
+                        << "candidate " << c << " of " << n;
+            }
+        }
+}
+
+TEST_P(column_kernels_of, UnpackTakesTheLowBitFirst) {
+    for (int K = 0; K < 70; ++K) {
+        std::vector<unsigned char> bytes;
+        for (int k = 0; k < K; ++k) bytes.push_back(static_cast<unsigned char>(random()));
+        std::vector<unsigned char> alleles(8 * K, 9);
+        kernels.unpack(bytes.data(), K, alleles.data());
+        for (int b = 0; b < 8; ++b)
+            for (int k = 0; k < K; ++k)
+                ASSERT_EQ(alleles[b * K + k], bytes[k] / (1 << b) % 2)
+                    << "bit " << b << " of byte " << k << " of " << K;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Sets, column_kernels_of, ::testing::ValuesIn(column_kernels::available_kernels()),
                          [](const auto& set) {
                              std::string name = set.param->name;
@@ -271,22 +302,6 @@ TEST(AvailableKernels, EndInTheOneThatEveryMachineHas) {
     EXPECT_STREQ(sets.back()->name, "baseline");
     for (const kernel_set* set : sets) EXPECT_TRUE(set->is_available()) << set->name;
     EXPECT_EQ(&column_kernels::kernels(), sets.front());
-}
-
-TEST(UnpackAlleles, LowBitFirst) {
-    std::mt19937 random(2);
-    for (int K = 0; K < 70; ++K) {
-        std::vector<unsigned char> bytes;
-        for (int k = 0; k < K; ++k) bytes.push_back(static_cast<unsigned char>(random()));
-        std::vector<unsigned char> alleles(8 * K, 9);
-        column_kernels::unpack_alleles(bytes.data(), K, alleles.data());
-        for (int b = 0; b < 8; ++b)
-            for (int k = 0; k < K; ++k) {
-                int rest = bytes[k];
-                for (int i = 0; i < b; ++i) rest /= 2;
-                ASSERT_EQ(alleles[b * K + k], rest % 2) << "bit " << b << " of byte " << k << " of " << K;
-            }
-    }
 }
 
 }  // namespace
