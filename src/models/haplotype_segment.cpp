@@ -36,6 +36,14 @@ void grow(std::vector<Value>& buffer, std::size_t size) {
 
 }  // namespace
 
+model_work& model_work::operator+=(const model_work& other) {
+    for (std::size_t c = 0; c < rows.size(); ++c) {
+        rows[c] += other.rows[c];
+        for (std::size_t d = 0; d < rows.size(); ++d) pair_rows[c][d] += other.pair_rows[c][d];
+    }
+    return *this;
+}
+
 /// Where a pass stands, and its step there.
 struct haplotype_segment::cursor {
     enum { START, INSIDE, ACROSS } kind;
@@ -46,7 +54,8 @@ struct haplotype_segment::cursor {
     lanes sums;    // of the column in hand
     double match;  // emission probabilities of the step
     double mismatch;
-    emissions em;               // of the step, where candidates differ
+    emissions em[3];            // where all candidates carry allele 0, or 1, and of another step
+    int emitted;                // number of candidates that the first two stand for
     column_kernels::step step;  // step.column is the column in hand once the step is done
 
     void run(int K) const {
@@ -81,15 +90,16 @@ haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
 
 /// Fills `alleles` for all loci of the run, from the byte of the first one on.
 void haplotype_segment::unpack_haplotypes() {
-    const int first_byte = locus_first >> 3, n_bytes = (locus_last >> 3) - first_byte + 1;
-    grow(buffers.packed, static_cast<std::size_t>(n_bytes) * K());
-    grow(buffers.alleles, 8 * static_cast<std::size_t>(n_bytes) * K());
-    for (int k = 0; k < K(); ++k) {
-        const unsigned char* bytes = (*H)[(*idx)[k]].data.data() + first_byte;
-        for (int b = 0; b < n_bytes; ++b) buffers.packed[static_cast<std::size_t>(b) * K() + k] = bytes[b];
+    const int first_byte = locus_first >> 3, last_byte = locus_last >> 3;
+    grow(buffers.rows, K());
+    grow(buffers.packed, K());
+    grow(buffers.alleles, 8 * static_cast<std::size_t>(last_byte - first_byte + 1) * K());
+    for (int k = 0; k < K(); ++k) buffers.rows[k] = (*H)[(*idx)[k]].data.data();
+    unsigned char* alleles = buffers.alleles.data();
+    for (int b = first_byte; b <= last_byte; ++b, alleles += 8 * static_cast<std::ptrdiff_t>(K())) {
+        for (int k = 0; k < K(); ++k) buffers.packed[k] = buffers.rows[k][b];
+        kernels().unpack(buffers.packed.data(), K(), alleles);
     }
-    for (std::size_t b = 0; b < static_cast<std::size_t>(n_bytes); ++b)
-        kernels().unpack(&buffers.packed[b * K()], K(), &buffers.alleles[8 * b * K()]);
 }
 
 /// Fills `candidates` for all loci of the run.
@@ -114,6 +124,28 @@ void haplotype_segment::prepare(const genotype_graph& G) {
     if (locus_first > locus_last) return;
     unpack_haplotypes();
     unpack_candidates(G);
+}
+
+void haplotype_segment::count_work(const genotype_graph& G) const {
+    for (int s = segment_first; s <= segment_last; ++s) {
+        buffers.work.rows[G.seg_count[s]] += 2L * G.seg_length[s] * K();
+        if (s > segment_first) buffers.work.pair_rows[G.seg_count[s - 1]][G.seg_count[s]] += K();
+    }
+}
+
+/// Emissions at a cursor's locus. Most loci have one allele in all candidates; those are made once a segment.
+const emissions* haplotype_segment::emissions_at(cursor& at, int n_candidates, double match,
+                                                 double mismatch) const {
+    if (at.emitted != n_candidates) {
+        kernels().emit(0, n_candidates, match, mismatch, at.em[0]);
+        kernels().emit(0xFF, n_candidates, match, mismatch, at.em[1]);
+        at.emitted = n_candidates;
+    }
+    const unsigned bits = buffers.candidates[at.locus - locus_first];
+    if (bits == 0) return &at.em[0];
+    if (bits == 0xFF) return &at.em[1];
+    kernels().emit(bits, n_candidates, match, mismatch, at.em[2]);
+    return &at.em[2];
 }
 
 haplotype_segment::cursor haplotype_segment::start_of_forward() {
@@ -142,9 +174,7 @@ void haplotype_segment::prepare_forward(cursor& at, const hmm_parameters& M, con
         at.step.from = {at.step.column, at.sums, M.tn[l - 1], M.nt[l - 1],
                         static_cast<int>(G.seg_count[inside ? s : s - 1])};
     }
-    kernels().emit(buffers.candidates[l - locus_first], static_cast<int>(G.seg_count[s]), M.em_match,
-                   M.em_mismatch, at.em);
-    at.step.em = &at.em;
+    at.step.em = emissions_at(at, static_cast<int>(G.seg_count[s]), M.em_match, M.em_mismatch);
     at.step.alleles = alleles_at(l);
     at.step.column = at.position == at.length - 1 ? stored(buffers.alpha, s) : buffers.forward.data();
     at.step.sums = &at.sums;
@@ -160,9 +190,9 @@ void haplotype_segment::prepare_backward(cursor& at, const hmm_parameters& M, co
                         static_cast<int>(G.seg_count[inside ? s : s + 1])};
     }
     const bool is_start = l == locus_last;
-    kernels().emit(buffers.candidates[l - locus_first], static_cast<int>(G.seg_count[s]),
-                   is_start ? M.em_match_n : M.em_match, is_start ? M.em_mismatch_n : M.em_mismatch, at.em);
-    at.step.em = &at.em;
+    at.step.em = is_start ? emissions_at(at, static_cast<int>(G.seg_count[s]), M.em_match_n, M.em_mismatch_n)
+                          : emissions_at(at, static_cast<int>(G.seg_count[s]), M.em_match, M.em_mismatch);
+    if (is_start) at.emitted = 0;  // the other steps have other probabilities
     at.step.alleles = alleles_at(l);
     at.step.column = at.position == 0 ? stored(buffers.beta, s) : buffers.backward.data();
     at.step.sums = &at.sums;
@@ -237,6 +267,7 @@ int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
         locus += static_cast<int>(G->seg_length[s - 1]);
         n_underflows += set_inner_group(M, G, s, locus);
     }
+    count_work(*G);
     return n_underflows;
 }
 

@@ -1,11 +1,22 @@
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "models/column_kernels.h"
 #include "models/hmm_parameters.h"
 #include "objects/chaplotype.h"
 #include "objects/genotype_graph.h"
+
+/// How much the copying model has computed, for measuring how well a run uses the machine.
+struct model_work {
+    /// Rows of columns, K a locus and pass, by number of candidates.
+    std::array<long, column_kernels::LANES + 1> rows{};
+    /// Rows of pair sums, K a boundary, by numbers of candidates on the left and on the right.
+    std::array<std::array<long, column_kernels::LANES + 1>, column_kernels::LANES + 1> pair_rows{};
+
+    model_work& operator+=(const model_work& other);
+};
 
 /// Working memory of the copying model. It lives with a worker and grows to the largest job, so that a job
 /// allocates nothing.
@@ -16,10 +27,12 @@ struct segment_buffers {
     std::vector<column_kernels::lanes> alpha;      // K rows a segment: the forward column at its last locus
     std::vector<column_kernels::lanes> beta;       // K rows a segment: the backward column at its first locus
     std::vector<column_kernels::lanes> alpha_sum;  // one a segment: the sums of alpha
-    std::vector<unsigned char> packed;             // K packed bytes for each eight loci
+    std::vector<const unsigned char*> rows;        // packed alleles of each conditioning haplotype
+    std::vector<unsigned char> packed;             // K of their bytes
     std::vector<unsigned char> alleles;            // K a locus: alleles of the conditioning haplotypes
     std::vector<unsigned char> candidates;         // one a locus: bit c is the allele of candidate c
     std::vector<double> group_prob;                // of one transition group
+    model_work work;                               // of all jobs so far
 };
 
 /// Runs the copying model (Li and Stephens 2003) of one individual over a run of consecutive graph segments,
@@ -73,6 +86,7 @@ class haplotype_segment {
     void unpack_haplotypes();
     void unpack_candidates(const genotype_graph& G);
     void prepare(const genotype_graph& G);
+    void count_work(const genotype_graph& G) const;
     cursor start_of_forward();
     cursor start_of_backward(const genotype_graph& G);
     void prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
@@ -80,6 +94,8 @@ class haplotype_segment {
     void finish_forward(cursor& at, const genotype_graph& G);
     void finish_backward(cursor& at, const genotype_graph& G);
     void rescale(cursor& at, const genotype_graph& G) const;
+    const column_kernels::emissions* emissions_at(cursor& at, int n_candidates, double match,
+                                                  double mismatch) const;
     const unsigned char* alleles_at(int locus) const {
         return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * K();
     }

@@ -2,10 +2,12 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "containers/genhap_set.h"
+#include "models/haplotype_segment.h"
 #include "models/hmm_parameters.h"
 #include "modes/tolvane.h"
 #include "modules/clusterer.h"
@@ -41,6 +43,14 @@ class phaser : public tolvane {
     void phaseWindow(int job, worker_memory& memory);
     /// Body of a worker: takes jobs until none is left.
     void take_jobs();
+
+    /// What the jobs of the run have cost so far, over all workers; for measuring.
+    struct job_cost {
+        double selection_seconds = 0.0;
+        double model_seconds = 0.0;
+        model_work model;
+    };
+    const job_cost& cost_of_jobs() const { return cost; }
 
   protected:
     std::vector<std::string> input_files() const override;
@@ -88,6 +98,8 @@ class phaser : public tolvane {
     int cluster_main_step = 1;
     std::vector<phasing_job> jobs;
     std::unique_ptr<worker_team> team;
+    std::mutex mutex_cost;  // guards cost
+    job_cost cost;
     std::atomic<int> underflows = 0;  // of the iteration in hand; decides nothing
 };
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <ctime>
 
 #include "models/haplotype_segment.h"
 #include "modes/phaser/phaser.h"
@@ -23,6 +24,24 @@ bool is_every(int step, int iteration) {
     return iteration % step == 0;
 }
 
+/// Tells the processor seconds of the calling thread between laps.
+class stopwatch {
+  public:
+    double lap() {
+        const double before = now;
+        now = read();
+        return now - before;
+    }
+
+  private:
+    static double read() {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+    }
+    double now = read();
+};
+
 }  // namespace
 
 /// What a worker keeps from job to job.
@@ -30,6 +49,8 @@ struct phaser::worker_memory {
     std::vector<int> idxH;   // conditioning haplotypes
     std::vector<bool> mask;  // haplotypes to select from, in a tree
     segment_buffers buffers;
+    double selection_seconds = 0.0;
+    double model_seconds = 0.0;
 };
 
 void phaser::phase() {
@@ -90,6 +111,10 @@ void phaser::take_jobs() {
     worker_memory memory;
     const int n_jobs = static_cast<int>(jobs.size());
     for (int job = team->take(); job < n_jobs; job = team->take()) phaseWindow(job, memory);
+    const std::lock_guard lock(mutex_cost);
+    cost.selection_seconds += memory.selection_seconds;
+    cost.model_seconds += memory.model_seconds;
+    cost.model += memory.buffers.work;
 }
 
 void* phaseWindow_callback(void* mode) {
@@ -112,12 +137,14 @@ void phaser::phaseWindow(int index, worker_memory& memory) {
     phasing_job job = jobs[index];
     const segment_range& range = job.range;
     std::vector<int>& idxH = memory.idxH;
+    stopwatch watch;
     const int distance = job.tree < 0
                              ? haplotypes.subsetHaplotypes_hamming(job.ind, value<int>("states"),
                                                                    range.first_locus, range.last_locus, idxH)
                              : select_in_tree(job, memory);
     TOLVANE_ASSERT(idxH.size() > 4, "idxH.size()>4");
     std::sort(idxH.begin(), idxH.end());
+    memory.selection_seconds += watch.lap();
     if (distance < 1 && iteration != 0 && early_stop) return;
     haplotype_segment segment(haplotypes.vecH, idxH, range.first_segment, range.last_segment,
                               range.first_locus, range.last_locus, memory.buffers);
@@ -126,4 +153,5 @@ void phaser::phaseWindow(int index, worker_memory& memory) {
     } catch (const myException& failure) {
         LOG.error(failure.msg);
     }
+    memory.model_seconds += watch.lap();
 }

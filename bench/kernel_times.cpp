@@ -1,0 +1,88 @@
+#include "kernel_times.h"
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <vector>
+
+namespace bench {
+
+namespace {
+
+using namespace column_kernels;
+
+/// Shortest time of one call, in seconds, out of several rounds of calls.
+template <class Call>
+double seconds_of(Call call) {
+    constexpr int ROUNDS = 7, CALLS = 2000;
+    double best = std::numeric_limits<double>::max();
+    for (int round = 0; round < ROUNDS; ++round) {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < CALLS; ++i) call();
+        const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+        best = std::min(best, passed.count() / CALLS);
+    }
+    return best;
+}
+
+lanes filled(double value) {
+    lanes row;
+    std::fill_n(row.value, LANES, value);
+    return row;
+}
+
+/// Two passes in the middle of a segment, with values that stay where they are from step to step.
+struct passes {
+    explicit passes(int n_states, int n_candidates)
+        : K(n_states),
+          forward(K, filled(1.0)),
+          backward(K, filled(1.0)),
+          alleles(K),
+          em{filled(1.0), filled(1.0)} {
+        for (int k = 0; k < K; ++k) alleles[k] = static_cast<unsigned char>(k * 7 % 3 == 0);
+        const double tn = 0.001 / K;
+        s = {{forward.data(), filled(K), tn, 0.999, n_candidates},
+             &em,
+             alleles.data(),
+             forward.data(),
+             &sums_s};
+        t = {{backward.data(), filled(K), tn, 0.999, n_candidates},
+             &em,
+             alleles.data(),
+             backward.data(),
+             &sums_t};
+    }
+
+    int K;
+    std::vector<lanes> forward, backward;
+    std::vector<unsigned char> alleles;
+    emissions em;
+    lanes sums_s, sums_t;
+    step s, t;
+};
+
+double seconds_a_row(int K, int n_candidates) {
+    const passes p(K, n_candidates);
+    return seconds_of([&] { kernels().inside_both(p.s, p.t, K); }) / (2 * K);
+}
+
+double seconds_a_pair_row(int K, int n_left, int n_right) {
+    const passes p(K, n_left);
+    pair_matrix pairs;
+    return seconds_of([&] { kernels().pair_sums(p.s.from, p.backward.data(), n_right, K, pairs); }) / K;
+}
+
+}  // namespace
+
+double kernel_seconds(const model_work& work, int K) {
+    double seconds = 0.0;
+    for (int c = 1; c <= LANES; ++c) {
+        if (work.rows[c] > 0) seconds += static_cast<double>(work.rows[c]) * seconds_a_row(K, c);
+        for (int d = 1; d <= LANES; ++d)
+            if (work.pair_rows[c][d] > 0)
+                seconds += static_cast<double>(work.pair_rows[c][d]) * seconds_a_pair_row(K, c, d);
+    }
+    return seconds;
+}
+
+}  // namespace bench

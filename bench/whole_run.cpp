@@ -1,0 +1,175 @@
+// Runs the program on generated cohorts and tells what a user feels: seconds, memory, and how much of the
+// processor time the inner loops of the copying model account for (the efficiency).
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <boost/program_options.hpp>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <sstream>
+
+#include "kernel_times.h"
+#include "modes/phaser/phaser.h"
+#include "tools/cohort_files.h"
+
+namespace {
+
+namespace po = boost::program_options;
+
+struct settings {
+    int individuals;
+    double megabases;
+    double density;
+    int threads;
+    int states;
+    std::string options;  // further options of the program
+};
+
+double wall_seconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+double cpu_seconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           1e-6 * static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+double peak_megabytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024.0;
+}
+
+/// CPU seconds of the stages of a run.
+struct times {
+    double start, chain, end, wall;
+};
+
+/// A whole run in this process.
+times run_program(phaser& mode, const std::vector<std::string>& args) {
+    const double cpu0 = cpu_seconds(), wall0 = wall_seconds();
+    mode.declare_options();
+    mode.parse_command_line(args, "Phaser");
+    mode.check_options();
+    mode.check_files();
+    mode.verbose_mode();
+    mode.verbose_options();
+    mode.read_files_and_initialise();
+    const double cpu1 = cpu_seconds();
+    mode.phase();
+    const double cpu2 = cpu_seconds();
+    mode.write_files_and_finalise();
+    return {cpu1 - cpu0, cpu2 - cpu1, cpu_seconds() - cpu2, wall_seconds() - wall0};
+}
+
+long values(const model_work& work) {
+    long n = 0;
+    for (std::size_t c = 0; c < work.rows.size(); ++c) n += static_cast<long>(c) * work.rows[c];
+    return n;
+}
+
+long pair_products(const model_work& work) {
+    long n = 0;
+    for (std::size_t c = 0; c < work.rows.size(); ++c)
+        for (std::size_t d = 0; d < work.rows.size(); ++d)
+            n += static_cast<long>(c * d) * work.pair_rows[c][d];
+    return n;
+}
+
+/// Runs in a process of its own, so that memory is that of this run alone, and writes one line to `out`.
+void measure(const settings& s, const std::string& folder, std::FILE* out) {
+    std::istringstream line("-B " + folder + "/study -M " + folder + "/study.map -O " + folder + "/out -L " +
+                            folder + "/run.log --seed 1 -T " + std::to_string(s.threads) + " --states " +
+                            std::to_string(s.states) + " " + s.options);
+    const std::vector<std::string> args{std::istream_iterator<std::string>(line), {}};
+    const int silence = ::open("/dev/null", O_WRONLY);
+    ::dup2(silence, STDOUT_FILENO);
+    phaser mode;
+    const times t = run_program(mode, args);
+    const double cpu = cpu_seconds(), memory = peak_megabytes();
+    const phaser::job_cost& cost = mode.cost_of_jobs();
+    const double kernels = bench::kernel_seconds(cost.model, s.states);
+    const double rest = t.chain - cost.selection_seconds - cost.model_seconds;
+    const auto share = [cpu](double part) { return 100.0 * part / cpu; };
+    std::fprintf(
+        out,
+        "%11d %8.0f %7d %6d | %8.2f %8.2f %7.1f | %9.3g %9.3g | %10.2f | %5.1f %5.1f %5.1f %5.1f %5.1f\n",
+        s.individuals, s.megabases * s.density, s.threads, s.states, cpu, t.wall, memory,
+        static_cast<double>(values(cost.model)), static_cast<double>(pair_products(cost.model)),
+        kernels / cpu, share(t.start), share(cost.selection_seconds), share(cost.model_seconds), share(rest),
+        share(t.end));
+    std::fflush(out);
+}
+
+void write_cohort(const settings& s, const std::string& folder) {
+    simulation::Settings cohort;
+    cohort.individuals = s.individuals;
+    cohort.megabases = s.megabases;
+    cohort.density = s.density;
+    cohort.missing_rate = 0.005;
+    if (s.density > 1000) cohort.ascertainment = simulation::Ascertainment::sequence;
+    const auto simulated = simulation::simulate(cohort);
+    simulation::write_bed(simulated, folder + "/study");
+    simulation::write_map(simulated, folder + "/study", false);
+}
+
+bool run_in_child(const settings& s, const std::string& folder, std::FILE* out) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        measure(s, folder, out);
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<int> individuals, threads;
+    settings s{};
+    po::options_description options("Times whole runs on generated cohorts");
+    auto add = options.add_options();
+    add("help", "print this text");
+    add("individuals", po::value(&individuals)->multitoken()->default_value({200, 1000}, "200 1000"),
+        "cohorts");
+    add("threads", po::value(&threads)->multitoken()->default_value({1}, "1"), "numbers of threads");
+    add("megabases", po::value(&s.megabases)->default_value(10), "length of the region");
+    add("density", po::value(&s.density)->default_value(250),
+        "variants per Mb; above 1000 as sequencing finds them");
+    add("states", po::value(&s.states)->default_value(100), "conditioning haplotypes");
+    add("options", po::value(&s.options)->default_value(""),
+        "further options of the program, in one argument");
+    po::variables_map given;
+    po::store(po::parse_command_line(argc, argv, options), given);
+    po::notify(given);
+    if (given.count("help") > 0) {
+        std::cout << options;
+        return 0;
+    }
+    std::FILE* out = ::fdopen(::dup(STDOUT_FILENO), "w");
+    std::fprintf(out, "kernels: %s\n", column_kernels::kernels().name);
+    std::fprintf(
+        out,
+        "individuals variants threads states |  CPU (s) wall (s)    (MB) |    values     pairs | efficiency"
+        " | %% of CPU: start, selection, model, rest of the chain, end\n");
+    std::fflush(out);
+    for (const int n : individuals) {
+        s.individuals = n;
+        char folder[] = "/tmp/tolvane-whole-run-XXXXXX";
+        if (::mkdtemp(folder) == nullptr) return 1;
+        write_cohort(s, folder);
+        for (const int thread : threads) {
+            s.threads = thread;
+            if (!run_in_child(s, folder, out)) std::fprintf(stderr, "the run of %d individuals failed\n", n);
+        }
+        std::filesystem::remove_all(folder);
+    }
+}
