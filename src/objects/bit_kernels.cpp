@@ -11,7 +11,8 @@ namespace bit_kernels {
 
 namespace {
 
-constexpr int WORD = 8;  // bytes
+constexpr int WORD = 8;         // bytes
+constexpr int CACHE_LINE = 64;  // bytes
 
 static_assert(std::endian::native == std::endian::little, "words are read with their first byte lowest");
 

@@ -32,8 +32,16 @@ KERNEL int distance(const unsigned char* a, const unsigned char* b, int n) {
 
 KERNEL void scan(const chaplotype* H, const int* list, int n_haplotypes, int first, int n,
                  const unsigned char* t0, const unsigned char* t1, int* d0, int* d1) {
+    // Rows lie anywhere in memory: they are fetched ahead, as their addresses are before them.
+    constexpr int AHEAD = 12;
     for (int i = 0; i < n_haplotypes; ++i) {
         const chaplotype& h = H[list == nullptr ? i : list[i]];
+        if (i + 2 * AHEAD < n_haplotypes)
+            __builtin_prefetch(&H[list == nullptr ? i + 2 * AHEAD : list[i + 2 * AHEAD]]);
+        if (i + AHEAD < n_haplotypes) {
+            const unsigned char* row = H[list == nullptr ? i + AHEAD : list[i + AHEAD]].data.data() + first;
+            for (int at = 0; at < n; at += CACHE_LINE) __builtin_prefetch(row + at);
+        }
         distance_to_both(h.data.data() + first, t0, t1, n, d0[i], d1[i]);
     }
 }
