@@ -305,6 +305,15 @@ class plain_segment {
     }
     int n_recovered = 0;
 
+    /// Sums of the forward column at the last locus of segment `s`, and of the backward one at the first
+    /// locus.
+    std::vector<double> forward_sums(int s) const {
+        int r = 0;
+        while (r + 1 < static_cast<int>(places.size()) && places[r + 1].segment <= s) ++r;
+        return pass(true)[r].sum;
+    }
+    std::vector<double> backward_sums() const { return pass(false).front().sum; }
+
   private:
     struct place {
         int segment, position;
@@ -366,8 +375,18 @@ class plain_segment {
 
 void expect_same_bits(genotype_graph& graph, const run& r, const hmm_parameters& M,
                       const std::vector<chaplotype>& H, const std::vector<int>& idx) {
-    const int n_recovered = expect_over(graph, r, M, H, idx);
+    std::fill(graph.trans_prob.begin(), graph.trans_prob.end(), UNTOUCHED);
+    segment_buffers buffers;
+    haplotype_segment segment(H, idx, r.first_segment, r.last_segment, r.first_locus, r.last_locus, buffers);
+    const int n_recovered = segment.expectation(M, &graph);
     plain_segment plain(graph, r, M, H, idx);
+    const auto expect_sums = [](const column_kernels::lanes& sums, const std::vector<double>& expected) {
+        for (int c = 0; c < static_cast<int>(expected.size()); ++c)
+            ASSERT_EQ(std::bit_cast<std::uint64_t>(sums[c]), std::bit_cast<std::uint64_t>(expected[c]));
+    };
+    for (int s = r.first_segment; s <= r.last_segment; ++s)
+        expect_sums(buffers.alpha_sum[s - r.first_segment], plain.forward_sums(s));
+    if (r.first_locus == 0) expect_sums(segment.beta_sum, plain.backward_sums());
     for (int g = 0; g < graph.n_groups(); ++g) {
         const bool within = (g > r.first_segment && g <= r.last_segment) ||
                             (g == 0 && r.first_segment == 0) ||

@@ -12,6 +12,11 @@
 
 namespace {
 
+/// The first number drawn from a seed.
+double plain_draw(long seed) {
+    return support::plain_generator(seed).draw();
+}
+
 TEST(PlainGenerator, HasThePublishedCheckValue) {
     std::int64_t x = 1;
     for (int i = 0; i < 10000; ++i) x = support::plain_generator::next_state(x);
@@ -150,6 +155,16 @@ TEST(Sample, LastEntryIsTheFallback) {
     }
 }
 
+TEST(Sample, RunningSumMustPassTheBound) {
+    for (long seed = 1; seed <= 50; ++seed) {
+        const double u = plain_draw(seed);
+        putils::initRandom(seed);
+        EXPECT_EQ(putils::sample({u, 1.0}, 1.0), 1) << "equal to the bound";
+        putils::initRandom(seed);
+        EXPECT_EQ(putils::sample({std::nextafter(u, 2.0), 1.0}, 1.0), 0) << "just above it";
+    }
+}
+
 TEST(Sample, AlwaysTakesOneDraw) {
     support::plain_generator plain(8);
     putils::initRandom(8);
@@ -187,7 +202,7 @@ TEST(GetRandomID, IsANewUuidWhateverTheSeed) {
     putils::initRandom(1);
     EXPECT_TRUE(std::regex_match(first, uuid)) << first;
     EXPECT_NE(putils::getRandomID(), first);
-    EXPECT_EQ(putils::getRandom(), support::plain_generator(1).draw()) << "takes nothing from the stream";
+    EXPECT_EQ(putils::getRandom(), plain_draw(1)) << "takes nothing from the stream";
 }
 
 }  // namespace

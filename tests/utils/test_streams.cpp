@@ -297,7 +297,7 @@ TEST(Ofile, FullDiskStopsTheRunAtTheLatestWhenTheFileIsClosed) {
 }
 
 // A compressor that fails between two writes throws out of close().
-TEST(Ofile, DISABLED_FullDiskIsFoundAfterFormattedTextToo) {
+TEST(Ofile, FullDiskIsFoundAfterFormattedTextToo) {
     std::mt19937 random(6);
     std::string noise;
     for (int i = 0; i < 1000000; ++i) noise += static_cast<char>(random());

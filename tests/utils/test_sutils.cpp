@@ -168,7 +168,7 @@ TEST(Str2double, ReadsOnlyItsField) {
 }
 
 // strtod passes over white space that is no gap between fields, and then takes the next field.
-TEST(Str2double, DISABLED_FieldOfOtherWhiteSpaceIsNoNumber) {
+TEST(Str2double, FieldOfOtherWhiteSpaceIsNoNumber) {
     const std::string line = "\v 0.5";
     std::vector<std::string_view> fields;
     sutils::tokenize(line, fields);
