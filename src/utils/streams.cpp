@@ -135,7 +135,11 @@ ofile::ofile(const std::string& name, bool binary_mode) {
 }
 
 ofile::~ofile() {
-    if (!empty()) reset();
+    try {
+        if (!empty()) reset();
+    } catch (const std::ios_base::failure&) {
+        // Nobody has asked whether the file is whole.
+    }
 }
 
 bool ofile::open(const std::string& name, bool /* POSIX files are all binary */) {
@@ -153,8 +157,14 @@ bool ofile::open(const std::string& name, bool /* POSIX files are all binary */)
 
 void ofile::close() {
     if (empty()) return;
-    flush();
-    reset();  // ends the chain: compressors write their last bytes, the device closes
+    try {
+        flush();
+        reset();  // ends the chain: compressors write their last bytes, the device closes
+    } catch (const std::ios_base::failure&) {
+        // A compressor throws when its last bytes find no place; the sink knows the reason.
+        stopOnFailure();
+        throw;
+    }
     stopOnFailure();
 }
 

@@ -99,7 +99,10 @@ int str2int(std::string_view text, const std::string& file, long line) {
 }
 
 double str2double(std::string_view field) {
-    return std::strtod(field.data(), nullptr);
+    char* end = nullptr;
+    const double value = std::strtod(field.data(), &end);
+    // A field of other white space, as a vertical tab, has none; strtod would take the next field's number.
+    return end <= field.data() + field.size() ? value : 0.0;
 }
 
 }  // namespace sutils
