@@ -110,6 +110,12 @@ TEST(PruneAndMerge, KeepsTheTransitionThatPassesTheThreshold) {
     }
 }
 
+TEST(PruneAndMerge, NegativeThresholdKeepsNothing) {
+    genotype_graph graph = three_pairs({.5F, .3F, .2F}, {.5F, .3F, .2F});
+    graph.pruneAndMerge(-0.5);
+    EXPECT_EQ(graph.trans_count, (std::vector<unsigned>{0, 0}));
+}
+
 TEST(PruneAndMerge, HomozygoteStaysAsItIs) {
     genotype_graph graph = built_from("0022");
     std::fill(graph.trans_store.begin(), graph.trans_store.end(), 3.0F);

@@ -74,6 +74,22 @@ std::string read_impute(const std::string& gen, const std::string& sample, const
     return content(s);
 }
 
+const std::string HAPS = "0 1 1 1\n1 0 0 0\n", LEGEND = "id position a0 a1\nrs1 100 A G\nrs2 200 C T\n",
+                  PANEL = "sample\nR1\nR2\n";
+
+/// Reads a panel of which one file is the one of this test.
+std::string read_panel(const std::string& haps, const std::string& legend, const std::string& sample,
+                       const temporary_folder& folder) {
+    study s;
+    s.reader.readGenotypeImpute(folder.put("good.gen", GEN), folder.put("good.sample", SAMPLE), 0.9);
+    s.reader.readHaplotypeImpute(haps.empty() ? folder.put("good.haps", HAPS) : haps,
+                                 legend.empty() ? folder.put("good.legend", LEGEND) : legend,
+                                 sample.empty() ? folder.put("good.panel", PANEL) : sample);
+    std::string text;
+    for (const auto& alleles : s.reader.ref_haps) text += sutils::bool2str(alleles) + ";";
+    return text;
+}
+
 const std::vector<any_file> FILES = {
     {"individual_list", "list", "Ann\nBob\n",
      [](const std::string& file, const temporary_folder&) {
@@ -110,6 +126,18 @@ const std::vector<any_file> FILES = {
      [](const std::string& file, const temporary_folder& folder) { return read_impute(file, "", folder); }},
     {"sample", "study.sample", SAMPLE,
      [](const std::string& file, const temporary_folder& folder) { return read_impute("", file, folder); }},
+    {"haps", "panel.haps", HAPS,
+     [](const std::string& file, const temporary_folder& folder) {
+         return read_panel(file, "", "", folder);
+     }},
+    {"legend", "panel.legend", LEGEND,
+     [](const std::string& file, const temporary_folder& folder) {
+         return read_panel("", file, "", folder);
+     }},
+    {"panel_sample", "panel.sample", PANEL,
+     [](const std::string& file, const temporary_folder& folder) {
+         return read_panel("", "", file, folder);
+     }},
 };
 
 class any_reader : public ::testing::TestWithParam<any_file> {

@@ -296,7 +296,7 @@ TEST(Ofile, FullDiskStopsTheRunAtTheLatestWhenTheFileIsClosed) {
         }
 }
 
-// A compressor that fails between two writes throws out of close().
+// A compressor that fails between two writes would throw out of close().
 TEST(Ofile, FullDiskIsFoundAfterFormattedTextToo) {
     std::mt19937 random(6);
     std::string noise;

@@ -167,7 +167,7 @@ TEST(Str2double, ReadsOnlyItsField) {
     EXPECT_EQ(sutils::str2double(fields[2]), 1.0);
 }
 
-// strtod passes over white space that is no gap between fields, and then takes the next field.
+// strtod alone passes over white space that is no gap between fields, and then takes the next field.
 TEST(Str2double, FieldOfOtherWhiteSpaceIsNoNumber) {
     const std::string line = "\v 0.5";
     std::vector<std::string_view> fields;
