@@ -239,8 +239,8 @@ void haplotypeCluster::spread_seeds(int K, int n, std::vector<int>& seeds, Membe
         for (std::size_t i = 0; s > 0 && i < candidates.size(); ++i) {
             int nearest = std::numeric_limits<int>::max();
             for (const int earlier : seeds)
-                nearest = std::min(nearest,
-                                   GH->vecH[member(candidates[i])].hamming(GH->vecH[earlier], start, stop));
+                nearest = std::min(
+                    nearest, GH->vecH[member(candidates[i])].hamming(GH->vecH[earlier], start8, stop8 - 1));
             if (nearest > largest) {
                 largest = nearest;
                 seed = member(candidates[i]);
