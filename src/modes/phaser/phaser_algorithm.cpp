@@ -20,7 +20,10 @@ constexpr double KEPT_PROBABILITY = 0.99;  // share of a transition group's prob
 /// Whether an iteration is one of every `step`. A step of 0 ends the process with the signal of a division
 /// by zero, on machines too whose division doesn't trap.
 bool is_every(int step, int iteration) {
-    if (step == 0) std::raise(SIGFPE);
+    if (step == 0) {
+        std::signal(SIGFPE, SIG_DFL);  // whoever has started the process may have had it ignored
+        std::raise(SIGFPE);
+    }
     return iteration % step == 0;
 }
 
