@@ -1,7 +1,7 @@
 #include "models/hmm_parameters.h"
 
 #include <algorithm>
-#include <cmath>
+#include <boost/multiprecision/cpp_bin_float.hpp>
 #include <cstdint>
 
 #include "containers/snp_set.h"
@@ -10,6 +10,13 @@ namespace {
 
 constexpr double SMALLEST_RHO = 1e-5;  // keeps a jump possible between variants at one position
 constexpr double SMALLEST_T = 1e-5;
+
+/// The double nearest to exp(x). The C library's exp depends on the processor in the last bit, now and then;
+/// so the value comes from arithmetic on whole numbers, with 113 bits, and is rounded once.
+double portable_exp(double x) {
+    using boost::multiprecision::cpp_bin_float_quad;
+    return static_cast<double>(cpp_bin_float_quad(exp(cpp_bin_float_quad(x))));
+}
 
 /// rho of each interval, as `distance(left variant, right variant)`.
 template <class Distance>
@@ -40,7 +47,7 @@ void hmm_parameters::initialise(const snp_set& S, double rho_per_base) {
 void hmm_parameters::update(int nhap, int nstate) {
     // All haplotypes of the data scale the distance, whatever the number of states.
     for (std::size_t i = 0; i < rho.size(); ++i) {
-        nt[i] = std::exp(-rho[i] / nhap);
+        nt[i] = portable_exp(-rho[i] / nhap);
         t[i] = 1.0 - nt[i];
         tn[i] = t[i] / nstate;
     }

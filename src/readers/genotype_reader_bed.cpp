@@ -68,6 +68,8 @@ std::vector<bool> genotype_reader::readBim(const std::string& bim) {
         return putSnp(sutils::str2int(fields[3], bim, line), fields[1], fields[0], "", fields[4], fields[5]);
     });
     snps->indexing();
+    if (snps->size() > 0 && snps->snp_list.back()->bp == 0)
+        LOG.warning("no variant has a position above 0: is [" + bim + "] the list of variants?");
     return mask;
 }
 

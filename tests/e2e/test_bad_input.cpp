@@ -221,6 +221,14 @@ TEST(e2e, lines_of_many_megabytes_are_read_whole) {
     EXPECT_EQ(e2e::words(support::lines_of(data.read("out.haps"))[0])[1], id);
 }
 
+TEST(e2e, swapped_lists_of_a_plink_set_are_noticed) {
+    const e2e::study data(10, 0.3);
+    run(data.folder(), "-B study.bed study.fam study.bim -M study.map -O out -L run.log");
+    EXPECT_NE(data.read("run.log").find(
+                  "WARNING: no variant has a position above 0: is [study.fam] the list of variants?\n"),
+              std::string::npos);
+}
+
 TEST(e2e, one_person_is_too_few) {
     const e2e::study data(1, 0.3);
     const auto end = run(data.folder(), "-B study" + REST);
