@@ -1,6 +1,7 @@
 #include "containers/genhap_set.h"
 
 #include <cstdint>
+#include <iterator>
 
 #include "readers/genotype_reader.h"
 #include "utils/lfile.h"
@@ -17,8 +18,10 @@ void genhap_set::initialise(const std::vector<genotype_graph*>& graphs, snp_set*
     vecH.assign(2 * graphs.size(), chaplotype(static_cast<unsigned>(S->size())));
 }
 
-void genhap_set::initialise(const genotype_reader& G) {
-    for (const auto& alleles : G.ref_haps) vecH.emplace_back(alleles);
+void genhap_set::initialise(genotype_reader& G) {
+    vecH.insert(vecH.end(), std::make_move_iterator(G.ref_haps.begin()),
+                std::make_move_iterator(G.ref_haps.end()));
+    G.ref_haps.clear();
 }
 
 void genhap_set::summarise() const {

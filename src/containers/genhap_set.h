@@ -21,8 +21,8 @@ class genhap_set {
     /// Takes over `graphs` and gives each individual two haplotypes of zeros over the variants of `S`,
     /// which is borrowed.
     void initialise(const std::vector<genotype_graph*>& graphs, snp_set* S);
-    /// Appends the reference haplotypes of a reader.
-    void initialise(const genotype_reader& G);
+    /// Appends the reference haplotypes of a reader, which are taken from it.
+    void initialise(genotype_reader& G);
     /// Tells the user the size of the graphs.
     void summarise() const;
 

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 
 #include "objects/bit_kernels.h"
+#include "utils/assertion.h"
 #include "utils/lfile.h"
 #include "utils/streams.h"
 
@@ -60,6 +62,14 @@ void chaplotype::push_back(const std::vector<bool>& alleles) {
     n += static_cast<unsigned int>(alleles.size());
     data.resize(bytes_for(n));
     for (const bool allele : alleles) set(l++, allele);
+}
+
+void chaplotype::push_back(std::uint64_t alleles, int count) {
+    TOLVANE_ASSERT((n & 7) == 0, "(n & 7) == 0");
+    const std::size_t n_bytes = data.size();
+    n += static_cast<unsigned int>(count);
+    data.resize(bytes_for(n));
+    std::memcpy(data.data() + n_bytes, &alleles, data.size() - n_bytes);
 }
 
 int chaplotype::hamming(const chaplotype& o) const {

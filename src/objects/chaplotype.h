@@ -36,6 +36,9 @@ class chaplotype {
     int size() const { return static_cast<int>(n); }
     /// Appends alleles behind the last locus.
     void push_back(const std::vector<bool>& alleles);
+    /// Appends `count` alleles, at most 64, bit j of `alleles` being the j-th and further bits 0. The last
+    /// locus so far must end a byte.
+    void push_back(std::uint64_t alleles, int count);
 
     /// Hamming distance over all bytes of this haplotype.
     int hamming(const chaplotype& o) const;

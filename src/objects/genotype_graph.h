@@ -37,7 +37,7 @@ class genotype_graph {
 
     /// Fills an empty graph from the genotype code of one individual, one entry a locus (see
     /// genotype_reader). Always 0.
-    int buildUnr(const std::vector<bool>& a, const std::vector<bool>& b, const std::vector<bool>& m);
+    int buildUnr(const chaplotype& a, const chaplotype& b, const chaplotype& m);
     /// Appends a segment with these candidates, all of one length.
     void pushHaps(const std::vector<std::vector<bool>>& haps);
     /// Appends a transition group given as four lists of equal length: left0, right0, left1, right1.

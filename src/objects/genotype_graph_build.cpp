@@ -74,11 +74,10 @@ int_lists all_transitions(const int_lists& left, const int_lists& right) {
     return T;
 }
 
-int genotype_graph::buildUnr(const std::vector<bool>& a, const std::vector<bool>& b,
-                             const std::vector<bool>& m) {
-    const std::size_t n = a.size();
+int genotype_graph::buildUnr(const chaplotype& a, const chaplotype& b, const chaplotype& m) {
+    const int n = a.size();
     std::vector<int_lists> seg_pairs;
-    for (std::size_t l = 0; l < n;) {
+    for (int l = 0; l < n;) {
         segment s;
         // The first locus of a segment always fits.
         for (segment next = extended(s, a[l], b[l], m[l]); fits(next); next = extended(s, a[l], b[l], m[l])) {

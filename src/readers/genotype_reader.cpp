@@ -41,9 +41,19 @@ int genotype_reader::resetSnp(int v) {
     int n_filled = 0;
     for (std::size_t i = 0; i < ind_ids.size(); ++i) {
         n_filled += missing[i][v];
-        allele_a[i][v] = allele_b[i][v] = missing[i][v] = false;
+        for (auto* bits : {&allele_a, &allele_b, &missing}) (*bits)[i].set(v, false);
     }
     return n_filled;
+}
+
+void genotype_reader::putBlock(genotype_block& block) {
+    for (std::size_t i = 0; i < ind_ids.size(); ++i) {
+        allele_a[i].push_back(block.words[i].allele_a, block.n_variants);
+        allele_b[i].push_back(block.words[i].allele_b, block.n_variants);
+        missing[i].push_back(block.words[i].missing, block.n_variants);
+        block.words[i] = {};
+    }
+    block.n_variants = 0;
 }
 
 int hard_call(float& p0, float& p1, float& p2, double threshold, long& n_missing, long& n_called) {

@@ -5,7 +5,11 @@
 #include <vector>
 
 #include "containers/snp_set.h"
+#include "objects/chaplotype.h"
 #include "readers/filter_reader.h"
+#include "readers/genotype_block.h"
+
+class ifile;
 
 /// Reads the genotypes of the study, and the reference panel, and holds what was kept of them.
 ///
@@ -50,15 +54,21 @@ class genotype_reader {
     std::vector<std::string> ind_ids;
     snp_set* snps;
     // Individual, then variant. Equal shapes once a reader has finished.
-    std::vector<std::vector<bool>> allele_a;
-    std::vector<std::vector<bool>> allele_b;
-    std::vector<std::vector<bool>>
-        ref_haps;  // reference haplotype, then variant, in the study's allele order
-    std::vector<std::vector<bool>> missing;
+    std::vector<chaplotype> allele_a;
+    std::vector<chaplotype> allele_b;
+    std::vector<chaplotype> ref_haps;  // reference haplotype, then variant, in the study's allele order
+    std::vector<chaplotype> missing;
 
   private:
+    /// Appends the genotypes of the block, one word a kept individual, to those stored, and empties it. All
+    /// blocks but the last must be full.
+    void putBlock(genotype_block& block);
     std::vector<bool> readBim(const std::string& bim);
     std::vector<bool> readFam(const std::string& fam);
+    /// The rows of a BED file. `snp_at` and `ind_at` give the store index of each entry of BIM and FAM, -1
+    /// for those left out.
+    void readVariantRows(ifile& stream, const std::vector<int>& snp_at, const std::vector<int>& ind_at);
+    void readIndividualRows(ifile& stream, const std::vector<int>& snp_at, const std::vector<int>& ind_at);
     std::vector<bool> readSample(const std::string& sample);
 
     /// What a line of the panel's legend matched: the idx of a study variant or -1, and whether its alleles

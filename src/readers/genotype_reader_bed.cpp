@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -10,7 +11,7 @@ namespace {
 
 constexpr std::array<unsigned char, 2> MAGIC = {0x6C, 0x1B};
 constexpr int N_FIELDS = 6;
-constexpr int MISSING_CODE = 1;
+constexpr int MISSING = 1, HETEROZYGOUS = 2, HOMOZYGOUS_SECOND = 3;  // codes of genotypes
 
 /// Calls `keep(fields, line number)` for each line of a BIM or FAM file; returns which lines it kept and
 /// tells the user how many.
@@ -46,18 +47,20 @@ std::vector<int> store_indices(const std::vector<bool>& mask) {
     return indices;
 }
 
-/// Reads the blocks of a BED file one by one: `n_blocks` of `n_genotypes` genotypes each.
-/// Calls `put(block, position, code)` for each genotype code; `fail(block, position)` ends the run where
-/// the file does, at the first genotype of the byte that is missing.
-template <class Put, class Fail>
-void readBlocks(ifile& stream, int n_blocks, int n_genotypes, Put put, Fail fail) {
-    std::vector<char> block((n_genotypes + 3) / 4);
-    if (block.empty()) return;
-    for (int b = 0; b < n_blocks; ++b) {
-        if (!stream.readBytes(block.data(), static_cast<std::streamsize>(block.size())))
-            fail(b, static_cast<int>(4 * stream.gcount()));
-        for (int i = 0; i < n_genotypes; ++i) put(b, i, (block[i >> 2] >> (2 * (i & 3))) & 3);
-    }
+int bytes_for(int n_genotypes) {
+    return (n_genotypes + 3) / 4;
+}
+
+/// Reads the next row of a BED file; `fail(genotype)` ends the run where the file ends within it, at the
+/// first genotype of the byte that is missing.
+template <class Fail>
+void readRow(ifile& stream, unsigned char* row, int n_bytes, Fail fail) {
+    if (!stream.readBytes(reinterpret_cast<char*>(row), n_bytes)) fail(static_cast<int>(4 * stream.gcount()));
+}
+
+[[noreturn]] void stopShort(const char* mode, int ind, int variant) {
+    LOG.error(std::string("Binary file ") + mode + " corrupted ind=" + sutils::int2str(ind) +
+              " snp=" + sutils::int2str(variant));
 }
 
 }  // namespace
@@ -95,29 +98,56 @@ void genotype_reader::readGenotypeBed(const std::string& bed, const std::string&
                 " mode");
 
     for (auto* bits : {&allele_a, &allele_b, &missing})
-        for (auto& individual : *bits) individual.assign(snps->size(), false);
-    const auto put = [&](int s, int i, int code) {
-        const int v = snp_at[s], k = ind_at[i];
-        if (v < 0 || k < 0 || code == 0) return;
-        if (code == MISSING_CODE) {
-            missing[k][v] = true;
-            return;
-        }
-        allele_a[k][v] = (code & 1) != 0;
-        allele_b[k][v] = true;
-    };
-    const auto fail = [&](const char* mode, int i, int s) {
-        LOG.error(std::string("Binary file ") + mode + " corrupted ind=" + sutils::int2str(i) +
-                  " snp=" + sutils::int2str(s));
-    };
-    const int n_snp = static_cast<int>(snp_at.size()), n_ind = static_cast<int>(ind_at.size());
-    if (snp_major)
-        readBlocks(stream, n_snp, n_ind, put, [&](int s, int i) { fail("SM", i, s); });
-    else
-        readBlocks(
-            stream, n_ind, n_snp, [&](int i, int s, int code) { put(s, i, code); },
-            [&](int i, int s) { fail("IM", i, s); });
+        for (auto& individual : *bits) individual.data.reserve((snps->size() + 7) / 8);
+    snp_major ? readVariantRows(stream, snp_at, ind_at) : readIndividualRows(stream, snp_at, ind_at);
     char beyond = 0;
     if (stream.readBytes(&beyond, 1)) LOG.error("Binary file corrupted : end-bit");
     stream.close();
+}
+
+void genotype_reader::readVariantRows(ifile& stream, const std::vector<int>& snp_at,
+                                      const std::vector<int>& ind_at) {
+    const int n_ind = static_cast<int>(ind_at.size()), n_bytes = bytes_for(n_ind);
+    genotype_block block(ind_ids.size());
+    std::vector<genotype_word> decoded(n_ind);
+    std::vector<unsigned char> rows(static_cast<std::size_t>(n_bytes) * genotype_block::CAPACITY);
+    const auto store = [&] {
+        decode_bed(rows.data(), n_bytes, n_ind, decoded.data());
+        for (int i = 0; i < n_ind; ++i)
+            if (ind_at[i] >= 0) block.words[ind_at[i]] = decoded[i];
+        putBlock(block);
+        std::fill(rows.begin(), rows.end(), 0);
+    };
+    for (int s = 0; s < static_cast<int>(snp_at.size()); ++s) {
+        // The row of a variant that is left out stands where the next one will replace it.
+        unsigned char* row = rows.data() + static_cast<std::ptrdiff_t>(block.n_variants) * n_bytes;
+        readRow(stream, row, n_bytes, [s](int i) { stopShort("SM", i, s); });
+        if (snp_at[s] < 0)
+            std::fill_n(row, n_bytes, 0);
+        else if (++block.n_variants == genotype_block::CAPACITY)
+            store();
+    }
+    store();
+}
+
+void genotype_reader::readIndividualRows(ifile& stream, const std::vector<int>& snp_at,
+                                         const std::vector<int>& ind_at) {
+    const int n_snp = static_cast<int>(snp_at.size());
+    std::vector<unsigned char> row(bytes_for(n_snp));
+    std::vector<bool> a(snps->size()), b(snps->size()), m(snps->size());
+    for (int i = 0; i < static_cast<int>(ind_at.size()); ++i) {
+        readRow(stream, row.data(), static_cast<int>(row.size()), [i](int s) { stopShort("IM", i, s); });
+        const int k = ind_at[i];
+        if (k < 0) continue;
+        for (int s = 0; s < n_snp; ++s) {
+            const int v = snp_at[s], code = row[s >> 2] >> (2 * (s & 3)) & 3;
+            if (v < 0) continue;
+            a[v] = code == HOMOZYGOUS_SECOND;
+            b[v] = code == HOMOZYGOUS_SECOND || code == HETEROZYGOUS;
+            m[v] = code == MISSING;
+        }
+        allele_a[k].push_back(a);
+        allele_b[k].push_back(b);
+        missing[k].push_back(m);
+    }
 }

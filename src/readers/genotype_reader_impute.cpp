@@ -72,6 +72,7 @@ void genotype_reader::readGenotypeImpute(const std::string& gen, const std::stri
     int included = 0, number = 0;
     long n_called = 0, n_missing = 0;
     bool new_format = false;
+    genotype_block block(ind_ids.size());
     while (stream.getLine(line)) {
         ++number;
         const int n_fields = sutils::tokenize(line, fields);
@@ -96,12 +97,15 @@ void genotype_reader::readGenotypeImpute(const std::string& gen, const std::stri
             auto p2 = static_cast<float>(sutils::str2double(fields[first + 2]));
             normalise_call(p0, p1, p2);
             const int call = hard_call(p0, p1, p2, threshold, n_missing, n_called);
-            allele_a[k].push_back(call == 2 && !same_alleles);
-            allele_b[k].push_back(call > 0 && !same_alleles);
-            missing[k].push_back(call < 0);
-            ++k;
+            genotype_word& word = block.words[k++];
+            const auto bit = [&block](bool set) { return std::uint64_t{set} << block.n_variants; };
+            word.allele_a |= bit(call == 2 && !same_alleles);
+            word.allele_b |= bit(call > 0 && !same_alleles);
+            word.missing |= bit(call < 0);
         }
+        if (++block.n_variants == genotype_block::CAPACITY) putBlock(block);
     }
+    putBlock(block);
     stream.close();
     snps->indexing();
 

@@ -104,7 +104,7 @@ void genotype_reader::readPanelHaps(const std::string& haps, const std::vector<i
     std::size_t n_kept = 0;
     for (const int slot : hap_slot) n_kept += slot != NONE;
     // As long as the legend, though indexed by study variant: the bits behind the study's stay 0.
-    ref_haps.assign(n_kept, std::vector<bool>(lines.size(), false));
+    ref_haps.assign(n_kept, chaplotype(static_cast<unsigned>(lines.size())));
 
     LOG.println("\nReading reference haplotypes in [" + haps + "]");
     ifile stream(haps);
@@ -119,7 +119,7 @@ void genotype_reader::readPanelHaps(const std::string& haps, const std::vector<i
                       " fields, expected=" + std::to_string(hap_slot.size()));
         for (std::size_t c = 0; c < hap_slot.size(); ++c)
             if (hap_slot[c] != NONE)
-                ref_haps[hap_slot[c]][lines[row].target] = (fields[c] == "1") != lines[row].flip;
+                ref_haps[hap_slot[c]].set(lines[row].target, (fields[c] == "1") != lines[row].flip);
     }
     long beyond = 0;
     while (row == lines.size() && stream.getLine(text)) ++beyond;

@@ -1,8 +1,26 @@
 #include "writers/haplotype_writer.h"
 
+#include <vector>
+
+#include "models/column_kernels.h"
 #include "utils/lfile.h"
 #include "utils/streams.h"
 #include "utils/sutils.h"
+
+namespace {
+
+/// Appends a blank and a digit for each of `n` alleles.
+void appendAlleles(std::string& line, const unsigned char* alleles, int n) {
+    const std::size_t start = line.size();
+    line.resize(start + 2 * static_cast<std::size_t>(n));
+    char* text = line.data() + start;
+    for (int i = 0; i < n; ++i) {
+        text[2 * i] = ' ';
+        text[2 * i + 1] = static_cast<char>('0' + alleles[i]);
+    }
+}
+
+}  // namespace
 
 void haplotype_writer::writeHaplotypeHap(const std::string& haps, const std::string& sample) const {
     LOG.println("\nWriting sample information in [" + sample + "] in IMPUTE2 format");
@@ -19,17 +37,20 @@ void haplotype_writer::writeSample(const std::string& sample) const {
 }
 
 void haplotype_writer::writeHaps(const std::string& haps) const {
+    constexpr int LOCI = 8;  // of one byte of a haplotype, which is fetched once for all of them
     ofile stream(haps);
-    const std::size_t n_haplotypes = 2 * GH.vecG.size();
+    const int n_haplotypes = 2 * static_cast<int>(GH.vecG.size());
+    std::vector<unsigned char> packed(n_haplotypes), alleles(LOCI * packed.size());
     std::string line;
     for (int l = 0; l < GH.snps->size(); ++l) {
+        if (l % LOCI == 0) {
+            for (int h = 0; h < n_haplotypes; ++h) packed[h] = GH.vecH[h].data[l / LOCI];
+            column_kernels::kernels().unpack(packed.data(), n_haplotypes, alleles.data());
+        }
         const snp* variant = GH.snps->getByIndex(l);
         line = variant->id + " " + variant->id + " " + sutils::int2str(variant->bp) + " " + variant->a0 +
                " " + variant->a1;
-        for (std::size_t h = 0; h < n_haplotypes; ++h) {
-            line += ' ';
-            line += GH.vecH[h].get(l) ? '1' : '0';
-        }
+        appendAlleles(line, alleles.data() + (l % LOCI) * packed.size(), n_haplotypes);
         line += '\n';
         stream.writeText(line);
     }

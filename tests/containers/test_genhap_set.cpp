@@ -40,7 +40,7 @@ TEST(GenhapSet, PanelFollowsTheIndividuals) {
     snp_set snps;
     put_variants(snps, 3);
     study s;
-    s.reader.ref_haps = {support::bits("01011"), support::bits("11100"), support::bits("00000")};
+    s.reader.ref_haps = support::haplotypes({"01011", "11100", "00000"});
     genhap_set set;
     set.initialise(graphs_of({"012"}), &snps);
     set.initialise(s.reader);

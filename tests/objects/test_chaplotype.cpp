@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <random>
 
 #include "support/child_process.h"
@@ -40,6 +41,24 @@ TEST(Chaplotype, LocusZeroIsTheLowestBitOfByteZero) {
     EXPECT_EQ(haplotype("1000 0000 01").data, (std::vector<unsigned char>{0x01, 0x02}));
     EXPECT_EQ(haplotype("0000 0001").data, (std::vector<unsigned char>{0x80}));
     EXPECT_EQ(haplotype("1111 1111 111").data, (std::vector<unsigned char>{0xFF, 0x07}));
+}
+
+TEST(Chaplotype, TakesUpTo64AllelesAtOnce) {
+    std::mt19937_64 random(1);
+    for (int count = 0; count <= 64; ++count) {
+        chaplotype h(support::bits("10000001 01000010"));
+        const std::uint64_t alleles = count == 0 ? 0 : random() >> (64 - count);
+        h.push_back(alleles, count);
+        ASSERT_EQ(h.size(), 16 + count);
+        ASSERT_EQ(h.data.size(), 2U + (count + 7) / 8);
+        EXPECT_EQ(h.toString().substr(0, 16), "1000000101000010");
+        for (int j = 0; j < count; ++j) ASSERT_EQ(h.get(16 + j), static_cast<int>(alleles >> j & 1));
+    }
+}
+
+TEST(ChaplotypeDeathTest, TakesNoneBehindABrokenByte) {
+    chaplotype h(3);
+    EXPECT_EXIT(h.push_back(std::uint64_t{1}, 1), testing::KilledBySignal(SIGABRT), "n & 7");
 }
 
 TEST(Chaplotype, HoldsWhatIsSet) {

@@ -123,7 +123,7 @@ TEST(BuildUnr, LeavesProbabilitiesAtZeroAndDrawsNothing) {
 TEST(BuildUnr, ReturnsZero) {
     const support::genotypes g = support::genotypes_from("01.");
     genotype_graph graph("NA1");
-    EXPECT_EQ(graph.buildUnr(g.a, g.b, g.m), 0);
+    EXPECT_EQ(graph.buildUnr(chaplotype(g.a), chaplotype(g.b), chaplotype(g.m)), 0);
 }
 
 /// All haplotype pairs with these genotypes, by trying both alleles for both chromosomes at each locus.

@@ -86,7 +86,7 @@ std::string read_panel(const std::string& haps, const std::string& legend, const
                                  legend.empty() ? folder.put("good.legend", LEGEND) : legend,
                                  sample.empty() ? folder.put("good.panel", PANEL) : sample);
     std::string text;
-    for (const auto& alleles : s.reader.ref_haps) text += sutils::bool2str(alleles) + ";";
+    for (const auto& alleles : s.reader.ref_haps) text += alleles.toString() + ";";
     return text;
 }
 

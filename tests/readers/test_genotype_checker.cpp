@@ -6,6 +6,7 @@
 
 #include "support/child_process.h"
 #include "support/files.h"
+#include "support/haplotype_text.h"
 #include "support/log_capture.h"
 #include "support/study.h"
 #include "utils/futils.h"
@@ -155,10 +156,11 @@ TEST(GenotypeChecker, LoneHeterozygoteHasTwoSingleAlleles) {
 TEST(GenotypeChecker, PanelKeepsItsBitsWhereAVariantIsTurned) {
     const log_capture capture;
     study s({"21", "20"});
-    s.reader.ref_haps = {{true, false}, {false, true}};
+    s.reader.ref_haps = support::haplotypes({"10", "01"});
     genotype_checker(s.reader).checkGenotypeData();
     EXPECT_EQ(s.reader.snps->getByIndex(0)->a0, "G");
-    EXPECT_EQ(s.reader.ref_haps, (std::vector<std::vector<bool>>{{true, false}, {false, true}}));
+    EXPECT_EQ(s.reader.ref_haps[0].toString(), "10");
+    EXPECT_EQ(s.reader.ref_haps[1].toString(), "01");
 }
 
 TEST(GenotypeChecker, MoreThanFivePercentIsHigh) {

@@ -24,8 +24,10 @@ TEST(PutInd, KeepsInOrderOfInput) {
     EXPECT_EQ(s.reader.getInd("Ann"), 1);
     EXPECT_EQ(s.reader.getInd(""), 2);
     EXPECT_EQ(s.reader.getInd("Cem"), -1);
-    for (const auto* bits : {&s.reader.allele_a, &s.reader.allele_b, &s.reader.missing})
-        EXPECT_EQ(*bits, std::vector<std::vector<bool>>(3));
+    for (const auto* bits : {&s.reader.allele_a, &s.reader.allele_b, &s.reader.missing}) {
+        ASSERT_EQ(bits->size(), 3U);
+        for (const chaplotype& individual : *bits) EXPECT_EQ(individual.size(), 0);
+    }
     EXPECT_TRUE(s.reader.ref_haps.empty());
 }
 

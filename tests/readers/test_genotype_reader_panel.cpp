@@ -34,7 +34,7 @@ struct small_study : study {
     explicit small_study(int n_variants) : study({std::string(n_variants, '0')}) {}
     std::vector<std::string> panel_haplotypes() const {
         std::vector<std::string> texts;
-        for (const auto& alleles : reader.ref_haps) texts.push_back(chaplotype(alleles).toString());
+        for (const auto& alleles : reader.ref_haps) texts.push_back(alleles.toString());
         return texts;
     }
 };
@@ -127,8 +127,8 @@ TEST(ReadHaplotypeImpute, VariantsOfOnePlaceAreToldByTheirAlleles) {
     s.reader.putSnp(100, "rs1", "", "", "T", "C");
     s.reader.snps->indexing();
     files.read_into(s);
-    EXPECT_EQ(chaplotype(s.reader.ref_haps[0]).toString(), "11") << "rs1 is turned";
-    EXPECT_EQ(chaplotype(s.reader.ref_haps[1]).toString(), "00");
+    EXPECT_EQ(s.reader.ref_haps[0].toString(), "11") << "rs1 is turned";
+    EXPECT_EQ(s.reader.ref_haps[1].toString(), "00");
 }
 
 TEST(ReadHaplotypeImpute, AbsentVariantsStopTheRunAndAreListed) {

@@ -78,7 +78,7 @@ genotype_graph graph_from(const std::string& text, const std::string& name) {
 genotype_graph built_from(const std::string& genotype_text, const std::string& name) {
     const genotypes g = genotypes_from(genotype_text);
     genotype_graph graph(name);
-    graph.buildUnr(g.a, g.b, g.m);
+    graph.buildUnr(chaplotype(g.a), chaplotype(g.b), chaplotype(g.m));
     return graph;
 }
 

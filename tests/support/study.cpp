@@ -24,11 +24,11 @@ study::study(const std::vector<std::string>& genotype_texts) : study() {
     for (std::size_t i = 0; i < genotype_texts.size(); ++i) {
         reader.putInd("I" + std::to_string(i));
         const support::genotypes g = genotypes_from(genotype_texts[i]);
-        reader.allele_a[i] = g.a;
-        reader.allele_b[i] = g.b;
-        reader.missing[i] = g.m;
+        reader.allele_a[i] = chaplotype(g.a);
+        reader.allele_b[i] = chaplotype(g.b);
+        reader.missing[i] = chaplotype(g.m);
     }
-    const int n_variants = genotype_texts.empty() ? 0 : static_cast<int>(reader.missing[0].size());
+    const int n_variants = genotype_texts.empty() ? 0 : reader.missing[0].size();
     for (int v = 0; v < n_variants; ++v)
         reader.putSnp(100 * (v + 1), "rs" + std::to_string(v), "", "", "A", "G");
     reader.snps->indexing();
@@ -40,10 +40,11 @@ study::~study() {
 
 std::string study::genotypes(int ind) const {
     std::string text;
-    const std::size_t n = reader.missing[ind].size();
+    const int n = reader.missing[ind].size();
     if (reader.allele_a[ind].size() != n || reader.allele_b[ind].size() != n) return "unequal shapes";
-    for (std::size_t v = 0; v < n; ++v)
-        text += genotype(reader.missing[ind][v], reader.allele_a[ind][v], reader.allele_b[ind][v]);
+    for (int v = 0; v < n; ++v)
+        text +=
+            genotype(reader.missing[ind].get(v), reader.allele_a[ind].get(v), reader.allele_b[ind].get(v));
     return text;
 }
 

@@ -77,6 +77,7 @@ class phaser : public tolvane {
     void check_iterations(const std::string& phase_name, const std::string& text, int least, int many) const;
     void check_model() const;
 
+    void read_data();
     void read_genotypes(class genotype_reader& reader) const;
     void place_on_map(snp_set& snps) const;
 

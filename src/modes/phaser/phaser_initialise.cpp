@@ -13,20 +13,7 @@ void phaser::read_files_and_initialise() {
     tolvane::read_files_and_initialise();
     const int n_thread = value<int>("thread");
     team = std::make_unique<worker_team>(n_thread);
-
-    genotype_reader reader(filter);
-    snps.reset(reader.snps);
-    read_genotypes(reader);
-    if (given("input-ref")) {
-        const auto& panel = value<std::vector<std::string>>("input-ref");
-        reader.readHaplotypeImpute(panel[0], panel[1], panel[2]);
-    }
-    place_on_map(*snps);
-    genotype_checker(reader).checkGenotypeData();
-    builder graph_builder(reader, n_thread);
-    graph_builder.build();
-    haplotypes.initialise(graph_builder.graphs, snps.get());
-    if (given("input-ref")) haplotypes.initialise(reader);
+    read_data();
     haplotypes.summarise();
     sampler(haplotypes, true, n_thread, true).sample();
 
@@ -40,6 +27,23 @@ void phaser::read_files_and_initialise() {
         cluster_stage =
             std::make_unique<clusterer>(&haplotypes, static_cast<float>(cluster_size), 1.0F,
                                         value<int>("states"), 1e6 * value<double>("window"), n_thread);
+}
+
+/// Fills `snps` and `haplotypes`. The genotypes as read are gone again when it returns: the graphs hold them.
+void phaser::read_data() {
+    genotype_reader reader(filter);
+    snps.reset(reader.snps);
+    read_genotypes(reader);
+    if (given("input-ref")) {
+        const auto& panel = value<std::vector<std::string>>("input-ref");
+        reader.readHaplotypeImpute(panel[0], panel[1], panel[2]);
+    }
+    place_on_map(*snps);
+    genotype_checker(reader).checkGenotypeData();
+    builder graph_builder(reader, value<int>("thread"));
+    graph_builder.build();
+    haplotypes.initialise(graph_builder.graphs, snps.get());
+    if (given("input-ref")) haplotypes.initialise(reader);
 }
 
 void phaser::read_genotypes(genotype_reader& reader) const {
