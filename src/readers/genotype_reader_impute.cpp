@@ -23,6 +23,7 @@ void normalise_call(float& p0, float& p1, float& p2) {
         p1 = p2 = 0.334F;
         return;
     }
+    if (sum == 1.0F) return;  // as with all calls made elsewhere; dividing would change nothing
     p0 = static_cast<float>(static_cast<double>(p0) / sum);
     p1 = static_cast<float>(static_cast<double>(p1) / sum);
     p2 = static_cast<float>(static_cast<double>(p2) / sum);
@@ -68,19 +69,21 @@ void genotype_reader::readGenotypeImpute(const std::string& gen, const std::stri
                 (threshold < 0.0 ? "MAX" : sutils::double2str(threshold, 4)));
     ifile stream(gen);
     std::string line;
-    std::vector<std::string_view> fields;
+    std::vector<std::string_view> fields(NEW_LAYOUT.probabilities);  // those before the probabilities
     int included = 0, number = 0;
     long n_called = 0, n_missing = 0;
     bool new_format = false;
     genotype_block block(ind_ids.size());
     while (stream.getLine(line)) {
         ++number;
-        const int n_fields = sutils::tokenize(line, fields);
+        const int n_fields = sutils::count_fields(line);
         if (n_fields != n_old && n_fields != n_new)
             LOG.error("Line=" + sutils::int2str(number) + " found=" + sutils::int2str(n_fields) +
                       " fields, expected=" + sutils::int2str(n_old) + " or " + sutils::int2str(n_new));
         new_format = n_fields == n_new;
         const gen_layout& at = new_format ? NEW_LAYOUT : OLD_LAYOUT;
+        sutils::field_cursor cursor(line);
+        for (int f = 0; f < at.probabilities; ++f) fields[f] = cursor.next();
         const auto text = [&](int field) { return field < 0 ? std::string() : std::string(fields[field]); };
         if (!putSnp(sutils::str2int(fields[at.position], gen, number), text(at.id), text(at.alt_id),
                     text(at.chr), text(at.a0), text(at.a1)))
@@ -89,12 +92,11 @@ void genotype_reader::readGenotypeImpute(const std::string& gen, const std::stri
         // These are the alleles in the old layout only. In the new one position and first allele stand here,
         // which never agree, so a line that names one allele twice keeps its calls.
         const bool same_alleles = fields[3] == fields[4];
-        for (std::size_t i = 0, k = 0; i < ind_mask.size(); ++i) {
-            if (!ind_mask[i]) continue;
-            const std::size_t first = at.probabilities + 3 * i;
-            auto p0 = static_cast<float>(sutils::str2double(fields[first]));
-            auto p1 = static_cast<float>(sutils::str2double(fields[first + 1]));
-            auto p2 = static_cast<float>(sutils::str2double(fields[first + 2]));
+        const auto probability = [&cursor] { return static_cast<float>(sutils::str2double(cursor.next())); };
+        std::size_t k = 0;
+        for (const bool kept : ind_mask) {
+            float p0 = probability(), p1 = probability(), p2 = probability();
+            if (!kept) continue;
             normalise_call(p0, p1, p2);
             const int call = hard_call(p0, p1, p2, threshold, n_missing, n_called);
             genotype_word& word = block.words[k++];

@@ -20,6 +20,37 @@ std::string double2str(const std::vector<double>& values, int precision = 0);
 /// Local time of `time` (seconds since 1970) in the form of strftime, up to 127 bytes.
 std::string date2str(const long* time, const std::string& format);
 
+inline bool is_gap(char c) {
+    return c == ' ' || c == '\t';
+}
+
+/// The line without a carriage return at its end.
+inline std::string_view without_return(std::string_view line) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    return line;
+}
+
+/// Goes through the fields of a line, cut as by tokenize. The line must outlive its fields.
+class field_cursor {
+  public:
+    explicit field_cursor(std::string_view line) : at(line.data()), end(at + without_return(line).size()) {}
+
+    /// The next field; empty when there is none left.
+    std::string_view next() {
+        while (at < end && is_gap(*at)) ++at;
+        const char* const start = at;
+        while (at < end && !is_gap(*at)) ++at;
+        return {start, static_cast<std::size_t>(at - start)};
+    }
+
+  private:
+    const char* at;
+    const char* end;
+};
+
+/// Number of fields that tokenize would cut the line into.
+int count_fields(std::string_view line);
+
 /// Cuts a line at runs of blanks and tabs, dropping leading ones and one carriage return at the line's end.
 /// Returns the number of fields; with `n`, stops once n fields are taken.
 int tokenize(const std::string& line, std::vector<std::string>& fields);
@@ -32,6 +63,11 @@ int tokenize(const std::string& line, std::vector<std::string_view>& fields);
 int str2int(std::string_view text, const std::string& file, long line);
 /// The number at the head of a field of a line; 0 when there is none. The field must be followed by a blank,
 /// a tab or the terminating zero of its line.
-double str2double(std::string_view field);
+double parse_double(std::string_view field);
+/// The same, quick for the single digits that most fields of a genotype file are.
+inline double str2double(std::string_view field) {
+    const bool is_digit = field.size() == 1 && field[0] >= '0' && field[0] <= '9';
+    return is_digit ? field[0] - '0' : parse_double(field);
+}
 
 }  // namespace sutils

@@ -9,51 +9,27 @@
 #include <list>
 #include <random>
 
+#include "models/column_kernels_plain.h"
+
 namespace {
 
 using column_kernels::kernel_set;
 using column_kernels::lanes;
 using column_kernels::LANES;
+using plain_column = column_kernels::plain::column;
+using plain_step = column_kernels::plain::step;
 
-const int SIZES[] = {1, 2, 7, 8, 9, 100};
-
-/// The same model in plain loops, candidate after candidate: value of candidate c and haplotype k at
-/// [c * K + k].
-struct plain_column {
-    std::vector<double> value;
-    std::vector<double> sum;  // of each candidate, over rising k
-};
-
-struct plain_step {
-    int K;
-    double tn, nt;
-    std::vector<unsigned char> alleles;         // of the haplotypes
-    std::vector<std::vector<double>> emission;  // of each candidate, for allele 0 and 1
-};
+const int SIZES[] = {1, 2, 7, 8, 9, 99, 100, 400};
 
 plain_column start_plainly(const plain_step& s) {
-    plain_column column{{}, std::vector<double>(s.emission.size())};
-    for (std::size_t c = 0; c < s.emission.size(); ++c)
-        for (int k = 0; k < s.K; ++k) {
-            column.value.push_back(s.emission[c][s.alleles[k]]);
-            column.sum[c] += column.value.back();
-        }
+    plain_column column(static_cast<int>(s.emission.size()), s.K);
+    column_kernels::plain::start(s, column);
     return column;
 }
 
 plain_column step_plainly(const plain_step& s, const plain_column& from, bool across) {
-    plain_column column{{}, std::vector<double>(s.emission.size())};
-    for (std::size_t c = 0; c < s.emission.size(); ++c)
-        for (int k = 0; k < s.K; ++k) {
-            double before = 0.0;
-            if (across)
-                for (std::size_t d = 0; d < from.sum.size(); ++d)
-                    before += from.sum[d] * s.tn + s.nt * from.value[d * s.K + k];
-            else
-                before = from.sum[c] * s.tn + s.nt * from.value[c * s.K + k];
-            column.value.push_back(before * s.emission[c][s.alleles[k]]);
-            column.sum[c] += column.value.back();
-        }
+    plain_column column(static_cast<int>(s.emission.size()), s.K);
+    (across ? column_kernels::plain::across : column_kernels::plain::inside)(s, from, column);
     return column;
 }
 
@@ -254,13 +230,11 @@ TEST_P(column_kernels_of, PairSums) {
             column_kernels::pair_matrix pairs{};
             kernels.pair_sums({before.rows.data(), before.sums, tn, nt, n_left}, after.rows.data(), n_right,
                               K, pairs);
+            std::vector<double> expected;
+            column_kernels::plain::pair_sums({K, tn, nt, {}, {}}, left, right, expected);
             for (int c = 0; c < n_left; ++c)
-                for (int d = 0; d < n_right; ++d) {
-                    double expected = 0.0;
-                    for (int k = 0; k < K; ++k)
-                        expected += (left.sum[c] * tn + nt * left.value[c * K + k]) * right.value[d * K + k];
-                    ASSERT_EQ(bits_of(pairs[c][d]), bits_of(expected)) << c << " to " << d;
-                }
+                for (int d = 0; d < n_right; ++d)
+                    ASSERT_EQ(bits_of(pairs[c][d]), bits_of(expected[c * n_right + d])) << c << " to " << d;
         }
     });
 }

@@ -158,6 +158,42 @@ TEST(Str2double, NumberAtTheHead) {
         EXPECT_EQ(sutils::str2double(r.text), r.expected) << r.text;
 }
 
+TEST(Str2double, HasTheBitsOfTheCLibrary) {
+    std::mt19937_64 random(1);
+    const auto expect_same = [](const std::string& text) {
+        ASSERT_EQ(sutils::str2double(text), std::strtod(text.c_str(), nullptr)) << text;
+    };
+    for (int trial = 0; trial < 20000; ++trial) {
+        std::string digits = std::to_string(random());
+        digits.resize(std::min<std::size_t>(digits.size(), 1 + random() % 19));
+        expect_same(digits);
+        expect_same(digits.insert(random() % (digits.size() + 1), "."));
+        expect_same("0.000" + digits.erase(digits.find('.'), 1));
+    }
+    for (const std::string text :
+         {"", ".", "..", "1.", ".5", "0", "9", "-1", "+1", "1e-3", "1.5e2", "0x10", "1.2.3", "7x", "x7"})
+        expect_same(text);
+}
+
+TEST(CountFields, AgreesWithTokenize) {
+    std::mt19937 random(1);
+    std::vector<std::string> fields;
+    for (int trial = 0; trial < 2000; ++trial) {
+        std::string line;
+        for (auto n = random() % 90; n > 0; --n) line += " \t\rab"[random() % 5];
+        ASSERT_EQ(sutils::count_fields(line), sutils::tokenize(line, fields)) << '"' << line << '"';
+    }
+}
+
+TEST(FieldCursor, IsEmptyAtTheEnd) {
+    const std::string line = " a\tbc \r";
+    sutils::field_cursor cursor(line);
+    EXPECT_EQ(cursor.next(), "a");
+    EXPECT_EQ(cursor.next(), "bc");
+    EXPECT_EQ(cursor.next(), "");
+    EXPECT_EQ(cursor.next(), "");
+}
+
 TEST(Str2double, ReadsOnlyItsField) {
     const std::string line = "0.5 0.25\t1";
     std::vector<std::string_view> fields;

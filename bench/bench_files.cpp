@@ -1,0 +1,128 @@
+// Reading BED and GEN, decoding BED, writing HAPS. An item is one genotype; the rate of bytes is that of the
+// file as it lies on the disk.
+#include <filesystem>
+#include <list>
+#include <random>
+
+#include "cohort.h"
+#include "readers/genotype_reader.h"
+#include "tools/cohort_files.h"
+#include "twins.h"
+#include "utils/lfile.h"
+#include "utils/streams.h"
+#include "writers/haplotype_writer.h"
+
+namespace {
+
+constexpr int ALL = 2147483647;
+
+struct store {
+    store() : reader(filter) { filter.initialise(0, ALL); }
+    ~store() { delete reader.snps; }
+    store(const store&) = delete;
+    store& operator=(const store&) = delete;
+
+    filter_reader filter;
+    genotype_reader reader;
+};
+
+double size_of(const std::string& file) {
+    return static_cast<double>(std::filesystem::file_size(file));
+}
+
+/// Whether the reader holds the genotypes that the cohort has.
+bool holds(const genotype_reader& reader, const bench::cohort& data) {
+    for (int l = 0; l < reader.snps->size(); ++l) {
+        const auto observed = simulation::observed_genotypes(data.simulated, l);
+        for (std::size_t i = 0; i < observed.size(); ++i) {
+            const bool missing = observed[i] == simulation::Genotype::missing;
+            const int copies = reader.allele_a[i].get(l) + reader.allele_b[i].get(l);
+            if (reader.missing[i].get(l) != missing ||
+                copies != (missing ? 0 : static_cast<int>(observed[i])))
+                return false;
+        }
+    }
+    return true;
+}
+
+void compare_decoding(int individuals) {
+    const int stride = (individuals + 3) / 4;
+    static std::list<std::vector<unsigned char>> held;
+    std::vector<unsigned char>& rows =
+        held.emplace_back(static_cast<std::size_t>(stride) * genotype_block::CAPACITY);
+    std::mt19937 random(5);
+    for (unsigned char& byte : rows) byte = static_cast<unsigned char>(random());
+    static std::vector<genotype_word> words;
+    words.resize(individuals);
+    decode_bed(rows.data(), stride, individuals, words.data());
+    const std::vector<genotype_word> decoded = words;
+    decode_bed_plain(rows.data(), stride, individuals, words.data());
+    bench::expect(words == decoded, "decode_bed");
+    bench::comparison("decode BED/" + std::to_string(individuals) + " individuals",
+                      static_cast<double>(individuals) * genotype_block::CAPACITY,
+                      [=, &rows] { decode_bed_plain(rows.data(), stride, individuals, words.data()); })
+        .way("program", [=, &rows] { decode_bed(rows.data(), stride, individuals, words.data()); });
+}
+
+void measure_reading(const bench::folder& files, const bench::cohort& data, const std::string& size) {
+    simulation::write_bed(data.simulated, files.at("c"));
+    simulation::write_gen(data.simulated, files.at("c"), false, 0);
+    simulation::write_gen(data.simulated, files.at("c"), true, 0);
+    simulation::write_gen(data.simulated, files.at("soft"), false, 12);
+    const auto genotypes = static_cast<double>(data.simulated.loci.size() * data.simulated.study_ids.size());
+
+    const auto bed = [&files](store& s) {
+        s.reader.readGenotypeBed(files.at("c.bed"), files.at("c.bim"), files.at("c.fam"));
+    };
+    store from_bed;
+    bed(from_bed);
+    bench::expect(holds(from_bed.reader, data), "reading BED");
+    bench::alone("BED, BIM and FAM/" + size, genotypes, size_of(files.at("c.bed")), [bed] {
+        store s;
+        bed(s);
+    });
+    for (const std::string name : {"c.gen", "c.gen.gz", "soft.gen"}) {
+        const std::string sample = name == "soft.gen" ? "soft.sample" : "c.sample";
+        const auto gen = [&files, name, sample](store& s) {
+            s.reader.readGenotypeImpute(files.at(name), files.at(sample), 0.9);
+        };
+        store from_gen;
+        gen(from_gen);
+        bench::expect(name == "soft.gen" || holds(from_gen.reader, data), "reading GEN");
+        bench::alone((name == "c.gen"      ? "GEN, called/"
+                      : name == "soft.gen" ? "GEN, uncertain/"
+                                           : "GEN.gz, called/") +
+                         size,
+                     genotypes, size_of(files.at(name)), [gen] {
+                         store s;
+                         gen(s);
+                     });
+        bench::alone("lines of " + name + " alone/" + size, genotypes, size_of(files.at(name)),
+                     [&files, name] {
+                         ifile stream(files.at(name));
+                         std::string line;
+                         while (stream.getLine(line)) benchmark::DoNotOptimize(line.data());
+                     });
+    }
+}
+
+void measure_writing(const bench::folder& files, const bench::cohort& data, const std::string& size) {
+    const haplotype_writer writer(data.haplotypes);
+    writer.writeHaplotypeHap(files.at("w.haps"), files.at("w.sample"));
+    const auto genotypes = static_cast<double>(data.simulated.loci.size() * data.simulated.study_ids.size());
+    bench::alone("HAPS/" + size, genotypes, size_of(files.at("w.haps")),
+                 [&files, writer] { writer.writeHaplotypeHap(files.at("w.haps"), files.at("w.sample")); });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    LOG.muteC();
+    LOG.muteL();
+    for (const int individuals : {200, 1000, 5000}) compare_decoding(individuals);
+    const bench::folder files;
+    const bench::cohort data(1000, 10, 250);
+    measure_reading(files, data, "1000 x 2500");
+    measure_writing(files, data, "1000 x 2500");
+    return bench::run(argc, argv);
+}

@@ -1,0 +1,124 @@
+// The choice of conditioning haplotypes for one individual in one window: from all haplotypes, and from those
+// of a mask. The plain way computes each distance when it is needed, byte by byte, and stops at the limit. An
+// item is one haplotype looked at.
+#include <algorithm>
+#include <list>
+
+#include "cohort.h"
+#include "containers/haplotype_distance.h"
+#include "objects/bit_kernels_plain.h"
+#include "twins.h"
+#include "utils/putils.h"
+
+namespace {
+
+constexpr int K = 100;
+
+class plain_selection {
+  public:
+    plain_selection(const genhap_set& set, int individual, int first_locus, int last_locus)
+        : H(set.vecH), ind(individual), first(first_locus), last(last_locus) {}
+
+    std::vector<int> among(const std::vector<bool>& mask) {
+        for (int h = 0; h < static_cast<int>(H.size()); h += 2)
+            if (h / 2 != ind && mask[h]) offer_pair(h);
+        std::vector<int> found;
+        for (; !heap.empty(); pop()) found.push_back(heap.front().idx);
+        return found;
+    }
+
+  private:
+    int distance(int h, int target, int limit) const {
+        const int start = first >> 3;
+        return bit_kernels::plain::bounded_distance(H[h].data.data() + start,
+                                                    H[2 * ind + target].data.data() + start,
+                                                    (last >> 3) - start + 1, limit);
+    }
+    void offer_pair(int h) {
+        const int limit = static_cast<int>(heap.size()) >= K ? heap.front().dist : DISTANCE_BEYOND_LIMIT;
+        int to[2][2], nearest[2];
+        for (int c = 0; c < 2; ++c) {
+            for (int t = 0; t < 2; ++t) to[c][t] = distance(h + c, t, limit);
+            nearest[c] = std::min(to[c][0], to[c][1]);
+        }
+        bool take[2] = {nearest[0] < limit, nearest[1] < limit};
+        if (take[0] && take[1] && (to[0][1] < to[0][0]) != (to[1][1] < to[1][0])) {
+            const int verdict =
+                non_overlapping_hamming_distance(H[h], H[h + 1], H[2 * ind], H[2 * ind + 1], first, last);
+            take[0] = verdict == 2 || verdict == 0;
+            take[1] = verdict == 2 || verdict == 1;
+        }
+        for (int c = 0; c < 2; ++c)
+            if (take[c]) {
+                heap.push_back({h + c, nearest[c]});
+                std::push_heap(heap.begin(), heap.end());
+            }
+        while (static_cast<int>(heap.size()) > K) pop();
+    }
+    void pop() {
+        std::pop_heap(heap.begin(), heap.end());
+        heap.pop_back();
+    }
+
+    const std::vector<chaplotype>& H;
+    int ind, first, last;
+    std::vector<haplotype_distance> heap;
+};
+
+/// Selects for one individual after the other, as a run does.
+struct subject {
+    subject(int individuals, double density)
+        : data(individuals, 2.2, density), first(data.first_locus()), last(data.last_locus()) {
+        // The clusters of a tree hold near relatives; every fourth individual makes a list of the same kind.
+        mask.resize(data.haplotypes.vecH.size());
+        for (std::size_t h = 0; h < mask.size(); ++h) mask[h] = h / 2 % 4 == 3;
+    }
+    int next() { return ind = (ind + 4) % static_cast<int>(data.haplotypes.vecG.size()); }
+
+    bench::cohort data;
+    int first, last;
+    std::vector<bool> mask;
+    std::vector<bool> all = std::vector<bool>(data.haplotypes.vecH.size(), true);
+    std::vector<int> idx;
+    int ind = 0;
+};
+
+std::list<subject> subjects;
+
+void compare(int individuals, double density) {
+    subject& s = subjects.emplace_back(individuals, density);
+    const std::string size =
+        std::to_string(individuals) + " individuals/" + std::to_string(static_cast<int>(density)) + " a Mb";
+    for (const bool masked : {false, true}) {
+        const std::vector<bool>& mask = masked ? s.mask : s.all;
+        const auto plainly = [&s, &mask] {
+            return plain_selection(s.data.haplotypes, s.next(), s.first, s.last).among(mask);
+        };
+        const auto program = [&s, masked] {
+            genhap_set& set = s.data.haplotypes;
+            masked ? set.subsetHaplotypes_hamming(s.mask, s.next(), K, s.first, s.last, s.idx)
+                   : set.subsetHaplotypes_hamming(s.next(), K, s.first, s.last, s.idx);
+        };
+        for (int trial = 0; trial < 20; ++trial) {
+            const int before = s.ind;
+            putils::initRandom(trial);
+            const std::vector<int> expected = plainly();
+            s.ind = before;
+            putils::initRandom(trial);
+            program();
+            bench::expect(s.idx == expected, "selection");
+        }
+        const double items = 2.0 * individuals / (masked ? 4 : 1);
+        bench::comparison((masked ? "masked scan/" : "quadratic scan/") + size, items, [plainly] {
+            benchmark::DoNotOptimize(plainly().data());
+        }).way("program", program);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    for (const int individuals : {200, 1000, 5000}) compare(individuals, 250);
+    for (const int individuals : {200, 1000}) compare(individuals, 2000);
+    return bench::run(argc, argv);
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "containers/genhap_set.h"
+#include "tools/simulation.h"
+
+namespace bench {
+
+/// A generated cohort in the program's own objects: graphs of the observed genotypes, true haplotypes.
+struct cohort {
+    cohort(int individuals, double megabases, double density);
+
+    /// The variants of the window of 2 Mb in the middle of the region, inclusive.
+    int first_locus() const;
+    int last_locus() const;
+
+    simulation::Cohort simulated;
+    snp_set variants;
+    genhap_set haplotypes;
+};
+
+/// A folder that is gone when the program ends.
+class folder {
+  public:
+    folder();
+    ~folder();
+    folder(const folder&) = delete;
+    folder& operator=(const folder&) = delete;
+    std::string at(const std::string& name) const { return path + "/" + name; }
+
+  private:
+    std::string path;
+};
+
+}  // namespace bench
