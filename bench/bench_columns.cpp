@@ -32,7 +32,7 @@ struct position {
             for (int allele = 0; allele < 2; ++allele) em[allele][c] = plain_step.emission[c][allele];
             for (int k = 0; k < K; ++k) from[k][c] = plain_from.value[c * K + k];
         }
-        fast_step = {{from.data(), sums, plain_step.tn, plain_step.nt, n},
+        fast_step = {{from.data(), &sums, plain_step.tn, plain_step.nt, n},
                      &em,
                      plain_step.alleles.data(),
                      to.data(),

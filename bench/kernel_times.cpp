@@ -41,12 +41,12 @@ struct passes {
           em{filled(1.0), filled(1.0)} {
         for (int k = 0; k < K; ++k) alleles[k] = static_cast<unsigned char>(k * 7 % 3 == 0);
         const double tn = 0.001 / K;
-        s = {{forward.data(), filled(K), tn, 0.999, n_candidates},
+        s = {{forward.data(), &from_sums, tn, 0.999, n_candidates},
              &em,
              alleles.data(),
              forward.data(),
              &sums_s};
-        t = {{backward.data(), filled(K), tn, 0.999, n_candidates},
+        t = {{backward.data(), &from_sums, tn, 0.999, n_candidates},
              &em,
              alleles.data(),
              backward.data(),
@@ -57,6 +57,7 @@ struct passes {
     std::vector<lanes> forward, backward;
     std::vector<unsigned char> alleles;
     emissions em;
+    lanes from_sums = filled(K);
     lanes sums_s, sums_t;
     step s, t;
 };

@@ -26,16 +26,27 @@ struct alignas(64) lanes {
 
 /// Emission probabilities at one locus, for conditioning allele 0 and 1.
 using emissions = std::array<lanes, 2>;
+/// Emissions of candidates with these alleles, bit c being that of candidate c: `match` where the
+/// conditioning allele is the candidate's, else `mismatch`.
+inline emissions emissions_of(unsigned alleles, double match, double mismatch) {
+    emissions em;
+    for (int c = 0; c < LANES; ++c) {
+        const bool second = (alleles >> c & 1) != 0;
+        em[0][c] = second ? mismatch : match;
+        em[1][c] = second ? match : mismatch;
+    }
+    return em;
+}
 /// Haploid mass between left candidate (row) and right candidate.
 using pair_matrix = std::array<lanes, LANES>;
 
 /// A column that flows on across an interval.
 struct flow {
     const lanes* column;
-    lanes sums;        // of the column, over k
-    double tn;         // probability of a jump to one given state
-    double nt;         // probability of no jump
-    int n_candidates;  // of the column's segment
+    const lanes* sums;  // of the column, over k
+    double tn;          // probability of a jump to one given state
+    double nt;          // probability of no jump
+    int n_candidates;   // of the column's segment
 };
 
 /// What one pass does at one locus. The column to fill may be the column before, which is then replaced row
@@ -70,9 +81,6 @@ struct kernel_set {
     /// candidate c of the left segment and each of the `n_right` candidates d of the right one.
     void (*pair_sums)(const flow& left, const lanes* right, int n_right, int K, pair_matrix& pairs);
 
-    /// Emissions of `n` candidates with these alleles, bit c being that of candidate c: `match` where the
-    /// conditioning allele is the candidate's, else `mismatch`; 0 in the lanes beyond.
-    void (*emit)(unsigned candidates, int n, double match, double mismatch, emissions& em);
     /// The alleles of K haplotypes at the eight loci of one byte: `bytes` holds the byte of each haplotype,
     /// and the allele of haplotype k at locus bit b is written to alleles[b * K + k].
     void (*unpack)(const unsigned char* bytes, int K, unsigned char* alleles);

@@ -99,7 +99,7 @@ KERNEL void start(const step& s, int K) {
 template <int N>
 struct inside_step {
     INLINE_KERNEL explicit inside_step(const step& s)
-        : a(s), jump(load<N>(s.from.sums) * all<N>(s.from.tn)), nt(all<N>(s.from.nt)), total(all<N>(0.0)) {}
+        : a(s), jump(load<N>(*s.from.sums) * all<N>(s.from.tn)), nt(all<N>(s.from.nt)), total(all<N>(0.0)) {}
 
     INLINE_KERNEL void take(int k) {
         const row<N> value = (jump + nt * load<N>(a.from[k])) * load<N>(a.em[a.alleles[k]]);
@@ -144,7 +144,7 @@ KERNEL void inside_both(const step& s, const step& t, int K) {
 }
 
 KERNEL void across(const step& s, int K) {
-    const row<LANES> jump = load<LANES>(s.from.sums) * all<LANES>(s.from.tn), nt = all<LANES>(s.from.nt);
+    const row<LANES> jump = load<LANES>(*s.from.sums) * all<LANES>(s.from.tn), nt = all<LANES>(s.from.nt);
     const int n_from = s.from.n_candidates;
     const step_arrays a(s);
     row<LANES> total = all<LANES>(0.0);
@@ -192,7 +192,7 @@ KERNEL void rescale(int n, int K, lanes* column, lanes& sums) {
 /// COUNT candidates on the left, from candidate `first` on, so that their running sums stay in registers.
 template <int N, int COUNT>
 KERNEL void pair_sums_of(int first, const flow& left, const lanes* right, int K, pair_matrix& pairs) {
-    const row<LANES> jump = load<LANES>(left.sums) * all<LANES>(left.tn), nt = all<LANES>(left.nt);
+    const row<LANES> jump = load<LANES>(*left.sums) * all<LANES>(left.tn), nt = all<LANES>(left.nt);
     row<N> total[COUNT];
     for (int c = 0; c < COUNT; ++c) total[c] = all<N>(0.0);
     for (int k = 0; k < K; ++k) {
@@ -220,20 +220,12 @@ KERNEL void pair_sums(const flow& left, const lanes* right, int n_right, int K, 
     n_right <= HALF ? pair_sums_in<HALF>(left, right, K, pairs) : pair_sums_in<LANES>(left, right, K, pairs);
 }
 
-KERNEL void emit(unsigned candidates, int n, double match, double mismatch, emissions& em) {
-    for (int c = 0; c < LANES; ++c) {
-        const bool second = (candidates >> c & 1) != 0;
-        em[0][c] = c >= n ? 0.0 : second ? mismatch : match;
-        em[1][c] = c >= n ? 0.0 : second ? match : mismatch;
-    }
-}
-
 KERNEL void unpack(const unsigned char* bytes, int K, unsigned char* alleles) {
     for (int b = 0; b < 8; ++b, alleles += K)
         for (int k = 0; k < K; ++k) alleles[k] = bytes[k] >> b & 1;
 }
 
 const kernel_set KERNELS = {NAME,   is_available, start,     inside, inside_both,
-                            across, rescale,      pair_sums, emit,   unpack};
+                            across, rescale,      pair_sums, unpack};
 
 #undef INLINE_KERNEL

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 #include "utils/assertion.h"
+#include "utils/bits.h"
 #include "utils/my_exception.h"
 #include "utils/sutils.h"
 
@@ -20,6 +23,7 @@ constexpr int RESCALING_PERIOD = 50;  // loci
 constexpr int LARGEST_GROUP = 8192;   // transitions
 constexpr double SMALLEST_MASS = 1e-300;
 constexpr double SMALLEST_PROBABILITY = 1e-30;
+constexpr unsigned ALLELE_SETS = 1U << LANES;
 constexpr int LEFT_NIBBLE = 0;  // shift of a transition byte
 constexpr int RIGHT_NIBBLE = 4;
 
@@ -49,13 +53,10 @@ struct haplotype_segment::cursor {
     enum { START, INSIDE, ACROSS } kind;
     int locus;
     int segment;
-    int position;  // within the segment
-    int length;    // loci of the segment
-    lanes sums;    // of the column in hand
-    double match;  // emission probabilities of the step
-    double mismatch;
-    emissions em[3];            // where all candidates carry allele 0, or 1, and of another step
-    int emitted;                // number of candidates that the first two stand for
+    int position;               // within the segment
+    int length;                 // loci of the segment
+    lanes sums;                 // of the column in hand
+    emissions first_emissions;  // of a start that has its own
     column_kernels::step step;  // step.column is the column in hand once the step is done
 
     void run(int K) const {
@@ -102,26 +103,38 @@ void haplotype_segment::unpack_haplotypes() {
     }
 }
 
-/// Fills `candidates` for all loci of the run.
+/// Fills `candidates` for all loci of the run, eight loci of eight candidates at a time.
 void haplotype_segment::unpack_candidates(const genotype_graph& G) {
-    grow(buffers.candidates, locus_last - locus_first + 1);
+    grow(buffers.candidates, locus_last - locus_first + 1 + 8);
     unsigned char* locus = buffers.candidates.data();
-    for (int s = segment_first, l = locus_first; s <= segment_last; ++s)
-        for (int i = 0; i < static_cast<int>(G.seg_length[s]); ++i, ++l, ++locus) {
-            // Candidates differ at ambiguous sites alone.
-            if (!G.site_ambiguous[l]) {
-                *locus = G.getA(s, 0, i) != 0 ? 0xFF : 0;
-                continue;
-            }
-            unsigned bits = 0;
-            for (int c = 0; c < static_cast<int>(G.seg_count[s]); ++c)
-                bits |= static_cast<unsigned>(G.getA(s, c, i)) << c;
-            *locus = static_cast<unsigned char>(bits);
+    for (int s = segment_first; s <= segment_last; ++s) {
+        const int length = static_cast<int>(G.seg_length[s]), n = static_cast<int>(G.seg_count[s]);
+        for (int i = 0; i < length; i += 8) {
+            std::uint64_t rows = 0;
+            // Lanes beyond the last candidate do as the first one does, so that their useless values stay in
+            // the range that processors are quick with.
+            for (int c = 0; c < LANES; ++c)
+                rows |= std::uint64_t{G.hap_bits.get8(G.candidate(s, c < n ? c : 0) + i)} << (8 * c);
+            rows = transposed(rows);
+            std::memcpy(locus + i, &rows, sizeof rows);  // the next segment replaces what is behind this one
         }
+        locus += length;
+    }
 }
 
-void haplotype_segment::prepare(const genotype_graph& G) {
+/// Makes the emissions of all sets of alleles that candidates may carry, unless they are those at hand.
+void haplotype_segment::prepare_emissions(const hmm_parameters& M) {
+    const auto kind = std::pair(M.em_match, M.em_mismatch);
+    if (!buffers.emission.empty() && buffers.emission_kind == kind) return;
+    buffers.emission_kind = kind;
+    buffers.emission.resize(ALLELE_SETS);
+    for (unsigned alleles = 0; alleles < ALLELE_SETS; ++alleles)
+        buffers.emission[alleles] = column_kernels::emissions_of(alleles, M.em_match, M.em_mismatch);
+}
+
+void haplotype_segment::prepare(const hmm_parameters& M, const genotype_graph& G) {
     if (locus_first > locus_last) return;
+    prepare_emissions(M);
     unpack_haplotypes();
     unpack_candidates(G);
 }
@@ -131,21 +144,6 @@ void haplotype_segment::count_work(const genotype_graph& G) const {
         buffers.work.rows[G.seg_count[s]] += 2L * G.seg_length[s] * K();
         if (s > segment_first) buffers.work.pair_rows[G.seg_count[s - 1]][G.seg_count[s]] += K();
     }
-}
-
-/// Emissions at a cursor's locus. Most loci have one allele in all candidates; those are made once a segment.
-const emissions* haplotype_segment::emissions_at(cursor& at, int n_candidates, double match,
-                                                 double mismatch) const {
-    if (at.emitted != n_candidates) {
-        kernels().emit(0, n_candidates, match, mismatch, at.em[0]);
-        kernels().emit(0xFF, n_candidates, match, mismatch, at.em[1]);
-        at.emitted = n_candidates;
-    }
-    const unsigned bits = buffers.candidates[at.locus - locus_first];
-    if (bits == 0) return &at.em[0];
-    if (bits == 0xFF) return &at.em[1];
-    kernels().emit(bits, n_candidates, match, mismatch, at.em[2]);
-    return &at.em[2];
 }
 
 haplotype_segment::cursor haplotype_segment::start_of_forward() {
@@ -171,10 +169,10 @@ void haplotype_segment::prepare_forward(cursor& at, const hmm_parameters& M, con
     if (l > locus_first) {
         const bool inside = at.position > 0;
         at.kind = inside ? cursor::INSIDE : cursor::ACROSS;
-        at.step.from = {at.step.column, at.sums, M.tn[l - 1], M.nt[l - 1],
+        at.step.from = {at.step.column, &at.sums, M.tn[l - 1], M.nt[l - 1],
                         static_cast<int>(G.seg_count[inside ? s : s - 1])};
     }
-    at.step.em = emissions_at(at, static_cast<int>(G.seg_count[s]), M.em_match, M.em_mismatch);
+    at.step.em = &buffers.emission[buffers.candidates[l - locus_first]];
     at.step.alleles = alleles_at(l);
     at.step.column = at.position == at.length - 1 ? stored(buffers.alpha, s) : buffers.forward.data();
     at.step.sums = &at.sums;
@@ -186,13 +184,15 @@ void haplotype_segment::prepare_backward(cursor& at, const hmm_parameters& M, co
     if (l < locus_last) {
         const bool inside = at.position < at.length - 1;
         at.kind = inside ? cursor::INSIDE : cursor::ACROSS;
-        at.step.from = {at.step.column, at.sums, M.tn[l], M.nt[l],
+        at.step.from = {at.step.column, &at.sums, M.tn[l], M.nt[l],
                         static_cast<int>(G.seg_count[inside ? s : s + 1])};
     }
-    const bool is_start = l == locus_last;
-    at.step.em = is_start ? emissions_at(at, static_cast<int>(G.seg_count[s]), M.em_match_n, M.em_mismatch_n)
-                          : emissions_at(at, static_cast<int>(G.seg_count[s]), M.em_match, M.em_mismatch);
-    if (is_start) at.emitted = 0;  // the other steps have other probabilities
+    const unsigned alleles = buffers.candidates[l - locus_first];
+    at.step.em = &buffers.emission[alleles];
+    if (l == locus_last) {
+        at.first_emissions = column_kernels::emissions_of(alleles, M.em_match_n, M.em_mismatch_n);
+        at.step.em = &at.first_emissions;
+    }
     at.step.alleles = alleles_at(l);
     at.step.column = at.position == 0 ? stored(buffers.beta, s) : buffers.backward.data();
     at.step.sums = &at.sums;
@@ -225,7 +225,7 @@ void haplotype_segment::finish_backward(cursor& at, const genotype_graph& G) {
 }
 
 void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G) {
-    prepare(*G);
+    prepare(M, *G);
     for (cursor at = start_of_forward(); at.locus <= locus_last; finish_forward(at, *G)) {
         prepare_forward(at, M, *G);
         at.run(K());
@@ -233,7 +233,7 @@ void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G
 }
 
 void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* G) {
-    prepare(*G);
+    prepare(M, *G);
     for (cursor at = start_of_backward(*G); at.locus >= locus_first; finish_backward(at, *G)) {
         prepare_backward(at, M, *G);
         at.run(K());
@@ -243,7 +243,7 @@ void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* 
 int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
     // The two passes know nothing of each other and take equally many steps: side by side each fills the
     // time that the other one waits.
-    prepare(*G);
+    prepare(M, *G);
     cursor ahead = start_of_forward(), back = start_of_backward(*G);
     for (; ahead.locus <= locus_last; finish_forward(ahead, *G), finish_backward(back, *G)) {
         prepare_forward(ahead, M, *G);
@@ -294,7 +294,7 @@ void haplotype_segment::set_end_group(genotype_graph* G, int g, const lanes& mas
 /// products underflowed, else 0.
 int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* G, int s, int locus) {
     const int n_left = static_cast<int>(G->seg_count[s - 1]), n_right = static_cast<int>(G->seg_count[s]);
-    const flow left{stored(buffers.alpha, s - 1), buffers.alpha_sum[s - 1 - segment_first], M.tn[locus - 1],
+    const flow left{stored(buffers.alpha, s - 1), &buffers.alpha_sum[s - 1 - segment_first], M.tn[locus - 1],
                     M.nt[locus - 1], n_left};
     kernels().pair_sums(left, stored(buffers.beta, s), n_right, K(), pair_prob);
     double total = 0.0;

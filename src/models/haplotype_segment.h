@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <utility>
 #include <vector>
 
 #include "models/column_kernels.h"
@@ -32,7 +33,10 @@ struct segment_buffers {
     std::vector<unsigned char> alleles;            // K a locus: alleles of the conditioning haplotypes
     std::vector<unsigned char> candidates;         // one a locus: bit c is the allele of candidate c
     std::vector<double> group_prob;                // of one transition group
-    model_work work;                               // of all jobs so far
+    // Emissions where the candidates carry these alleles, bit c being that of candidate c; and what for.
+    std::vector<column_kernels::emissions> emission;
+    std::pair<double, double> emission_kind;
+    model_work work;  // of all jobs so far
 };
 
 /// Runs the copying model (Li and Stephens 2003) of one individual over a run of consecutive graph segments,
@@ -85,7 +89,8 @@ class haplotype_segment {
     }
     void unpack_haplotypes();
     void unpack_candidates(const genotype_graph& G);
-    void prepare(const genotype_graph& G);
+    void prepare_emissions(const hmm_parameters& M);
+    void prepare(const hmm_parameters& M, const genotype_graph& G);
     void count_work(const genotype_graph& G) const;
     cursor start_of_forward();
     cursor start_of_backward(const genotype_graph& G);
@@ -94,8 +99,6 @@ class haplotype_segment {
     void finish_forward(cursor& at, const genotype_graph& G);
     void finish_backward(cursor& at, const genotype_graph& G);
     void rescale(cursor& at, const genotype_graph& G) const;
-    const column_kernels::emissions* emissions_at(cursor& at, int n_candidates, double match,
-                                                  double mismatch) const;
     const unsigned char* alleles_at(int locus) const {
         return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * K();
     }

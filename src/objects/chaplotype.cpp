@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
 #include "objects/bit_kernels.h"
 #include "utils/assertion.h"
@@ -66,10 +65,10 @@ void chaplotype::push_back(const std::vector<bool>& alleles) {
 
 void chaplotype::push_back(std::uint64_t alleles, int count) {
     TOLVANE_ASSERT((n & 7) == 0, "(n & 7) == 0");
-    const std::size_t n_bytes = data.size();
+    std::size_t byte = data.size();
     n += static_cast<unsigned int>(count);
     data.resize(bytes_for(n));
-    std::memcpy(data.data() + n_bytes, &alleles, data.size() - n_bytes);
+    for (; byte < data.size(); ++byte, alleles >>= 8) data[byte] = static_cast<unsigned char>(alleles);
 }
 
 int chaplotype::hamming(const chaplotype& o) const {

@@ -33,6 +33,20 @@ class chaplotype {
         const auto bit = static_cast<unsigned char>(1U << (l & 7));
         data[l >> 3] = static_cast<unsigned char>(a ? data[l >> 3] | bit : data[l >> 3] & ~bit);
     }
+    /// The alleles of the eight loci from `l` on, locus l + j at bit j; 0 behind the last locus.
+    unsigned get8(int l) const {
+        const auto byte = static_cast<std::size_t>(l) >> 3;
+        const unsigned next = byte + 1 < data.size() ? data[byte + 1] : 0;
+        return (data[byte] | next << 8) >> (l & 7) & 0xFF;
+    }
+    /// Sets the first `count` of those, at most eight and none behind the last locus.
+    void set8(int l, unsigned alleles, int count) {
+        const auto byte = static_cast<std::size_t>(l) >> 3;
+        const unsigned mask = ((1U << count) - 1) << (l & 7), bits = alleles << (l & 7) & mask;
+        data[byte] = static_cast<unsigned char>((data[byte] & ~mask) | bits);
+        if (mask > 0xFF)
+            data[byte + 1] = static_cast<unsigned char>((data[byte + 1] & ~(mask >> 8)) | bits >> 8);
+    }
     int size() const { return static_cast<int>(n); }
     /// Appends alleles behind the last locus.
     void push_back(const std::vector<bool>& alleles);

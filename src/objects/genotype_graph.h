@@ -64,8 +64,10 @@ class genotype_graph {
     }
 
     /// Allele of candidate `c` at position `i` of segment `s`.
-    int getA(int s, int c, int i) const {
-        return hap_bits.get(static_cast<int>(seg_offset[s] + static_cast<unsigned>(c) * seg_length[s]) + i);
+    int getA(int s, int c, int i) const { return hap_bits.get(candidate(s, c) + i); }
+    /// Locus of hap_bits where candidate `c` of segment `s` starts.
+    int candidate(int s, int c) const {
+        return static_cast<int>(seg_offset[s] + static_cast<unsigned>(c) * seg_length[s]);
     }
     /// Segment that holds locus `l`, or -1.
     int getB(int l) const;

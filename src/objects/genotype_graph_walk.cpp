@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 
@@ -109,10 +110,13 @@ void genotype_graph::buildGuesses(std::vector<chaplotype>& haps, const std::vect
             c0 = swapped ? right1 : right0;
             c1 = swapped ? right0 : right1;
         }
-        for (int i = 0; i < static_cast<int>(seg_length[s]); ++i, ++pos) {
-            haps[indexes[0]].set(pos, getA(s, c0, i));
-            haps[indexes[1]].set(pos, getA(s, c1, i));
+        const int length = static_cast<int>(seg_length[s]);
+        for (int i = 0; i < length; i += 8) {
+            const int count = std::min(length - i, 8);
+            haps[indexes[0]].set8(pos + i, hap_bits.get8(candidate(s, c0) + i), count);
+            haps[indexes[1]].set8(pos + i, hap_bits.get8(candidate(s, c1) + i), count);
         }
+        pos += length;
     }
 }
 

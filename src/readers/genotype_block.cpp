@@ -3,23 +3,12 @@
 #include <algorithm>
 #include <array>
 
+#include "utils/bits.h"
+
 namespace {
 
 constexpr int BYTE_BITS = 8;
 constexpr int PER_BYTE = 4;  // genotypes
-
-/// Exchanges rows and columns of an 8 x 8 matrix of bits, byte r being row r and bit c of it column c: blocks
-/// of 1, 2 and 4 bits on either side of the diagonal change places.
-constexpr std::uint64_t turned(std::uint64_t m) {
-    const auto exchange = [&m](int distance, std::uint64_t mask) {
-        const std::uint64_t t = (m ^ (m >> distance)) & mask;
-        m ^= t ^ (t << distance);
-    };
-    exchange(7, 0x00AA00AA00AA00AA);
-    exchange(14, 0x0000CCCC0000CCCC);
-    exchange(28, 0x00000000F0F0F0F0);
-    return m;
-}
 
 /// Bits of the four genotypes in one byte column, over 64 rows: plane 2j holds the low bits of genotype j,
 /// plane 2j + 1 its high bits.
@@ -31,7 +20,7 @@ planes planes_of_column(const unsigned char* column, std::ptrdiff_t stride) {
         std::uint64_t bytes = 0;
         for (int r = 0; r < BYTE_BITS; ++r)
             bytes |= std::uint64_t{column[(first + r) * stride]} << (BYTE_BITS * r);
-        bytes = turned(bytes);
+        bytes = transposed(bytes);
         for (int q = 0; q < BYTE_BITS; ++q) p[q] |= (bytes >> (BYTE_BITS * q) & 0xFF) << first;
     }
     return p;

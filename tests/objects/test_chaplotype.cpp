@@ -56,6 +56,35 @@ TEST(Chaplotype, TakesUpTo64AllelesAtOnce) {
     }
 }
 
+TEST(Chaplotype, TakesNoAlleleWhereThereIsNoneYet) {
+    chaplotype h;
+    h.push_back(std::uint64_t{0}, 0);
+    EXPECT_EQ(h.size(), 0);
+    EXPECT_TRUE(h.data.empty());
+}
+
+TEST(Chaplotype, GivesEightAllelesAtOnceAndZerosBehindTheLast) {
+    std::mt19937 random(1);
+    const chaplotype h = haplotype(random_alleles(61, random));
+    for (int l = 0; l < h.size(); ++l) {
+        unsigned eight = 0;
+        for (int j = 0; j < 8 && l + j < h.size(); ++j) eight |= static_cast<unsigned>(h.get(l + j)) << j;
+        ASSERT_EQ(h.get8(l), eight) << l;
+    }
+}
+
+TEST(Chaplotype, SetsUpToEightAllelesAtOnceAndNoOther) {
+    std::mt19937 random(1);
+    for (int l = 0; l < 40; ++l)
+        for (int count = 0; count <= std::min(8, 40 - l); ++count) {
+            chaplotype h = haplotype(random_alleles(40, random)), plain = h;
+            const auto alleles = static_cast<unsigned>(random());
+            h.set8(l, alleles, count);
+            for (int j = 0; j < count; ++j) plain.set(l + j, (alleles >> j & 1) != 0);
+            ASSERT_EQ(h.data, plain.data) << count << " from " << l;
+        }
+}
+
 TEST(ChaplotypeDeathTest, TakesNoneBehindABrokenByte) {
     chaplotype h(3);
     EXPECT_EXIT(h.push_back(std::uint64_t{1}, 1), testing::KilledBySignal(SIGABRT), "n & 7");

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+
+/// Exchanges rows and columns of an 8 x 8 matrix of bits, byte r being row r and bit c of it column c: blocks
+/// of 1, 2 and 4 bits on either side of the diagonal change places.
+constexpr std::uint64_t transposed(std::uint64_t m) {
+    const auto exchange = [&m](int distance, std::uint64_t mask) {
+        const std::uint64_t t = (m ^ (m >> distance)) & mask;
+        m ^= t ^ (t << distance);
+    };
+    exchange(7, 0x00AA00AA00AA00AA);
+    exchange(14, 0x0000CCCC0000CCCC);
+    exchange(28, 0x00000000F0F0F0F0);
+    return m;
+}
