@@ -1,8 +1,8 @@
 #include "kernel_times.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
-#include <limits>
 #include <vector>
 
 namespace bench {
@@ -11,18 +11,19 @@ namespace {
 
 using namespace column_kernels;
 
-/// Shortest time of one call, in seconds, out of several rounds of calls.
+/// Time of one call, in seconds: the median of several rounds of calls.
 template <class Call>
 double seconds_of(Call call) {
-    constexpr int ROUNDS = 7, CALLS = 2000;
-    double best = std::numeric_limits<double>::max();
-    for (int round = 0; round < ROUNDS; ++round) {
+    constexpr int ROUNDS = 9, CALLS = 2000;
+    std::array<double, ROUNDS> rounds;
+    for (double& seconds : rounds) {
         const auto start = std::chrono::steady_clock::now();
         for (int i = 0; i < CALLS; ++i) call();
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-        best = std::min(best, passed.count() / CALLS);
+        seconds = passed.count() / CALLS;
     }
-    return best;
+    std::nth_element(rounds.begin(), rounds.begin() + ROUNDS / 2, rounds.end());
+    return rounds[ROUNDS / 2];
 }
 
 lanes filled(double value) {
@@ -75,15 +76,20 @@ double seconds_a_pair_row(int K, int n_left, int n_right) {
 
 }  // namespace
 
-double kernel_seconds(const model_work& work, int K) {
-    double seconds = 0.0;
-    for (int c = 1; c <= LANES; ++c) {
-        if (work.rows[c] > 0) seconds += static_cast<double>(work.rows[c]) * seconds_a_row(K, c);
+std::vector<kernel_time> times_of_kernels(const model_work& work, int K) {
+    std::vector<kernel_time> times;
+    const auto add = [&times](const std::string& kernel, long rows, int values_a_row, double seconds_a_row) {
+        times.push_back(
+            {kernel, static_cast<double>(rows) * values_a_row, seconds_a_row * 1e9 / values_a_row});
+    };
+    for (int c = 1; c <= LANES; ++c)
+        if (work.rows[c] > 0) add("column " + std::to_string(c), work.rows[c], c, seconds_a_row(K, c));
+    for (int c = 1; c <= LANES; ++c)
         for (int d = 1; d <= LANES; ++d)
             if (work.pair_rows[c][d] > 0)
-                seconds += static_cast<double>(work.pair_rows[c][d]) * seconds_a_pair_row(K, c, d);
-    }
-    return seconds;
+                add("pairs " + std::to_string(c) + " x " + std::to_string(d), work.pair_rows[c][d], c * d,
+                    seconds_a_pair_row(K, c, d));
+    return times;
 }
 
 }  // namespace bench

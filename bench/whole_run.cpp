@@ -27,6 +27,7 @@ struct settings {
     int threads;
     int states;
     std::string options;  // further options of the program
+    bool each_kernel;     // tell the time of each kernel too
 };
 
 double wall_seconds() {
@@ -94,7 +95,9 @@ void measure(const settings& s, const std::string& folder, std::FILE* out) {
     const times t = run_program(mode, args);
     const double cpu = cpu_seconds(), memory = peak_megabytes();
     const phaser::job_cost& cost = mode.cost_of_jobs();
-    const double kernels = bench::kernel_seconds(cost.model, s.states);
+    const std::vector<bench::kernel_time> times_of_kernels = bench::times_of_kernels(cost.model, s.states);
+    double kernels = 0.0;
+    for (const bench::kernel_time& time : times_of_kernels) kernels += time.seconds();
     const double rest = t.chain - cost.selection_seconds - cost.model_seconds;
     const auto share = [cpu](double part) { return 100.0 * part / cpu; };
     std::fprintf(
@@ -104,6 +107,10 @@ void measure(const settings& s, const std::string& folder, std::FILE* out) {
         static_cast<double>(values(cost.model)), static_cast<double>(pair_products(cost.model)),
         kernels / cpu, share(t.start), share(cost.selection_seconds), share(cost.model_seconds), share(rest),
         share(t.end));
+    if (s.each_kernel)
+        for (const bench::kernel_time& time : times_of_kernels)
+            std::fprintf(out, "    %-12s %9.3g values of %.3f ns: %5.2f s\n", time.kernel.c_str(),
+                         time.values, time.ns_a_value, time.seconds());
     std::fflush(out);
 }
 
@@ -147,6 +154,7 @@ int main(int argc, char** argv) {
     add("states", po::value(&s.states)->default_value(100), "conditioning haplotypes");
     add("options", po::value(&s.options)->default_value(""),
         "further options of the program, in one argument");
+    add("kernels", po::bool_switch(&s.each_kernel), "list the kernels, their values and their speed");
     po::variables_map given;
     po::store(po::parse_command_line(argc, argv, options), given);
     po::notify(given);

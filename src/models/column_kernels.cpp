@@ -1,5 +1,9 @@
 #include "models/column_kernels.h"
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 namespace column_kernels {
 
 namespace {

@@ -50,7 +50,7 @@ model_work& model_work::operator+=(const model_work& other) {
 
 /// Where a pass stands, and its step there.
 struct haplotype_segment::cursor {
-    enum { START, INSIDE, ACROSS } kind;
+    enum { START, INSIDE, ACROSS, DONE } kind;
     int locus;
     int segment;
     int position;               // within the segment
@@ -58,6 +58,8 @@ struct haplotype_segment::cursor {
     lanes sums;                 // of the column in hand
     emissions first_emissions;  // of a start that has its own
     column_kernels::step step;  // step.column is the column in hand once the step is done
+
+    bool is_at_boundary() const { return kind == START || kind == ACROSS; }
 
     void run(int K) const {
         if (kind == START)
@@ -89,17 +91,24 @@ haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
     grow(buffers.group_prob, LARGEST_GROUP);
 }
 
-/// Fills `alleles` for all loci of the run, from the byte of the first one on.
+/// Fills `alleles` for all loci of the run, from the byte of the first one on: takes eight bytes of each
+/// haplotype at a time.
 void haplotype_segment::unpack_haplotypes() {
-    const int first_byte = locus_first >> 3, last_byte = locus_last >> 3;
-    grow(buffers.rows, K());
-    grow(buffers.packed, K());
-    grow(buffers.alleles, 8 * static_cast<std::size_t>(last_byte - first_byte + 1) * K());
-    for (int k = 0; k < K(); ++k) buffers.rows[k] = (*H)[(*idx)[k]].data.data();
+    const std::size_t first_byte = locus_first >> 3, end_byte = (locus_last >> 3) + 1;
+    const std::size_t n_states = K();
+    grow(buffers.words, n_states);
+    grow(buffers.packed, n_states);
+    grow(buffers.alleles, 8 * (end_byte - first_byte) * n_states);
     unsigned char* alleles = buffers.alleles.data();
-    for (int b = first_byte; b <= last_byte; ++b, alleles += 8 * static_cast<std::ptrdiff_t>(K())) {
-        for (int k = 0; k < K(); ++k) buffers.packed[k] = buffers.rows[k][b];
-        kernels().unpack(buffers.packed.data(), K(), alleles);
+    for (std::size_t byte = first_byte; byte < end_byte; byte += sizeof(std::uint64_t)) {
+        const std::size_t n_bytes = std::min(sizeof(std::uint64_t), end_byte - byte);
+        for (std::size_t k = 0; k < n_states; ++k)
+            std::memcpy(&buffers.words[k], (*H)[(*idx)[k]].data.data() + byte, n_bytes);
+        for (std::size_t b = 0; b < n_bytes; ++b, alleles += 8 * n_states) {
+            for (std::size_t k = 0; k < n_states; ++k)
+                buffers.packed[k] = static_cast<unsigned char>(buffers.words[k] >> (8 * b));
+            kernels().unpack(buffers.packed.data(), K(), alleles);
+        }
     }
 }
 
@@ -146,25 +155,31 @@ void haplotype_segment::count_work(const genotype_graph& G) const {
     }
 }
 
-haplotype_segment::cursor haplotype_segment::start_of_forward() {
+haplotype_segment::cursor haplotype_segment::start_of_forward(const hmm_parameters& M,
+                                                              const genotype_graph& G) {
     cursor at{};
-    at.kind = cursor::START;
     at.locus = locus_first;
     at.segment = segment_first;
+    prepare_forward(at, M, G);
     return at;
 }
 
-haplotype_segment::cursor haplotype_segment::start_of_backward(const genotype_graph& G) {
+haplotype_segment::cursor haplotype_segment::start_of_backward(const hmm_parameters& M,
+                                                               const genotype_graph& G) {
     cursor at{};
-    at.kind = cursor::START;
     at.locus = locus_last;
     at.segment = segment_last;
     at.position = locus_last < locus_first ? 0 : static_cast<int>(G.seg_length[segment_last]) - 1;
+    prepare_backward(at, M, G);
     return at;
 }
 
 void haplotype_segment::prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
     const int l = at.locus, s = at.segment;
+    if (l > locus_last) {
+        at.kind = cursor::DONE;
+        return;
+    }
     at.length = static_cast<int>(G.seg_length[s]);
     if (l > locus_first) {
         const bool inside = at.position > 0;
@@ -180,6 +195,10 @@ void haplotype_segment::prepare_forward(cursor& at, const hmm_parameters& M, con
 
 void haplotype_segment::prepare_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
     const int l = at.locus, s = at.segment;
+    if (l < locus_first) {
+        at.kind = cursor::DONE;
+        return;
+    }
     at.length = static_cast<int>(G.seg_length[s]);
     if (l < locus_last) {
         const bool inside = at.position < at.length - 1;
@@ -204,7 +223,7 @@ void haplotype_segment::rescale(cursor& at, const genotype_graph& G) const {
         kernels().rescale(static_cast<int>(G.seg_count[at.segment]), K(), at.step.column, at.sums);
 }
 
-void haplotype_segment::finish_forward(cursor& at, const genotype_graph& G) {
+void haplotype_segment::next_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
     rescale(at, G);
     ++at.locus;
     if (++at.position == at.length) {
@@ -212,9 +231,10 @@ void haplotype_segment::finish_forward(cursor& at, const genotype_graph& G) {
         ++at.segment;
         at.position = 0;
     }
+    prepare_forward(at, M, G);
 }
 
-void haplotype_segment::finish_backward(cursor& at, const genotype_graph& G) {
+void haplotype_segment::next_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
     rescale(at, G);
     if (at.locus == 0) beta_sum = at.sums;
     --at.locus;
@@ -222,40 +242,41 @@ void haplotype_segment::finish_backward(cursor& at, const genotype_graph& G) {
         --at.segment;
         at.position = static_cast<int>(G.seg_length[at.segment]) - 1;
     }
+    prepare_backward(at, M, G);
 }
 
 void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G) {
     prepare(M, *G);
-    for (cursor at = start_of_forward(); at.locus <= locus_last; finish_forward(at, *G)) {
-        prepare_forward(at, M, *G);
-        at.run(K());
-    }
+    for (cursor at = start_of_forward(M, *G); at.kind != cursor::DONE; next_forward(at, M, *G)) at.run(K());
 }
 
 void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* G) {
     prepare(M, *G);
-    for (cursor at = start_of_backward(*G); at.locus >= locus_first; finish_backward(at, *G)) {
-        prepare_backward(at, M, *G);
-        at.run(K());
+    for (cursor at = start_of_backward(M, *G); at.kind != cursor::DONE; next_backward(at, M, *G)) at.run(K());
+}
+
+/// Runs both passes. They know nothing of each other: side by side each fills the time that the other one
+/// waits. Steps at boundaries are taken alone, while the other pass stands.
+void haplotype_segment::both_passes(const hmm_parameters& M, const genotype_graph& G) {
+    cursor ahead = start_of_forward(M, G), back = start_of_backward(M, G);
+    while (ahead.kind != cursor::DONE || back.kind != cursor::DONE) {
+        if (ahead.kind == cursor::INSIDE && back.kind == cursor::INSIDE) {
+            kernels().inside_both(ahead.step, back.step, K());
+            next_forward(ahead, M, G);
+            next_backward(back, M, G);
+        } else if (back.kind == cursor::DONE || ahead.is_at_boundary()) {
+            ahead.run(K());
+            next_forward(ahead, M, G);
+        } else {
+            back.run(K());
+            next_backward(back, M, G);
+        }
     }
 }
 
 int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
-    // The two passes know nothing of each other and take equally many steps: side by side each fills the
-    // time that the other one waits.
     prepare(M, *G);
-    cursor ahead = start_of_forward(), back = start_of_backward(*G);
-    for (; ahead.locus <= locus_last; finish_forward(ahead, *G), finish_backward(back, *G)) {
-        prepare_forward(ahead, M, *G);
-        prepare_backward(back, M, *G);
-        if (ahead.kind == cursor::INSIDE && back.kind == cursor::INSIDE) {
-            kernels().inside_both(ahead.step, back.step, K());
-        } else {
-            ahead.run(K());
-            back.run(K());
-        }
-    }
-
+    both_passes(M, *G);
     const int S = G->n_segments();
     if (segment_last == S - 1)
         set_end_group(G, S, buffers.alpha_sum[segment_last - segment_first],

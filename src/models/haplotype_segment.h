@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -28,8 +29,8 @@ struct segment_buffers {
     std::vector<column_kernels::lanes> alpha;      // K rows a segment: the forward column at its last locus
     std::vector<column_kernels::lanes> beta;       // K rows a segment: the backward column at its first locus
     std::vector<column_kernels::lanes> alpha_sum;  // one a segment: the sums of alpha
-    std::vector<const unsigned char*> rows;        // packed alleles of each conditioning haplotype
-    std::vector<unsigned char> packed;             // K of their bytes
+    std::vector<std::uint64_t> words;              // 64 alleles of each conditioning haplotype
+    std::vector<unsigned char> packed;             // eight of each
     std::vector<unsigned char> alleles;            // K a locus: alleles of the conditioning haplotypes
     std::vector<unsigned char> candidates;         // one a locus: bit c is the allele of candidate c
     std::vector<double> group_prob;                // of one transition group
@@ -92,12 +93,13 @@ class haplotype_segment {
     void prepare_emissions(const hmm_parameters& M);
     void prepare(const hmm_parameters& M, const genotype_graph& G);
     void count_work(const genotype_graph& G) const;
-    cursor start_of_forward();
-    cursor start_of_backward(const genotype_graph& G);
+    cursor start_of_forward(const hmm_parameters& M, const genotype_graph& G);
+    cursor start_of_backward(const hmm_parameters& M, const genotype_graph& G);
     void prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
     void prepare_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
-    void finish_forward(cursor& at, const genotype_graph& G);
-    void finish_backward(cursor& at, const genotype_graph& G);
+    void next_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
+    void next_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
+    void both_passes(const hmm_parameters& M, const genotype_graph& G);
     void rescale(cursor& at, const genotype_graph& G) const;
     const unsigned char* alleles_at(int locus) const {
         return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * K();

@@ -220,6 +220,35 @@ TEST_P(column_kernels_of, Rescale) {
     });
 }
 
+// Quotients that lie as close as can be to the middle of two doubles, by divisors of all kinds.
+TEST_P(column_kernels_of, RescaleRoundsAsADivisionDoes) {
+    constexpr int K = 100;
+    const auto mantissa = [&] { return 1.0 + static_cast<double>(random() >> 12) * 0x1p-52; };
+    std::vector<double> totals{1.0,    2.0,   0.75,     2.0 - 0x1p-52, 1.0 + 0x1p-52,
+                               1e-300, 1e300, 0x1p-400, 0x1p400};
+    for (int i = 0; i < 300; ++i)
+        totals.push_back(std::ldexp(mantissa(), static_cast<int>(random() % 60) - 40));
+    for (const double total : totals)
+        for (const int n : {1, 8}) {
+            std::vector<lanes> column(K);
+            for (lanes& row : column)
+                for (double& value : row.value)
+                    value = static_cast<double>(static_cast<long double>(total) *
+                                                std::ldexp(static_cast<long double>(mantissa()) + 0x1p-53L,
+                                                           -static_cast<int>(random() % 40)));
+            std::vector<lanes> expected = column;
+            for (lanes& row : expected)
+                for (double& value : row.value) value /= total;
+            lanes sums{};
+            sums[0] = total;
+            kernels.rescale(n, K, column.data(), sums);
+            for (int k = 0; k < K; ++k)
+                for (int c = 0; c < n; ++c)
+                    ASSERT_EQ(bits_of(column[k][c]), bits_of(expected[k][c])) << total;
+            ASSERT_EQ(sums[0], 1.0);
+        }
+}
+
 TEST_P(column_kernels_of, PairSums) {
     for_all_sizes([&](int n_left, int K) {
         for (int n_right = 1; n_right <= LANES; ++n_right) {
