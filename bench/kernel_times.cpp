@@ -32,9 +32,9 @@ lanes filled(double value) {
     return row;
 }
 
-/// Two passes in the middle of a segment, with values that stay where they are from step to step.
+/// Two passes whose columns are replaced step after step and keep their values in range.
 struct passes {
-    explicit passes(int n_states, int n_candidates)
+    passes(int n_states, int n_candidates)
         : K(n_states),
           forward(K, filled(1.0)),
           backward(K, filled(1.0)),
@@ -68,6 +68,11 @@ double seconds_a_row(int K, int n_candidates) {
     return seconds_of([&] { kernels().inside_both(p.s, p.t, K); }) / (2 * K);
 }
 
+double seconds_a_row_across(int K, int n_candidates) {
+    const passes p(K, n_candidates);
+    return seconds_of([&] { kernels().across(p.s, K); }) / K;
+}
+
 double seconds_a_pair_row(int K, int n_left, int n_right) {
     const passes p(K, n_left);
     pair_matrix pairs;
@@ -78,16 +83,28 @@ double seconds_a_pair_row(int K, int n_left, int n_right) {
 
 std::vector<kernel_time> times_of_kernels(const model_work& work, int K) {
     std::vector<kernel_time> times;
-    const auto add = [&times](const std::string& kernel, long rows, int values_a_row, double seconds_a_row) {
-        times.push_back(
-            {kernel, static_cast<double>(rows) * values_a_row, seconds_a_row * 1e9 / values_a_row});
+    const auto add = [&times](const std::string& kernel, long rows, long values, double seconds_a_row) {
+        const auto n = static_cast<double>(values);
+        times.push_back({kernel, n, static_cast<double>(rows) * seconds_a_row * 1e9 / n});
     };
-    for (int c = 1; c <= LANES; ++c)
-        if (work.rows[c] > 0) add("column " + std::to_string(c), work.rows[c], c, seconds_a_row(K, c));
+    for (int c = 1; c <= LANES; ++c) {
+        // Each pass goes once across a boundary; all its other steps are inside.
+        long rows_across = 0, values_across = 0;
+        for (int d = 1; d <= LANES; ++d) {
+            const long rows = work.pair_rows[c][d] + work.pair_rows[d][c];
+            rows_across += rows;
+            values_across += d * rows;
+        }
+        const long rows_inside = work.rows[c] - rows_across;
+        if (rows_inside > 0)
+            add("inside " + std::to_string(c), rows_inside, c * rows_inside, seconds_a_row(K, c));
+        if (rows_across > 0)
+            add("across from " + std::to_string(c), rows_across, values_across, seconds_a_row_across(K, c));
+    }
     for (int c = 1; c <= LANES; ++c)
         for (int d = 1; d <= LANES; ++d)
-            if (work.pair_rows[c][d] > 0)
-                add("pairs " + std::to_string(c) + " x " + std::to_string(d), work.pair_rows[c][d], c * d,
+            if (const long rows = work.pair_rows[c][d]; rows > 0)
+                add("pairs " + std::to_string(c) + " x " + std::to_string(d), rows, c * d * rows,
                     seconds_a_pair_row(K, c, d));
     return times;
 }

@@ -109,7 +109,7 @@ void measure(const settings& s, const std::string& folder, std::FILE* out) {
         share(t.end));
     if (s.each_kernel)
         for (const bench::kernel_time& time : times_of_kernels)
-            std::fprintf(out, "    %-12s %9.3g values of %.3f ns: %5.2f s\n", time.kernel.c_str(),
+            std::fprintf(out, "    %-13s %9.3g values of %.3f ns: %5.2f s\n", time.kernel.c_str(),
                          time.values, time.ns_a_value, time.seconds());
     std::fflush(out);
 }

@@ -94,21 +94,18 @@ haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
 /// Fills `alleles` for all loci of the run, from the byte of the first one on: takes eight bytes of each
 /// haplotype at a time.
 void haplotype_segment::unpack_haplotypes() {
-    const std::size_t first_byte = locus_first >> 3, end_byte = (locus_last >> 3) + 1;
-    const std::size_t n_states = K();
+    const int first_byte = locus_first >> 3, end_byte = (locus_last >> 3) + 1, n_states = K();
     grow(buffers.words, n_states);
-    grow(buffers.packed, n_states);
-    grow(buffers.alleles, 8 * (end_byte - first_byte) * n_states);
-    unsigned char* alleles = buffers.alleles.data();
-    for (std::size_t byte = first_byte; byte < end_byte; byte += sizeof(std::uint64_t)) {
-        const std::size_t n_bytes = std::min(sizeof(std::uint64_t), end_byte - byte);
-        for (std::size_t k = 0; k < n_states; ++k)
-            std::memcpy(&buffers.words[k], (*H)[(*idx)[k]].data.data() + byte, n_bytes);
-        for (std::size_t b = 0; b < n_bytes; ++b, alleles += 8 * n_states) {
-            for (std::size_t k = 0; k < n_states; ++k)
-                buffers.packed[k] = static_cast<unsigned char>(buffers.words[k] >> (8 * b));
-            kernels().unpack(buffers.packed.data(), K(), alleles);
-        }
+    grow(buffers.packed, stride());
+    grow(buffers.alleles, 8 * static_cast<std::size_t>(end_byte - first_byte) * stride());
+    std::uint64_t* words = buffers.words.data();
+    unsigned char* packed = buffers.packed.data();
+    for (int byte = first_byte; byte < end_byte; ++byte) {
+        const int b = (byte - first_byte) % 8;
+        if (b == 0)
+            for (int k = 0; k < n_states; ++k) words[k] = (*H)[(*idx)[k]].get64(8 * byte);
+        for (int k = 0; k < n_states; ++k) packed[k] = static_cast<unsigned char>(words[k] >> (8 * b));
+        kernels().unpack(packed, stride(), alleles_at(8 * byte));
     }
 }
 

@@ -31,9 +31,9 @@ struct segment_buffers {
     std::vector<column_kernels::lanes> alpha_sum;  // one a segment: the sums of alpha
     std::vector<std::uint64_t> words;              // 64 alleles of each conditioning haplotype
     std::vector<unsigned char> packed;             // eight of each
-    std::vector<unsigned char> alleles;            // K a locus: alleles of the conditioning haplotypes
-    std::vector<unsigned char> candidates;         // one a locus: bit c is the allele of candidate c
-    std::vector<double> group_prob;                // of one transition group
+    std::vector<unsigned char> alleles;     // K a locus and some to spare: of the conditioning haplotypes
+    std::vector<unsigned char> candidates;  // one a locus: bit c is the allele of candidate c
+    std::vector<double> group_prob;         // of one transition group
     // Emissions where the candidates carry these alleles, bit c being that of candidate c; and what for.
     std::vector<column_kernels::emissions> emission;
     std::pair<double, double> emission_kind;
@@ -85,6 +85,8 @@ class haplotype_segment {
     struct cursor;
 
     int K() const { return static_cast<int>(idx->size()); }
+    /// Bytes from the alleles of one locus to those of the next: whole registers are quicker to fill.
+    int stride() const { return (K() + 31) & ~31; }
     column_kernels::lanes* stored(std::vector<column_kernels::lanes>& columns, int s) {
         return columns.data() + static_cast<std::ptrdiff_t>(s - segment_first) * K();
     }
@@ -101,8 +103,8 @@ class haplotype_segment {
     void next_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
     void both_passes(const hmm_parameters& M, const genotype_graph& G);
     void rescale(cursor& at, const genotype_graph& G) const;
-    const unsigned char* alleles_at(int locus) const {
-        return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * K();
+    unsigned char* alleles_at(int locus) const {
+        return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * stride();
     }
 
     void set_end_group(genotype_graph* G, int g, const column_kernels::lanes& mass, int n_candidates,

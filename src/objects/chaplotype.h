@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,18 @@ class chaplotype {
         const unsigned next = byte + 1 < data.size() ? data[byte + 1] : 0;
         return (data[byte] | next << 8) >> (l & 7) & 0xFF;
     }
-    /// Sets the first `count` of those, at most eight and none behind the last locus.
+    /// The alleles of the 64 loci from `l` on, which starts a byte, locus l + j at bit j; 0 behind the last
+    /// one.
+    std::uint64_t get64(int l) const {
+        const auto byte = static_cast<std::size_t>(l) >> 3;
+        std::uint64_t alleles = 0;
+        if (byte + sizeof alleles <= data.size())
+            std::memcpy(&alleles, data.data() + byte, sizeof alleles);
+        else
+            std::memcpy(&alleles, data.data() + byte, data.size() - byte);
+        return alleles;
+    }
+    /// Sets the alleles of the `count` loci from `l` on, at most eight and none behind the last locus.
     void set8(int l, unsigned alleles, int count) {
         const auto byte = static_cast<std::size_t>(l) >> 3;
         const unsigned mask = ((1U << count) - 1) << (l & 7), bits = alleles << (l & 7) & mask;

@@ -73,6 +73,19 @@ TEST(Chaplotype, GivesEightAllelesAtOnceAndZerosBehindTheLast) {
     }
 }
 
+TEST(Chaplotype, GivesTheAllelesOfEightBytesAndZerosBehindTheLast) {
+    std::mt19937 random(1);
+    for (const int size : {1, 8, 63, 64, 65, 100, 128, 150}) {
+        const chaplotype h = haplotype(random_alleles(size, random));
+        for (int l = 0; l < size; l += 8) {
+            std::uint64_t expected = 0;
+            for (int j = 0; j < 64 && l + j < size; ++j)
+                expected |= static_cast<std::uint64_t>(h.get(l + j)) << j;
+            ASSERT_EQ(h.get64(l), expected) << l << " of " << size;
+        }
+    }
+}
+
 TEST(Chaplotype, SetsUpToEightAllelesAtOnceAndNoOther) {
     std::mt19937 random(1);
     for (int l = 0; l < 40; ++l)
