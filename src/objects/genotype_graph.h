@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <iosfwd>
 #include <string>
 #include <utility>
@@ -135,17 +136,20 @@ class genotype_graph {
                  const std::vector<std::vector<std::vector<bool>>>& segments);
 };
 
+/// Numbers of two candidates of one segment.
+using candidate_pair = std::array<int, 2>;
+
 /// Extends a pair of candidates by allele `x` on its first and `y` on its second member: extended candidates
 /// are appended to `next_haps` when first used (`ext[c][allele]` tells their number, -1 while unused), and
 /// the pair of their numbers to `next_pairs`.
 void expand(const std::vector<std::vector<bool>>& haps, std::vector<std::vector<bool>>& next_haps,
-            std::vector<std::vector<int>>& ext, const std::vector<int>& pair,
-            std::vector<std::vector<int>>& next_pairs, int x, int y);
+            std::vector<std::array<int, 2>>& ext, const candidate_pair& pair,
+            std::vector<candidate_pair>& next_pairs, int x, int y);
 
 /// All transitions from the candidate pairs `left` to the pairs `right`, as left0, right0, left1, right1 (see
 /// pushTrans). Where both pairs have two different members, both ways of joining them are listed.
-std::vector<std::vector<int>> all_transitions(const std::vector<std::vector<int>>& left,
-                                              const std::vector<std::vector<int>>& right);
+std::vector<std::vector<int>> all_transitions(const std::vector<candidate_pair>& left,
+                                              const std::vector<candidate_pair>& right);
 
 /// Orders (trans_store, index) pairs by falling trans_store; the indices play no part.
 bool compTransition(std::pair<float, int> a, std::pair<float, int> b);

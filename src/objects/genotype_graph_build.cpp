@@ -6,19 +6,19 @@
 namespace {
 
 using bit_lists = std::vector<std::vector<bool>>;
-using int_lists = std::vector<std::vector<int>>;
 
-/// Candidates and candidate pairs of the segment under construction.
+/// Candidates and candidate pairs of the segment under construction. Candidates are numbered in the order in
+/// which the pairs name them first.
 struct segment {
     bit_lists haps{{}};
-    int_lists pairs{{0, 0}};
+    std::vector<candidate_pair> pairs{{0, 0}};
 };
 
 /// The segment with one more locus, of genotype code (`a`, `b`, `m`).
 segment extended(const segment& s, bool a, bool b, bool m) {
     segment next{{}, {}};
-    int_lists ext(s.haps.size(), std::vector<int>(2, -1));
-    const auto extend = [&](const std::vector<int>& pair, int x, int y) {
+    std::vector<std::array<int, 2>> ext(s.haps.size(), {-1, -1});
+    const auto extend = [&](const candidate_pair& pair, int x, int y) {
         expand(s.haps, next.haps, ext, pair, next.pairs, x, y);
     };
     for (const auto& pair : s.pairs) {
@@ -43,8 +43,8 @@ bool fits(const segment& s) {
 
 }  // namespace
 
-void expand(const bit_lists& haps, bit_lists& next_haps, int_lists& ext, const std::vector<int>& pair,
-            int_lists& next_pairs, int x, int y) {
+void expand(const bit_lists& haps, bit_lists& next_haps, std::vector<std::array<int, 2>>& ext,
+            const candidate_pair& pair, std::vector<candidate_pair>& next_pairs, int x, int y) {
     const auto number = [&](int candidate, int allele) {
         int& known = ext[candidate][allele];
         if (known < 0) {
@@ -58,8 +58,9 @@ void expand(const bit_lists& haps, bit_lists& next_haps, int_lists& ext, const s
     next_pairs.push_back({first, number(pair[1], y)});
 }
 
-int_lists all_transitions(const int_lists& left, const int_lists& right) {
-    int_lists T(4);
+std::vector<std::vector<int>> all_transitions(const std::vector<candidate_pair>& left,
+                                              const std::vector<candidate_pair>& right) {
+    std::vector<std::vector<int>> T(4);
     const auto add = [&T](int left0, int right0, int left1, int right1) {
         T[0].push_back(left0);
         T[1].push_back(right0);
@@ -76,21 +77,28 @@ int_lists all_transitions(const int_lists& left, const int_lists& right) {
 
 int genotype_graph::buildUnr(const chaplotype& a, const chaplotype& b, const chaplotype& m) {
     const int n = a.size();
-    std::vector<int_lists> seg_pairs;
+    std::vector<std::vector<candidate_pair>> seg_pairs;
     for (int l = 0; l < n;) {
         segment s;
         // The first locus of a segment always fits.
-        for (segment next = extended(s, a[l], b[l], m[l]); fits(next); next = extended(s, a[l], b[l], m[l])) {
-            s = std::move(next);
-            site_ambiguous.push_back(a[l] != b[l] || m[l]);
+        for (; l < n; ++l) {
+            const bool ambiguous = a[l] != b[l] || m[l];
+            if (!ambiguous) {
+                // All candidates go on with one allele: their number, their order and the pairs stay.
+                for (auto& hap : s.haps) hap.push_back(a[l]);
+            } else {
+                segment next = extended(s, a[l], b[l], m[l]);
+                if (!fits(next)) break;
+                s = std::move(next);
+            }
+            site_ambiguous.push_back(ambiguous);
             site_missing.push_back(m[l]);
-            if (++l == n) break;
         }
         pushHaps(s.haps);
         seg_pairs.push_back(std::move(s.pairs));
     }
     if (seg_pairs.empty()) return 0;
-    const int_lists outside{{0, 0}};
+    const std::vector<candidate_pair> outside{{0, 0}};
     pushTrans(all_transitions(outside, seg_pairs.front()));
     for (std::size_t g = 1; g < seg_pairs.size(); ++g)
         pushTrans(all_transitions(seg_pairs[g - 1], seg_pairs[g]));
@@ -105,7 +113,7 @@ void genotype_graph::pushHaps(const bit_lists& haps) {
     for (const auto& hap : haps) hap_bits.push_back(hap);
 }
 
-void genotype_graph::pushTrans(const int_lists& T) {
+void genotype_graph::pushTrans(const std::vector<std::vector<int>>& T) {
     trans_offset.push_back(static_cast<unsigned>(trans_prob.size()));
     trans_count.push_back(static_cast<unsigned>(T[0].size()));
     trans_prob.resize(trans_prob.size() + T[0].size(), 0.0F);

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <set>
 
 #include "objects/genotype_graph.h"
 
@@ -136,13 +135,17 @@ void merge_at(open_graph& graph, int g) {
 }
 
 /// Unordered candidate pairs on the right of a group, smaller number first, in ascending order.
-std::vector<std::vector<int>> right_pairs(const byte_list& group) {
-    std::set<std::vector<int>> pairs;
+std::vector<candidate_pair> right_pairs(const byte_list& group) {
+    std::array<std::array<bool, 16>, 16> seen{};
     for (std::size_t t = 0; t < group.size(); t += 2) {
         const int right0 = group[t] >> 4, right1 = group[t + 1] >> 4;
-        pairs.insert({std::min(right0, right1), std::max(right0, right1)});
+        seen[std::min(right0, right1)][std::max(right0, right1)] = true;
     }
-    return {pairs.begin(), pairs.end()};
+    std::vector<candidate_pair> pairs;
+    for (int c = 0; c < 16; ++c)
+        for (int d = c; d < 16; ++d)
+            if (seen[c][d]) pairs.push_back({c, d});
+    return pairs;
 }
 
 bool candidates_differ(const bit_lists& candidates, std::size_t position) {
@@ -158,16 +161,17 @@ bool compTransition(std::pair<float, int> a, std::pair<float, int> b) {
 }
 
 void genotype_graph::sort() {
+    std::vector<std::pair<float, int>> order;
+    byte_list nodes;
     for (int g = 0; g < n_groups(); ++g) {
         const unsigned first = trans_offset[g];
-        std::vector<std::pair<float, int>> order(trans_count[g]);
+        order.resize(trans_count[g]);
         for (unsigned k = 0; k < trans_count[g]; ++k)
             order[k] = {trans_store[first + k], static_cast<int>(first + k)};
         // Unstable on purpose: equal floats are common, and their order is that of the GNU library's sort,
         // which is part of a run's reproducible output.
         std::sort(order.begin(), order.end(), compTransition);
-        const byte_list nodes(trans_nodes.begin() + 2 * first,
-                              trans_nodes.begin() + 2 * (first + trans_count[g]));
+        nodes.assign(trans_nodes.begin() + 2 * first, trans_nodes.begin() + 2 * (first + trans_count[g]));
         for (unsigned k = 0; k < trans_count[g]; ++k) {
             const unsigned from = static_cast<unsigned>(order[k].second) - first;
             trans_store[first + k] = order[k].first;
@@ -240,7 +244,7 @@ void genotype_graph::rebuild(const std::vector<byte_list>& groups, const std::ve
         for (std::size_t i = 0; i < candidates[0].size(); ++i)
             site_ambiguous.push_back(candidates_differ(candidates, i));
     }
-    std::vector<std::vector<int>> left{{0, 0}};  // the entry into the graph
+    std::vector<candidate_pair> left{{0, 0}};  // the entry into the graph
     for (std::size_t g = 0; g + 1 < groups.size(); ++g) {
         const auto right = right_pairs(groups[g]);
         pushTrans(all_transitions(left, right));

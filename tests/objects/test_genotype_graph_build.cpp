@@ -22,14 +22,15 @@ using support::segment_text;
 TEST(Expand, NumbersCandidatesByFirstUse) {
     const std::vector<std::vector<bool>> haps = {{0}, {1}};
     std::vector<std::vector<bool>> next_haps;
-    std::vector<std::vector<int>> ext(2, std::vector<int>(2, -1)), next_pairs;
+    std::vector<std::array<int, 2>> ext(2, {-1, -1});
+    std::vector<candidate_pair> next_pairs;
     expand(haps, next_haps, ext, {0, 1}, next_pairs, 1, 1);
     EXPECT_EQ(next_haps, (std::vector<std::vector<bool>>{{0, 1}, {1, 1}}));
-    EXPECT_EQ(next_pairs, (std::vector<std::vector<int>>{{0, 1}}));
+    EXPECT_EQ(next_pairs, (std::vector<candidate_pair>{{0, 1}}));
     expand(haps, next_haps, ext, {1, 1}, next_pairs, 0, 1);
     EXPECT_EQ(next_haps, (std::vector<std::vector<bool>>{{0, 1}, {1, 1}, {1, 0}}));
-    EXPECT_EQ(next_pairs, (std::vector<std::vector<int>>{{0, 1}, {2, 1}}));
-    EXPECT_EQ(ext, (std::vector<std::vector<int>>{{-1, 0}, {2, 1}}));
+    EXPECT_EQ(next_pairs, (std::vector<candidate_pair>{{0, 1}, {2, 1}}));
+    EXPECT_EQ(ext, (std::vector<std::array<int, 2>>{{-1, 0}, {2, 1}}));
 }
 
 TEST(AllTransitions, BothWaysOnlyBetweenPairsOfTwo) {
