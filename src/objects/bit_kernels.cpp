@@ -1,5 +1,9 @@
 #include "objects/bit_kernels.h"
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -45,15 +49,34 @@ std::uint64_t loci_between(int start, int first, int last) {
 
 #if defined(__x86_64__)
 
+namespace avx512 {
+#define KERNEL __attribute__((target("avx512bw,popcnt")))
+#define NAME "AVX-512"
+#define HAS_POPCOUNT 1
+#define WIDE 1
+bool is_available() {
+    return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("popcnt");
+}
+#include "objects/bit_kernels_body.h"
+#undef KERNEL
+#undef NAME
+#undef HAS_POPCOUNT
+#undef WIDE
+}  // namespace avx512
+
 namespace popcnt {
 #define KERNEL __attribute__((target("popcnt")))
 #define NAME "POPCNT"
+#define HAS_POPCOUNT 1
+#define WIDE 0
 bool is_available() {
     return __builtin_cpu_supports("popcnt");
 }
 #include "objects/bit_kernels_body.h"
 #undef KERNEL
 #undef NAME
+#undef HAS_POPCOUNT
+#undef WIDE
 }  // namespace popcnt
 
 #endif
@@ -61,12 +84,16 @@ bool is_available() {
 namespace baseline {
 #define KERNEL
 #define NAME "baseline"
+#define HAS_POPCOUNT 0
+#define WIDE 0
 bool is_available() {
     return true;
 }
 #include "objects/bit_kernels_body.h"
 #undef KERNEL
 #undef NAME
+#undef HAS_POPCOUNT
+#undef WIDE
 }  // namespace baseline
 
 }  // namespace
@@ -74,7 +101,8 @@ bool is_available() {
 std::vector<const kernel_set*> available_kernels() {
     std::vector<const kernel_set*> sets;
 #if defined(__x86_64__)
-    if (popcnt::KERNELS.is_available()) sets.push_back(&popcnt::KERNELS);
+    for (const kernel_set* set : {&avx512::KERNELS, &popcnt::KERNELS})
+        if (set->is_available()) sets.push_back(set);
 #endif
     sets.push_back(&baseline::KERNELS);
     return sets;
