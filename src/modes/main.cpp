@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <ctime>
@@ -10,7 +12,20 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
+namespace {
+
+/// Opens the standard streams that whoever has started the process left closed. The next file opened would
+/// take the place of one, and what is meant for the console would go into it.
+void open_standard_streams() {
+    int descriptor = 0;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDWR);
+    if (descriptor >= 0) ::close(descriptor);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+    open_standard_streams();
     timeval start{}, stop{};
     gettimeofday(&start, nullptr);
     START_DATE = std::time(nullptr);

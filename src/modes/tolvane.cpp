@@ -77,6 +77,7 @@ void tolvane::parse_command_line(const std::vector<std::string>& args, const std
                                       putils::getRandomID() + ".log"
                                 : value<std::string>("output-log");
     refuse_overwriting(lfile::nameFor(log));
+    take_output(lfile::nameFor(log));  // and with it the side files, which are named after it
     if (!LOG.open(log)) {
         std::cerr << "Impossible to open log file[" << log << "] check writing permissions!" << std::endl;
         std::exit(EXIT_FAILURE);
@@ -100,6 +101,12 @@ void tolvane::refuse_overwriting(const std::string& log) const {
                 LOG.error(outputs[j] + " and " + outputs[i] + " are one file, and this run would write both" +
                           "; give them different names");
     }
+}
+
+/// Two runs writing to one file at a time would leave a mixture of both that looks whole.
+void tolvane::take_output(const std::string& file) {
+    if (!futils::takeFile(file))
+        LOG.error(file + " is being written by another run; give another name to the output or the log");
 }
 
 std::vector<std::string> tolvane::input_files() const {

@@ -38,6 +38,9 @@ class tolvane {
     virtual std::vector<std::string> input_files() const;
     virtual std::vector<std::string> output_files(const std::string& log) const;
 
+    /// Makes sure that no other run writes this file while this one lives.
+    static void take_output(const std::string& file);
+
     bool given(const std::string& option) const { return options.count(option) > 0; }
     template <class Value>
     const Value& value(const std::string& option) const {

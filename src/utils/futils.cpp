@@ -1,9 +1,11 @@
 #include "utils/futils.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -20,6 +22,17 @@ bool isFile(const std::string& name) {
 
 bool createFile(const std::string& name) {
     return std::ofstream(name, std::ios::trunc).good();
+}
+
+bool takeFile(const std::string& name) {
+    struct stat status {};
+    if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return true;
+    const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (descriptor < 0) return true;
+    if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) return true;  // stays open, and with it the lock
+    const bool is_taken = errno == EWOULDBLOCK;
+    ::close(descriptor);
+    return !is_taken;
 }
 
 std::string extensionFile(const std::string& name) {

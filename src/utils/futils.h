@@ -14,6 +14,11 @@ bool isFile(const std::string& name);
 /// Opens `name` for writing, leaving it created and empty; false when that is impossible.
 bool createFile(const std::string& name);
 
+/// Takes `name` for this process until it ends, creating it where it doesn't exist; false when another
+/// process has taken it. Nothing in the file changes. What is no regular file, or can't be opened, or lies
+/// where the system knows no locks, can't be taken and is let through.
+bool takeFile(const std::string& name);
+
 /// Text after the last ".", or empty when there is none.
 std::string extensionFile(const std::string& name);
 

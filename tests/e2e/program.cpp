@@ -1,14 +1,17 @@
 #include "program.h"
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <sstream>
+#include <stdexcept>
 
 #include "support/files.h"
 
@@ -19,21 +22,63 @@ arguments words(const std::string& line) {
     return {std::istream_iterator<std::string>(stream), {}};
 }
 
+namespace {
+
+/// Becomes the program, with `folder` as its current folder.
+[[noreturn]] void become_program(const support::temporary_folder& folder, const arguments& args,
+                                 const std::function<void()>& prepare) {
+    std::vector<char*> argv{const_cast<char*>(TOLVANE_PROGRAM)};
+    for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
+    const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (nothing < 0 || ::dup2(nothing, STDIN_FILENO) < 0 || ::chdir(folder.path().c_str()) != 0) ::_exit(126);
+    prepare();
+    ::execv(TOLVANE_PROGRAM, argv.data());
+    ::_exit(127);
+}
+
+}  // namespace
+
 support::child_end run(const support::temporary_folder& folder, const arguments& args) {
-    return support::run_in_child([&] {
-        std::vector<char*> argv{const_cast<char*>(TOLVANE_PROGRAM)};
-        for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
-        argv.push_back(nullptr);
-        const int nothing = ::open("/dev/null", O_RDONLY);
-        if (nothing < 0 || ::dup2(nothing, STDIN_FILENO) < 0 || ::chdir(folder.path().c_str()) != 0)
-            ::_exit(126);
-        ::execv(TOLVANE_PROGRAM, argv.data());
-        ::_exit(127);
-    });
+    return support::run_in_child([&] { become_program(folder, args, [] {}); });
 }
 
 support::child_end run(const support::temporary_folder& folder, const std::string& line) {
     return run(folder, words(line));
+}
+
+support::child_end run(const support::temporary_folder& folder, const std::string& line,
+                       const std::function<void()>& prepare) {
+    return support::run_in_child([&] { become_program(folder, words(line), prepare); });
+}
+
+background_run::background_run(const support::temporary_folder& folder, const std::string& line)
+    : process(::fork()) {
+    if (process < 0) throw std::runtime_error("no child process");
+    if (process > 0) return;
+    ::alarm(120);
+    become_program(folder, words(line), [] {
+        const int nothing = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        ::dup2(nothing, STDOUT_FILENO);
+        ::dup2(nothing, STDERR_FILENO);
+    });
+}
+
+background_run::~background_run() {
+    if (process <= 0) return;
+    signal(SIGKILL);
+    wait();
+}
+
+void background_run::signal(int number) const {
+    ::kill(process, number);
+}
+
+int background_run::wait() {
+    int status = 0;
+    ::waitpid(process, &status, 0);
+    process = 0;
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 std::string plain(const std::string& console) {

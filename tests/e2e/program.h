@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,6 +19,25 @@ arguments words(const std::string& line);
 /// Runs the program with `folder` as its current folder.
 support::child_end run(const support::temporary_folder& folder, const arguments& args);
 support::child_end run(const support::temporary_folder& folder, const std::string& line);
+/// The same after `prepare`, which changes what the process is given: limits, environment, open files.
+support::child_end run(const support::temporary_folder& folder, const std::string& line,
+                       const std::function<void()>& prepare);
+
+/// The program running by itself, without a console. Killed at the end of the object if it still runs.
+class background_run {
+  public:
+    background_run(const support::temporary_folder& folder, const std::string& line);
+    ~background_run();
+    background_run(const background_run&) = delete;
+    background_run& operator=(const background_run&) = delete;
+
+    void signal(int number) const;
+    /// Waits for its end: the exit status, or 128 and the number of the signal that ended it, as in a shell.
+    int wait();
+
+  private:
+    pid_t process;
+};
 
 /// Console text without colours, the banner, and the progress lines that later ones overwrite.
 std::string plain(const std::string& console);

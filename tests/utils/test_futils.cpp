@@ -1,13 +1,17 @@
 #include "utils/futils.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <iostream>
 #include <random>
 #include <sstream>
 
+#include "support/child_process.h"
 #include "support/files.h"
 #include "support/temporary_folder.h"
 
@@ -56,6 +60,33 @@ TEST(CreateFile, TellsWhenItCannot) {
     EXPECT_FALSE(futils::createFile(folder.at("missing/new")));
     EXPECT_FALSE(futils::createFile(folder.path()));
     EXPECT_FALSE(futils::createFile(""));
+}
+
+TEST(TakeFile, HoldsAgainstOtherProcessesUntilTheEndOfThisOne) {
+    const temporary_folder folder;
+    const std::string file = folder.put("file", "text");
+    const auto taken_by_a_child = [&file] {
+        return support::run_in_child([&file] { std::cout << futils::takeFile(file); }).out;
+    };
+    EXPECT_EQ(taken_by_a_child(), "1");
+    EXPECT_EQ(taken_by_a_child(), "1");  // the first child has ended
+    const auto end = support::run_in_child([&] {
+        std::cout << futils::takeFile(file);
+        const int other = ::open(file.c_str(), O_RDONLY);  // as another process would open it
+        std::cout << ::flock(other, LOCK_EX | LOCK_NB) << futils::takeFile(file);
+    });
+    EXPECT_EQ(end.out, "1-10");
+    EXPECT_EQ(support::read_file(file), "text");
+}
+
+TEST(TakeFile, CreatesWhatIsAbsentAndLetsThroughWhatCannotBeTaken) {
+    const temporary_folder folder;
+    EXPECT_TRUE(futils::takeFile(folder.at("new")));
+    EXPECT_EQ(support::read_file(folder.at("new")), "");
+    for (const std::string& name : {std::string("/dev/null"), folder.path(), folder.at("missing/new")}) {
+        EXPECT_TRUE(futils::takeFile(name)) << name;
+        EXPECT_TRUE(futils::takeFile(name)) << name;
+    }
 }
 
 TEST(ExtensionFile, TextAfterTheLastPoint) {

@@ -199,8 +199,10 @@ void phaser::check_files() {
     if (!futils::isFile(map)) LOG.error(futils::cannotOpen(map));
     const names outputs = files("output-max", OUTPUT_ENDINGS);
     if (outputs.empty()) LOG.error("Incorrect number of arguments given to --output-max");
-    for (const std::string& output : outputs)
+    for (const std::string& output : outputs) {
+        take_output(output);
         if (!futils::createFile(output)) LOG.error(futils::cannotCreate(output));
+    }
 }
 
 void phaser::verbose_mode() {
