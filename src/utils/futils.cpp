@@ -12,6 +12,18 @@
 #include <istream>
 #include <ostream>
 
+namespace {
+
+/// Where a file called `name` would lie; empty if that can't be told, as for an empty name.
+std::filesystem::path place_of(const std::string& name) {
+    std::error_code failure;
+    std::filesystem::path path = std::filesystem::absolute(name, failure);
+    if (!failure) path = std::filesystem::weakly_canonical(path, failure);
+    return failure ? std::filesystem::path() : path;
+}
+
+}  // namespace
+
 namespace futils {
 
 bool isFile(const std::string& name) {
@@ -49,10 +61,8 @@ bool isSameFile(const std::string& a, const std::string& b) {
         return S_ISREG(status_a.st_mode) && status_a.st_dev == status_b.st_dev &&
                status_a.st_ino == status_b.st_ino;
     if (a_exists != b_exists) return false;
-    std::error_code failure;
-    const auto path_a = std::filesystem::weakly_canonical(std::filesystem::absolute(a), failure);
-    const auto path_b = std::filesystem::weakly_canonical(std::filesystem::absolute(b), failure);
-    return !failure && path_a == path_b;
+    const std::filesystem::path path_a = place_of(a);
+    return !path_a.empty() && path_a == place_of(b);
 }
 
 std::string cannotOpen(const std::string& name) {

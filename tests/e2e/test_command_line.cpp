@@ -114,6 +114,14 @@ INSTANTIATE_TEST_SUITE_P(
         refusal{"too_many_threads_of_text", USUAL + "--thread -2", "You must use at least 1 thread"}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
+TEST(command_line, an_empty_name_is_told_as_a_file_that_cannot_be_opened) {
+    const support::temporary_folder folder;
+    const auto end = run(folder, e2e::arguments{"-B", "", "b", "c", "-M", "m", "-O", "out", "-L", "run.log"});
+    EXPECT_EQ(end.status, 1);
+    EXPECT_EQ(e2e::last_line(end),
+              "ERROR:  is impossible to open, check file existence or reading permissions");
+}
+
 struct syntax_error {
     const char* name;
     const char* line;

@@ -121,6 +121,16 @@ TEST(IsSameFile, ComparesPlacesOfFilesToCome) {
     EXPECT_FALSE(futils::isSameFile(file, folder.at("new")));
 }
 
+TEST(IsSameFile, AnImpossibleNameIsNoFile) {
+    const temporary_folder folder;
+    const std::string too_long(100000, 'x');
+    for (const std::string& name : {std::string(), too_long, folder.at(too_long)}) {
+        EXPECT_FALSE(futils::isSameFile(name, folder.at("new")));
+        EXPECT_FALSE(futils::isSameFile(folder.at("new"), name));
+        EXPECT_FALSE(futils::isSameFile("", name));
+    }
+}
+
 TEST(IsSameFile, DevicesAreNoFiles) {
     EXPECT_FALSE(futils::isSameFile("/dev/null", "/dev/null"));
 }
