@@ -4,6 +4,7 @@
 #include <ctime>
 #include <iostream>
 
+#include "utils/ending.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
 #include "utils/putils.h"
@@ -65,12 +66,12 @@ void tolvane::parse_command_line(const std::vector<std::string>& args, const std
         po::notify(options);
     } catch (const po::error& failure) {
         std::cout << mode << " mode : " << failure.what() << std::endl;
-        std::exit(EXIT_SUCCESS);
+        end_process(EXIT_SUCCESS);
     }
     print_banner();
     if (given("help")) {
         std::cout << descriptions << std::endl;
-        std::exit(EXIT_SUCCESS);
+        end_process(EXIT_SUCCESS);
     }
     const std::string log = options["output-log"].defaulted()
                                 ? "tolvane_" + sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") + "_" +
@@ -80,7 +81,7 @@ void tolvane::parse_command_line(const std::vector<std::string>& args, const std
     take_output(lfile::nameFor(log));  // and with it the side files, which are named after it
     if (!LOG.open(log)) {
         std::cerr << "Impossible to open log file[" << log << "] check writing permissions!" << std::endl;
-        std::exit(EXIT_FAILURE);
+        end_process(EXIT_FAILURE);
     }
     LOG.printlnL("Mode    : " + mode);
     LOG.printL("Options :");

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <mutex>
 
+#include "utils/ending.h"
 #include "utils/futils.h"
 
 lfile LOG;
@@ -71,12 +72,13 @@ void lfile::warning(const std::string& message) {
 }
 
 void lfile::error(const std::string& message) {
-    static std::mutex first_error;  // never unlocked: of several failing threads one ends the process
-    first_error.lock();
+    static std::mutex first_error;
+    const std::lock_guard lock(
+        first_error);  // until the end: of several failing threads one ends the process
     writeConsole(coloured("ERROR:") + " " + message + "\n");
     if (verbose_l && stream.is_open()) stream << "ERROR: " << message << "\n" << std::flush;
     stream.close();
-    std::quick_exit(EXIT_FAILURE);
+    end_process(EXIT_FAILURE);
 }
 
 void lfile::writeLog(const std::string& text) {
