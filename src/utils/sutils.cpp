@@ -127,7 +127,7 @@ int count_fields(std::string_view line) {
     const std::size_t n = without_return(line).size();
     // Fields start where a character follows a gap or nothing. No branch, so that the compiler uses vectors.
     int count = n > 0 && !is_gap(text[0]);
-    for (std::size_t i = 1; i < n; ++i) count += is_gap(text[i - 1]) & !is_gap(text[i]);
+    for (std::size_t i = 1; i < n; ++i) count += int{is_gap(text[i - 1])} & int{!is_gap(text[i])};
     return count;
 }
 
