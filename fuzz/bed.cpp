@@ -1,0 +1,24 @@
+// BIM, FAM and BED, in this order.
+#include <memory>
+
+#include "readers/genotype_checker.h"
+#include "readers/genotype_reader.h"
+#include "study_laws.h"
+#include "support.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static fuzz::memory_file bim("study.bim"), fam("study.fam"), bed("study.bed");
+    fuzz::input bytes(data, size);
+    bim.fill(bytes.part());
+    fam.fill(bytes.part());
+    bed.fill(bytes.rest());
+
+    filter_reader filter;
+    filter.initialise(0, 1000000000);
+    filter.ind_exclude["out"] = filter.snp_exclude[7] = true;
+    genotype_reader reader(filter);
+    const std::unique_ptr<snp_set> snps(reader.snps);
+    if (fuzz::completes([&] { reader.readGenotypeBed(bed.name(), bim.name(), fam.name()); }))
+        fuzz::check_study(reader);
+    return 0;
+}

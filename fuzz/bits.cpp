@@ -1,0 +1,126 @@
+// Packed haplotypes against lists of alleles, and each set of kernels against plain loops.
+#include <algorithm>
+#include <array>
+
+#include "objects/bit_kernels.h"
+#include "objects/chaplotype.h"
+#include "readers/genotype_block.h"
+#include "support.h"
+
+namespace {
+
+using alleles = std::vector<bool>;
+
+alleles read_alleles(fuzz::input& bytes, int n_loci) {
+    alleles list(n_loci);
+    unsigned eight = 0;
+    for (int l = 0; l < n_loci; ++l, eight >>= 1) {
+        if (l % 8 == 0) eight = bytes.byte();
+        list[l] = eight & 1;
+    }
+    return list;
+}
+
+/// `count` alleles from locus `l` on as bits, 0 behind the last one.
+std::uint64_t bits_at(const alleles& list, int l, int count) {
+    std::uint64_t bits = 0;
+    for (int j = 0; j < count && l + j < static_cast<int>(list.size()); ++j)
+        bits |= std::uint64_t{list[l + j]} << j;
+    return bits;
+}
+
+chaplotype in_words(const alleles& list) {
+    chaplotype hap;
+    const int n = static_cast<int>(list.size());
+    for (int l = 0; l < n; l += 64) hap.push_back(bits_at(list, l, 64), std::min(n - l, 64));
+    return hap;
+}
+
+chaplotype in_pieces(const alleles& list, std::size_t cut) {
+    chaplotype hap(alleles(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(cut)));
+    hap.push_back(alleles(list.begin() + static_cast<std::ptrdiff_t>(cut), list.end()));
+    return hap;
+}
+
+void check_access(const chaplotype& hap, const alleles& list, std::size_t cut) {
+    const int n = static_cast<int>(list.size());
+    FUZZ_LAW(in_words(list).data == hap.data && in_pieces(list, cut).data == hap.data);
+    chaplotype copy(static_cast<unsigned>(n));
+    for (int l = 0; l < n; ++l) {
+        FUZZ_LAW(hap.get(l) == list[l]);
+        FUZZ_LAW(hap.get8(l) == bits_at(list, l, 8));
+        if (l % 8 == 0) FUZZ_LAW(hap.get64(l) == bits_at(list, l, 64));
+        copy.set8(l, hap.get8(l), std::min(n - l, 8));
+    }
+    FUZZ_LAW(copy.data == hap.data);
+}
+
+/// Differing alleles at the loci of whole bytes.
+int plain_distance(const alleles& a, const alleles& b, int first_byte, int end_byte) {
+    int n = 0;
+    for (int l = 8 * first_byte; l < std::min(8 * end_byte, static_cast<int>(a.size())); ++l)
+        n += a[l] != b[l];
+    return n;
+}
+
+bit_kernels::overlap_counts plain_overlap(const std::array<alleles, 4>& h, int first, int last) {
+    bit_kernels::overlap_counts n{};
+    for (int l = first; l <= last; ++l) {
+        const bool match0 = h[0][l] == h[2][l], match1 = h[1][l] == h[3][l];
+        n.only0 += match0 && !match1;
+        n.only1 += match1 && !match0;
+        n.both += match0 && match1 && h[0][l] != h[1][l];
+    }
+    return n;
+}
+
+void check_kernels(const std::array<chaplotype, 4>& haps, const std::array<alleles, 4>& lists, int first,
+                   int last) {
+    const int first_byte = first / 8, end_byte = last / 8 + 1, n_bytes = end_byte - first_byte;
+    const bit_kernels::overlap_counts overlap = plain_overlap(lists, first, last);
+    const auto at = [&](int h) { return haps[h].data.data() + first_byte; };
+    const std::array list = {3, 0, 1};
+    for (const bit_kernels::kernel_set* set : bit_kernels::available_kernels()) {
+        FUZZ_LAW(set->distance(at(0), at(1), n_bytes) ==
+                 plain_distance(lists[0], lists[1], first_byte, end_byte));
+        std::array<int, 3> d0{}, d1{};
+        set->scan(haps.data(), list.data(), 3, first_byte, n_bytes, at(2), at(1), d0.data(), d1.data());
+        for (int i = 0; i < 3; ++i) {
+            FUZZ_LAW(d0[i] == plain_distance(lists[list[i]], lists[2], first_byte, end_byte));
+            FUZZ_LAW(d1[i] == plain_distance(lists[list[i]], lists[1], first_byte, end_byte));
+        }
+        const auto found = set->overlap(haps[0], haps[1], haps[2], haps[3], first, last);
+        FUZZ_LAW(found.only0 == overlap.only0 && found.only1 == overlap.only1 && found.both == overlap.both);
+    }
+}
+
+void check_bed(std::string_view bytes, int n_individuals) {
+    const std::ptrdiff_t stride = (n_individuals + 3) / 4;
+    std::vector<unsigned char> rows(stride * genotype_block::CAPACITY);
+    std::copy_n(bytes.begin(), std::min(bytes.size(), rows.size()), rows.begin());
+    std::vector<genotype_word> words(n_individuals), expected(n_individuals);
+    decode_bed(rows.data(), stride, n_individuals, words.data());
+    decode_bed_plain(rows.data(), stride, n_individuals, expected.data());
+    FUZZ_LAW(words == expected);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::input bytes(data, size);
+    const int n_loci = 1 + static_cast<int>(bytes.byte());
+    const int last = static_cast<int>(bytes.byte()) % n_loci,
+              first = static_cast<int>(bytes.byte()) % (last + 1);
+    const int n_individuals = 1 + static_cast<int>(bytes.byte() % 9);
+
+    std::array<alleles, 4> lists;
+    std::array<chaplotype, 4> haps;
+    for (std::size_t h = 0; h < haps.size(); ++h) {
+        lists[h] = read_alleles(bytes, n_loci);
+        haps[h] = chaplotype(lists[h]);
+    }
+    check_access(haps[0], lists[0], static_cast<std::size_t>(first));
+    check_kernels(haps, lists, first, last);
+    check_bed(bytes.rest(), n_individuals);
+    return 0;
+}

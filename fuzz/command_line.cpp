@@ -1,0 +1,107 @@
+// The words of a command line, one on each line, through the parser and all checks; nothing is run.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <filesystem>
+
+#include "modes/phaser/phaser.h"
+#include "support.h"
+#include "utils/assertion.h"
+#include "utils/lfile.h"
+
+namespace {
+
+constexpr std::array FILES = {"a.bed", "a.bim",  "a.fam",    "a.gen", "a.sample",
+                              "a.map", "a.haps", "a.legend", "list",  "a.log"};
+
+struct probe : phaser {
+    std::vector<std::string> inputs() const { return input_files(); }
+};
+
+/// A folder in which a command line may create what it likes.
+class playground {
+  public:
+    playground() : home(::open(".", O_DIRECTORY | O_CLOEXEC)) {
+        const std::string path = fuzz::folder() + "/playground";
+        std::filesystem::create_directories(path);
+        inside = ::open(path.c_str(), O_DIRECTORY | O_CLOEXEC);
+        for (const char* name : FILES) create(name);
+    }
+    void enter() const { FUZZ_LAW(::fchdir(inside) == 0); }
+    void leave() const { FUZZ_LAW(::fchdir(home) == 0); }
+
+    bool is_whole(const char* name) const {
+        struct stat status {};
+        return ::fstatat(inside, name, &status, 0) == 0 && status.st_size > 0;
+    }
+    /// Takes away what is new, and mends what was written to.
+    void tidy() const {
+        const int listing = ::openat(inside, ".", O_DIRECTORY | O_CLOEXEC);
+        DIR* entries = ::fdopendir(listing);
+        while (const dirent* entry = ::readdir(entries)) {
+            const std::string name = entry->d_name;
+            if (name != "." && name != ".." && std::find(FILES.begin(), FILES.end(), name) == FILES.end())
+                ::unlinkat(inside, name.c_str(), 0);
+        }
+        ::closedir(entries);
+        for (const char* name : FILES)
+            if (!is_whole(name)) create(name);
+    }
+
+  private:
+    void create(const char* name) const {
+        const int file = ::openat(inside, name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        FUZZ_LAW(file >= 0 && ::write(file, "x", 1) == 1 && ::close(file) == 0);
+    }
+    int home, inside;
+};
+
+std::vector<std::string> words_of(std::string_view text) {
+    std::vector<std::string> words{"tolvane"};
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        words.emplace_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return words;
+}
+
+}  // namespace
+
+/// In place of the program's own: one assertion watches over an option, and is a way in which a run may end.
+void assertion_failed(const char* text, const char* file, int line, const char*) {
+    if (std::strcmp(text, "cluster_size>1") != 0) fuzz::broken(text, file, line);
+    throw ended_process{EXIT_FAILURE};
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const playground ground;
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    // A word of a command line holds no zero, and no path may lead out of the folder.
+    if (text.find_first_of(std::string_view("/\0", 2)) != std::string_view::npos) return -1;
+
+    probe mode;
+    ground.enter();
+    bool parsed = false;
+    fuzz::completes([&] {
+        mode.declare_options();
+        mode.parse_command_line(words_of(text), "Phaser");
+        parsed = true;
+        mode.check_options();
+        mode.check_files();
+        mode.verbose_mode();
+        mode.verbose_options();
+    });
+    LOG.close();
+    ground.leave();
+    if (parsed)
+        for (const std::string& input : mode.inputs())
+            for (const char* name : FILES) FUZZ_LAW(input != name || ground.is_whole(name));
+    ground.tidy();
+    return 0;
+}

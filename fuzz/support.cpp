@@ -1,0 +1,89 @@
+#include "support.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+
+#include "utils/lfile.h"
+
+namespace fuzz {
+
+namespace {
+
+constexpr char SEPARATOR = '\036';
+
+struct temporary_folder {
+    temporary_folder() : path("/dev/shm/tolvane_fuzz_" + std::to_string(::getpid())) {
+        std::filesystem::create_directories(path);
+    }
+    ~temporary_folder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    std::string path;
+};
+
+}  // namespace
+
+void broken(const char* law, const char* file, int line) {
+    std::fprintf(stderr, "%s:%d: broken law: %s\n", file, line, law);
+    std::abort();
+}
+
+unsigned input::byte() {
+    if (left.empty()) return 0;
+    const auto first = static_cast<unsigned char>(left.front());
+    left.remove_prefix(1);
+    return first;
+}
+
+std::string_view input::part() {
+    const std::size_t end = left.find(SEPARATOR);
+    const std::string_view taken = left.substr(0, end);
+    left.remove_prefix(end == std::string_view::npos ? left.size() : end + 1);
+    return taken;
+}
+
+std::string_view input::rest() {
+    const std::string_view taken = left;
+    left = {};
+    return taken;
+}
+
+const std::string& folder() {
+    static const temporary_folder made;
+    return made.path;
+}
+
+memory_file::memory_file(const std::string& name)
+    : path(folder() + "/" + name), descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600)) {
+    FUZZ_LAW(descriptor >= 0);
+}
+
+memory_file::~memory_file() {
+    ::close(descriptor);
+}
+
+void memory_file::fill(std::string_view content) {
+    // Bytes first: pages that stay are cheaper than new ones.
+    FUZZ_LAW(::pwrite(descriptor, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()));
+    if (content.size() < length) FUZZ_LAW(::ftruncate(descriptor, static_cast<off_t>(content.size())) == 0);
+    length = content.size();
+}
+
+}  // namespace fuzz
+
+/// Called once, before the first input. The log is opened for its name alone: side files are named after it.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    std::cout.rdbuf(nullptr);
+    std::cerr.rdbuf(nullptr);
+    LOG.open(fuzz::folder() + "/run.log");
+    LOG.close();
+    LOG.muteC();
+    LOG.muteL();
+    return 0;
+}
