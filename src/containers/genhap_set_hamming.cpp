@@ -175,9 +175,13 @@ int genhap_set::subsetHaplotypes_hamming(const std::vector<bool>& mask, int ind,
     idx.clear();
     const int n_study = 2 * static_cast<int>(vecG.size()), n_haps = static_cast<int>(mask.size());
     std::vector<int>& list = memory.list;
-    list.clear();
-    for (int h = 0; h < n_haps; ++h)
-        if (h >= n_study || mask[h]) list.push_back(h);
+    list.resize(n_haps);
+    std::size_t n_listed = 0;
+    for (int h = 0; h < n_haps; ++h) {
+        list[n_listed] = h;  // stays if the count moves on: no branch that would be guessed wrong
+        n_listed += h >= n_study || mask[h];
+    }
+    list.resize(n_listed);
 
     selection closest(vecH, ind, K, first, last, memory);
     closest.scan(&list);
