@@ -108,7 +108,7 @@ std::vector<Locus> draw_loci(const Settings& settings, RandomSource& random) {
 // Decides whether mutations become variants of the study or of the panel.
 class Discovery {
   public:
-    Discovery(const Settings& settings)
+    explicit Discovery(const Settings& settings)
         : array_(settings.ascertainment == Ascertainment::array),
           study_haplotypes_(2 * settings.individuals),
           panel_haplotypes_(2 * settings.panel_individuals) {}

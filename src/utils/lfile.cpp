@@ -27,7 +27,7 @@ std::string lfile::nameFor(const std::string& name) {
     return futils::extensionFile(name) == "log" ? name : name + ".log";
 }
 
-bool lfile::open(std::string name) {
+bool lfile::open(const std::string& name) {
     file = nameFor(name);
     stream.open(file, std::ios::out | std::ios::trunc);
     return stream.good();

@@ -9,7 +9,7 @@ class lfile {
   public:
     /// Opens `name` for writing, with ".log" appended unless its extension is exactly "log".
     /// Returns whether the file could be opened.
-    bool open(std::string name);
+    bool open(const std::string& name);
     /// Closes the log file; a failure is kept in the stream's state.
     void close();
 

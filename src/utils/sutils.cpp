@@ -61,6 +61,7 @@ std::string double2str(double value, int precision) {
 
 std::string double2str(const std::vector<double>& values, int precision) {
     std::vector<std::string> texts;
+    texts.reserve(values.size());
     for (const double value : values) texts.push_back(double2str(value, precision));
     return joined(texts, " ");
 }
