@@ -18,6 +18,16 @@ if(TOLVANE_SANITIZE)
     -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(tolvane_flags INTERFACE -fsanitize=${TOLVANE_SANITIZE})
 endif()
+# Should a damaged file ever find a slip, it ends the run and does no more. Sanitizers watch over all this and
+# more themselves. -fPIE and not CMake's own property, which takes -fPIC for libraries: calls that might be
+# replaced from outside are not inlined.
+set(TOLVANE_IS_HARDENED FALSE)
+if(TOLVANE_HARDENING AND CMAKE_BUILD_TYPE MATCHES "Rel" AND NOT TOLVANE_SANITIZE AND NOT TOLVANE_COVERAGE)
+  set(TOLVANE_IS_HARDENED TRUE)
+  target_compile_options(tolvane_flags INTERFACE
+    -fPIE -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  target_link_options(tolvane_flags INTERFACE -pie LINKER:-z,relro,-z,now)
+endif()
 if(TOLVANE_COVERAGE)
   target_compile_options(tolvane_flags INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(tolvane_flags INTERFACE --coverage)

@@ -85,6 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // A word of a command line holds no zero, and no path may lead out of the folder.
     if (text.find_first_of(std::string_view("/\0", 2)) != std::string_view::npos) return -1;
 
+    const fuzz::open_files opened;
     probe mode;
     ground.enter();
     bool parsed = false;

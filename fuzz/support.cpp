@@ -75,6 +75,14 @@ void memory_file::fill(std::string_view content) {
     length = content.size();
 }
 
+open_files::open_files() : first(::open("/dev/null", O_RDONLY | O_CLOEXEC)) {
+    FUZZ_LAW(first >= 0);
+}
+
+open_files::~open_files() {
+    ::close_range(static_cast<unsigned>(first), ~0U, 0);
+}
+
 }  // namespace fuzz
 
 /// Called once, before the first input. The log is opened for its name alone: side files are named after it.

@@ -51,6 +51,18 @@ class memory_file {
     std::size_t length = 0;
 };
 
+/// Closes what is opened while it lives: a run keeps its outputs locked until its process ends.
+class open_files {
+  public:
+    open_files();
+    ~open_files();
+    open_files(const open_files&) = delete;
+    open_files& operator=(const open_files&) = delete;
+
+  private:
+    int first;
+};
+
 /// Calls `run`; false when it ended as a process would, by a message.
 template <class Run>
 bool completes(Run run) {
