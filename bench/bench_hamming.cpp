@@ -1,10 +1,12 @@
 // The bounded Hamming distance against the table of byte counts, and the scan of all haplotypes of a window
 // for one individual against a plain read of the same memory. An item is one byte.
+#include <list>
 #include <random>
 
 #include "objects/bit_kernels.h"
 #include "objects/bit_kernels_plain.h"
 #include "objects/chaplotype.h"
+#include "objects/haplotype_tiles.h"
 #include "twins.h"
 
 namespace {
@@ -37,11 +39,13 @@ void compare_distances(int n_bytes) {
     }
 }
 
-/// All haplotypes of a study in one window, as the plain scan reads them.
+/// All haplotypes of a study in one window.
 void compare_scans(int n_haplotypes, int n_bytes) {
-    static std::vector<std::vector<chaplotype>> held;
-    held.push_back(random_haplotypes(n_haplotypes, n_bytes));
-    const chaplotype* H = held.back().data();
+    static std::list<std::pair<std::vector<chaplotype>, haplotype_tiles>> held;
+    held.emplace_back(random_haplotypes(n_haplotypes, n_bytes), haplotype_tiles());
+    const chaplotype* H = held.back().first.data();
+    haplotype_tiles& tiles = held.back().second;
+    tiles.copy(held.back().first);
     const unsigned char *t0 = H[0].data.data(), *t1 = H[1].data.data();
     static std::vector<int> d0, d1, e0, e1;
     for (auto* d : {&d0, &d1, &e0, &e1}) d->resize(n_haplotypes);
@@ -57,8 +61,8 @@ void compare_scans(int n_haplotypes, int n_bytes) {
     bench::comparison scans("scan to two targets/" + size, bytes, plainly);
     plainly();
     for (const bit_kernels::kernel_set* set : bit_kernels::available_kernels()) {
-        const auto scan = [=] {
-            set->scan(H, nullptr, n_haplotypes, 0, n_bytes, t0, t1, d0.data(), d1.data());
+        const auto scan = [&tiles, n_bytes, set] {
+            tiles.distances(tiles.all(), 0, 1, 0, n_bytes, d0, d1, *set);
         };
         scan();
         bench::expect(std::equal(e0.begin(), e0.begin() + n_haplotypes, d0.begin()) &&

@@ -87,6 +87,7 @@ std::list<subject> subjects;
 
 void compare(int individuals, double density) {
     subject& s = subjects.emplace_back(individuals, density);
+    s.data.haplotypes.arrange();
     const std::string size =
         std::to_string(individuals) + " individuals/" + std::to_string(static_cast<int>(density)) + " a Mb";
     for (const bool masked : {false, true}) {

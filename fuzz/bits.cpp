@@ -4,6 +4,7 @@
 
 #include "objects/bit_kernels.h"
 #include "objects/chaplotype.h"
+#include "objects/haplotype_tiles.h"
 #include "readers/genotype_block.h"
 #include "support.h"
 
@@ -86,15 +87,16 @@ void check_kernels(const std::array<chaplotype, 4>& haps, const std::array<allel
     const int first_byte = first / 8, end_byte = last / 8 + 1, n_bytes = end_byte - first_byte;
     const bit_kernels::overlap_counts overlap = plain_overlap(lists, first, last);
     const auto at = [&](int h) { return haps[h].data.data() + first_byte; };
-    const std::array list = {3, 0, 1};
+    haplotype_tiles tiles;
+    tiles.copy({haps.begin(), haps.end()});
     for (const bit_kernels::kernel_set* set : bit_kernels::available_kernels()) {
         FUZZ_LAW(set->distance(at(0), at(1), n_bytes) ==
                  plain_distance(lists[0], lists[1], first_byte, end_byte));
-        std::array<int, 3> d0{}, d1{};
-        set->scan(haps.data(), list.data(), 3, first_byte, n_bytes, at(2), at(1), d0.data(), d1.data());
-        for (int i = 0; i < 3; ++i) {
-            FUZZ_LAW(d0[i] == plain_distance(lists[list[i]], lists[2], first_byte, end_byte));
-            FUZZ_LAW(d1[i] == plain_distance(lists[list[i]], lists[1], first_byte, end_byte));
+        std::vector<int> d0, d1;
+        tiles.distances(tiles.all(), 2, 1, first_byte, n_bytes, d0, d1, *set);
+        for (std::size_t h = 0; h < haps.size(); ++h) {
+            FUZZ_LAW(d0[h] == plain_distance(lists[h], lists[2], first_byte, end_byte));
+            FUZZ_LAW(d1[h] == plain_distance(lists[h], lists[1], first_byte, end_byte));
         }
         const auto found = set->overlap(haps[0], haps[1], haps[2], haps[3], first, last);
         FUZZ_LAW(found.only0 == overlap.only0 && found.only1 == overlap.only1 && found.both == overlap.both);

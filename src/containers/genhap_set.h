@@ -6,6 +6,7 @@
 #include "containers/snp_set.h"
 #include "objects/chaplotype.h"
 #include "objects/genotype_graph.h"
+#include "objects/haplotype_tiles.h"
 
 class genotype_reader;
 
@@ -26,6 +27,9 @@ class genhap_set {
     /// Tells the user the size of the graphs.
     void summarise() const;
 
+    /// Makes the haplotypes as they are now known to the selections below; has to be called after a change of
+    /// vecH.
+    void arrange() { tiles.copy(vecH); }
     /// Picks the `K` haplotypes closest to either haplotype of individual `ind` over the loci `first` to
     /// `last`, both inclusive (whole bytes, see chaplotype::hamming), among those of other individuals and
     /// of the panel. A panel haplotype may be picked twice, once for each target. `idx` receives them in
@@ -41,6 +45,9 @@ class genhap_set {
     snp_set* snps = nullptr;
     std::vector<genotype_graph*> vecG;
     std::vector<chaplotype> vecH;
+
+  private:
+    haplotype_tiles tiles;
 };
 
 /// Decides for a pair `c0`, `c1` close to the two haplotypes `h0`, `h1` of an individual, one to each, which

@@ -5,6 +5,7 @@
 #include "containers/genhap_set.h"
 #include "containers/haplotype_distance.h"
 #include "objects/bit_kernels.h"
+#include "utils/assertion.h"
 #include "utils/putils.h"
 
 namespace {
@@ -41,7 +42,7 @@ class closest_heap {
     }
     void push(int h, int distance) {
         heap.push_back({h, distance});
-        std::push_heap(heap.begin(), heap.end());
+        std::push_heap(heap.begin(), heap.end(), is_nearer);
     }
     void trim() {
         while (static_cast<int>(heap.size()) > std::max(capacity, 0)) pop();
@@ -57,8 +58,12 @@ class closest_heap {
     }
 
   private:
+    /// The entries' own order while they minimise, as they do here: asking at each step would cost time.
+    static constexpr auto is_nearer = [](const haplotype_distance& a, const haplotype_distance& b) {
+        return a.dist < b.dist;
+    };
     void pop() {
-        std::pop_heap(heap.begin(), heap.end());
+        std::pop_heap(heap.begin(), heap.end(), is_nearer);
         heap.pop_back();
     }
 
@@ -70,6 +75,7 @@ class closest_heap {
 struct selection_memory {
     std::vector<haplotype_distance> heap;
     std::vector<int> list;          // haplotypes to look at, where not all are
+    std::vector<int> tiles;         // those that hold them
     std::vector<int> to_t0, to_t1;  // their distances to the targets
 };
 
@@ -79,9 +85,10 @@ struct selection_memory {
 /// them in order against a limit that falls as the heap fills.
 class selection {
   public:
-    selection(const std::vector<chaplotype>& haplotypes, int ind, int K, int first_locus, int last_locus,
-              selection_memory& memory)
+    selection(const std::vector<chaplotype>& haplotypes, int individual, int K, int first_locus,
+              int last_locus, selection_memory& memory)
         : H(haplotypes),
+          ind(individual),
           T0(H[2 * ind]),
           T1(H[2 * ind + 1]),
           first(first_locus),
@@ -90,60 +97,54 @@ class selection {
           d1(memory.to_t1),
           found(K, memory.heap) {}
 
-    /// Computes the distances of haplotypes list[0], list[1], ..., or of all when `list` is null. The steps
-    /// below name a haplotype by its number `at` in that list, next to its index.
-    void scan(const std::vector<int>* list) {
-        const std::size_t n = list == nullptr ? H.size() : list->size();
-        if (d0.size() < n) {
-            d0.resize(n);
-            d1.resize(n);
-        }
-        const int start = first >> 3, n_bytes = (last >> 3) - start + 1;
-        bit_kernels::kernels().scan(H.data(), list == nullptr ? nullptr : list->data(), static_cast<int>(n),
-                                    start, n_bytes, T0.data.data() + start, T1.data.data() + start, d0.data(),
-                                    d1.data());
+    /// Computes the distances of all haplotypes of some tiles.
+    void scan(const haplotype_tiles& tiles, const std::vector<int>& of_tiles) {
+        TOLVANE_ASSERT(tiles.size() == static_cast<int>(H.size()), "tiles.size() == vecH.size()");
+        const int first_byte = first >> 3, n_bytes = (last >> 3) - first_byte + 1;
+        tiles.distances(of_tiles, 2 * ind, 2 * ind + 1, first_byte, n_bytes, d0, d1);
     }
 
     /// Offers both haplotypes of another individual, `c0` and the one behind it. When each of them is closest
     /// to another target, chance decides how much of both is worth having.
-    void offer_pair(std::size_t at, int c0) {
-        const int limit = found.limit();
-        if (std::min(nearest(at), nearest(at + 1)) >= limit) return;
-        bool take0 = nearest(at) < limit, take1 = nearest(at + 1) < limit;
+    void offer_pair(int c0) {
+        const int c1 = c0 + 1, limit = found.limit();
+        if (std::min(nearest(c0), nearest(c1)) >= limit) return;
+        bool take0 = nearest(c0) < limit, take1 = nearest(c1) < limit;
         // Equal distances count as closest to the first target.
-        const bool same_target = (d1[at] < d0[at]) == (d1[at + 1] < d0[at + 1]);
+        const bool same_target = (d1[c0] < d0[c0]) == (d1[c1] < d0[c1]);
         if (take0 && take1 && !same_target) {
-            const int verdict = non_overlapping_hamming_distance(H[c0], H[c0 + 1], T0, T1, first, last);
+            const int verdict = non_overlapping_hamming_distance(H[c0], H[c1], T0, T1, first, last);
             take0 = verdict == 2 || verdict == 0;
             take1 = verdict == 2 || verdict == 1;
         }
-        if (take0) found.push(c0, nearest(at));
-        if (take1) found.push(c0 + 1, nearest(at + 1));
+        if (take0) found.push(c0, nearest(c0));
+        if (take1) found.push(c1, nearest(c1));
         found.trim();
     }
 
     /// Offers one haplotype of another individual.
-    void offer_single(std::size_t at, int c) {
-        if (nearest(at) >= found.limit()) return;
-        found.push(c, nearest(at));
+    void offer_single(int h) {
+        if (nearest(h) >= found.limit()) return;
+        found.push(h, nearest(h));
         found.trim();
     }
 
     /// Offers a haplotype of the panel, once for each target; it may stay twice. No test keeps it out: the
     /// heap takes it and trims it.
-    void offer_reference(std::size_t at, int h) {
+    void offer_reference(int h) {
         const int limit = found.limit();
-        found.push(h, d0[at] > limit ? DISTANCE_BEYOND_LIMIT : d0[at]);
-        found.push(h, d1[at] > limit ? DISTANCE_BEYOND_LIMIT : d1[at]);
+        found.push(h, d0[h] > limit ? DISTANCE_BEYOND_LIMIT : d0[h]);
+        found.push(h, d1[h] > limit ? DISTANCE_BEYOND_LIMIT : d1[h]);
         found.trim();
     }
 
     int finish(std::vector<int>& idx) { return found.drain(idx, last - first); }
 
   private:
-    int nearest(std::size_t at) const { return std::min(d0[at], d1[at]); }
+    int nearest(int h) const { return std::min(d0[h], d1[h]); }
 
     const std::vector<chaplotype>& H;
+    int ind;
     const chaplotype& T0;
     const chaplotype& T1;
     int first;
@@ -160,11 +161,11 @@ int genhap_set::subsetHaplotypes_hamming(int ind, int K, int first, int last, st
     thread_local selection_memory memory;
     idx.clear();
     selection closest(vecH, ind, K, first, last, memory);
-    closest.scan(nullptr);
+    closest.scan(tiles, tiles.all());
     const int n_study = 2 * static_cast<int>(vecG.size()), n_haps = static_cast<int>(vecH.size());
     for (int h = 0; h < n_study; h += 2)
-        if (h != 2 * ind) closest.offer_pair(h, h);
-    for (int h = n_study; h < n_haps; ++h) closest.offer_reference(h, h);
+        if (h != 2 * ind) closest.offer_pair(h);
+    for (int h = n_study; h < n_haps; ++h) closest.offer_reference(h);
     return closest.finish(idx);
 }
 
@@ -182,18 +183,23 @@ int genhap_set::subsetHaplotypes_hamming(const std::vector<bool>& mask, int ind,
         n_listed += h >= n_study || mask[h];
     }
     list.resize(n_listed);
+    std::vector<int>& of_tiles = memory.tiles;
+    of_tiles.clear();
+    for (const int h : list)
+        if (of_tiles.empty() || of_tiles.back() != h / bit_kernels::TILE)
+            of_tiles.push_back(h / bit_kernels::TILE);
 
     selection closest(vecH, ind, K, first, last, memory);
-    closest.scan(&list);
+    closest.scan(tiles, of_tiles);
     for (std::size_t at = 0; at < list.size(); ++at) {
         const int h = list[at];
         const bool is_pair = h % 2 == 0 && h < n_study && at + 1 < list.size() && list[at + 1] == h + 1;
         if (h >= n_study)
-            closest.offer_reference(at, h);
+            closest.offer_reference(h);
         else if (is_pair)
-            closest.offer_pair(at++, h);
+            closest.offer_pair(list[at++]);
         else
-            closest.offer_single(at, h);
+            closest.offer_single(h);
     }
     return closest.finish(idx);
 }

@@ -53,7 +53,7 @@ namespace avx512 {
 #define KERNEL __attribute__((target("avx512bw,popcnt")))
 #define NAME "AVX-512"
 #define HAS_POPCOUNT 1
-#define WIDE 1
+#define REGISTER_BYTES 64
 bool is_available() {
     return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("popcnt");
 }
@@ -61,14 +61,29 @@ bool is_available() {
 #undef KERNEL
 #undef NAME
 #undef HAS_POPCOUNT
-#undef WIDE
+#undef REGISTER_BYTES
 }  // namespace avx512
+
+namespace avx2 {
+#define KERNEL __attribute__((target("avx2,popcnt")))
+#define NAME "AVX2"
+#define HAS_POPCOUNT 1
+#define REGISTER_BYTES 32
+bool is_available() {
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+}
+#include "objects/bit_kernels_body.h"
+#undef KERNEL
+#undef NAME
+#undef HAS_POPCOUNT
+#undef REGISTER_BYTES
+}  // namespace avx2
 
 namespace popcnt {
 #define KERNEL __attribute__((target("popcnt")))
 #define NAME "POPCNT"
 #define HAS_POPCOUNT 1
-#define WIDE 0
+#define REGISTER_BYTES 0
 bool is_available() {
     return __builtin_cpu_supports("popcnt");
 }
@@ -76,7 +91,7 @@ bool is_available() {
 #undef KERNEL
 #undef NAME
 #undef HAS_POPCOUNT
-#undef WIDE
+#undef REGISTER_BYTES
 }  // namespace popcnt
 
 #endif
@@ -85,7 +100,7 @@ namespace baseline {
 #define KERNEL
 #define NAME "baseline"
 #define HAS_POPCOUNT 0
-#define WIDE 0
+#define REGISTER_BYTES 0
 bool is_available() {
     return true;
 }
@@ -93,7 +108,7 @@ bool is_available() {
 #undef KERNEL
 #undef NAME
 #undef HAS_POPCOUNT
-#undef WIDE
+#undef REGISTER_BYTES
 }  // namespace baseline
 
 }  // namespace
@@ -101,7 +116,7 @@ bool is_available() {
 std::vector<const kernel_set*> available_kernels() {
     std::vector<const kernel_set*> sets;
 #if defined(__x86_64__)
-    for (const kernel_set* set : {&avx512::KERNELS, &popcnt::KERNELS})
+    for (const kernel_set* set : {&avx512::KERNELS, &avx2::KERNELS, &popcnt::KERNELS})
         if (set->is_available()) sets.push_back(set);
 #endif
     sets.push_back(&baseline::KERNELS);

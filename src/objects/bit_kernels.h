@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <vector>
 
 class chaplotype;
@@ -14,6 +16,18 @@ struct overlap_counts {
     int both;   // both match, and not all four are alike
 };
 
+constexpr int TILE = 8;  // haplotypes side by side
+
+/// The same 64 loci of the haplotypes of a tile; see haplotype_tiles.
+struct alignas(64) tile_line {
+    std::array<std::uint64_t, TILE> words;
+};
+
+/// 64 loci of two targets, and which of them count.
+struct target_words {
+    std::uint64_t t0, t1, counted;
+};
+
 /// The kernels of one instruction set. All sets give the same numbers.
 struct kernel_set {
     const char* name;
@@ -21,10 +35,11 @@ struct kernel_set {
 
     /// Number of bits in which `n` bytes differ.
     int (*distance)(const unsigned char* a, const unsigned char* b, int n);
-    /// Distances of many haplotypes to two targets over `n` bytes from byte `first` on: d0[i] and d1[i] for
-    /// haplotype H[list[i]], or H[i] when `list` is null. `t0` and `t1` point to the targets' byte `first`.
-    void (*scan)(const chaplotype* H, const int* list, int n_haplotypes, int first, int n,
-                 const unsigned char* t0, const unsigned char* t1, int* d0, int* d1);
+    /// Distances of the haplotypes of tiles tiles[0], tiles[1], ... to two targets over `n_words` words.
+    /// `lines` is the first line that counts of tile 0, and each next tile's stands `stride` lines behind.
+    /// d0[8 * i + j] and d1[8 * i + j] are those of haplotype j of tile i.
+    void (*scan)(const tile_line* lines, int stride, const int* tiles, int n_tiles,
+                 const target_words* targets, int n_words, int* d0, int* d1);
     /// Compares c0 with h0 and c1 with h1 at the loci `first` to `last`, both inclusive.
     overlap_counts (*overlap)(const chaplotype& c0, const chaplotype& c1, const chaplotype& h0,
                               const chaplotype& h1, int first, int last);

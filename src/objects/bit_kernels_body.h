@@ -1,6 +1,6 @@
 // Included once for each instruction set, within a namespace of its own, with KERNEL set to the function
-// attribute that selects it, HAS_POPCOUNT where it counts the bits of a word, and WIDE where it has registers
-// of 64 bytes that count too. There is no include guard on purpose.
+// attribute that selects it, HAS_POPCOUNT where it counts the bits of a word, and REGISTER_BYTES to the width
+// of registers that look up bytes, 64, 32 or 0. There is no include guard on purpose.
 
 KERNEL inline int count(std::uint64_t bits) {
 #if HAS_POPCOUNT
@@ -14,96 +14,113 @@ KERNEL inline int count(std::uint64_t bits) {
 #endif
 }
 
-#if WIDE
-using words [[gnu::vector_size(64)]] = std::uint64_t;
-using half_words [[gnu::vector_size(32)]] = std::uint64_t;
+#if REGISTER_BYTES
+using words [[gnu::vector_size(REGISTER_BYTES), gnu::may_alias]] = std::uint64_t;
+using bytes [[gnu::vector_size(REGISTER_BYTES)]] = unsigned char;
+#if REGISTER_BYTES == 64
+using integers = __m512i;
+#define WIDE(operation) _mm512_##operation
+#else
+using integers = __m256i;
+#define WIDE(operation) _mm256_##operation
+#endif
 
-KERNEL inline words load(const unsigned char* bytes, __mmask64 there) {
-    return reinterpret_cast<words>(_mm512_maskz_loadu_epi8(there, bytes));
-}
-
-/// Set bits of each word: two look-ups a byte, one for each half of it.
-KERNEL inline words counts(words bits) {
+/// Set bits of each byte: two look-ups, one for each half of it.
+KERNEL inline bytes byte_counts(words bits) {
     constexpr std::uint64_t TO_7 = 0x0302020102010100, TO_15 = 0x0403030203020201;  // bits of 0 to 7, 8 to 15
-    const words n_bits = {TO_7, TO_15, TO_7, TO_15, TO_7, TO_15, TO_7, TO_15};
+    words n_bits;
+    for (unsigned i = 0; i < sizeof n_bits / WORD; ++i) n_bits[i] = i % 2 == 0 ? TO_7 : TO_15;
     const words low = 0x0F0F0F0F0F0F0F0F - words{};
     const auto look_up = [n_bits](words halves) KERNEL {
-        return _mm512_shuffle_epi8(reinterpret_cast<__m512i>(n_bits), reinterpret_cast<__m512i>(halves));
+        return reinterpret_cast<bytes>(
+            WIDE(shuffle_epi8)(reinterpret_cast<integers>(n_bits), reinterpret_cast<integers>(halves)));
     };
-    const __m512i of_bytes = _mm512_add_epi8(look_up(bits & low), look_up(bits >> 4 & low));
-    return reinterpret_cast<words>(_mm512_sad_epu8(of_bytes, _mm512_setzero_si512()));
+    return look_up(bits & low) + look_up(bits >> 4 & low);
 }
 
-KERNEL inline std::uint64_t total(words w) {
-    const half_words quarters =
-        __builtin_shufflevector(w, w, 0, 1, 2, 3) + __builtin_shufflevector(w, w, 4, 5, 6, 7);
-    return quarters[0] + quarters[1] + (quarters[2] + quarters[3]);
+/// Sums of the bytes of each word.
+KERNEL inline words sums_of(bytes counts) {
+    return reinterpret_cast<words>(WIDE(sad_epu8)(reinterpret_cast<integers>(counts), integers{}));
 }
+#undef WIDE
+#endif
 
-/// Two distances of one row by registers of 64 bytes, which pay from two of them on.
-KERNEL inline void wide_distance_to_both(const unsigned char* row, const unsigned char* t0,
-                                         const unsigned char* t1, int n, int& d0, int& d1) {
-    words sum0{}, sum1{};
+#if REGISTER_BYTES == 64
+KERNEL int wide_distance(const unsigned char* a, const unsigned char* b, int n) {
+    words sum{};
     for (int at = 0; at < n; at += CACHE_LINE) {
         const __mmask64 there = n - at < CACHE_LINE ? (std::uint64_t{1} << (n - at)) - 1 : ~std::uint64_t{0};
-        const words x = load(row + at, there);
-        sum0 += counts(x ^ load(t0 + at, there));
-        sum1 += counts(x ^ load(t1 + at, there));
+        const integers x = _mm512_maskz_loadu_epi8(there, a + at), y = _mm512_maskz_loadu_epi8(there, b + at);
+        sum += sums_of(byte_counts(reinterpret_cast<words>(x ^ y)));
     }
-    // Neither sum comes near 32 bits: both are added up in one go.
-    const std::uint64_t both = total(sum0 | sum1 << 32);
-    d0 = static_cast<int>(both & 0xFFFFFFFF);
-    d1 = static_cast<int>(both >> 32);
+    using half_words [[gnu::vector_size(32)]] = std::uint64_t;
+    const half_words quarters =
+        __builtin_shufflevector(sum, sum, 0, 1, 2, 3) + __builtin_shufflevector(sum, sum, 4, 5, 6, 7);
+    return static_cast<int>(quarters[0] + quarters[1] + (quarters[2] + quarters[3]));
 }
 #endif
-
-/// Two distances of one row, which share its loads.
-KERNEL inline void distance_to_both(const unsigned char* row, const unsigned char* t0,
-                                    const unsigned char* t1, int n, int& d0, int& d1) {
-#if WIDE
-    if (n >= 2 * CACHE_LINE) return wide_distance_to_both(row, t0, t1, n, d0, d1);
-#endif
-    int sum0 = 0, sum1 = 0, at = 0;
-    for (; at + WORD <= n; at += WORD) {
-        const std::uint64_t x = word_at(row + at);
-        sum0 += count(x ^ word_at(t0 + at));
-        sum1 += count(x ^ word_at(t1 + at));
-    }
-    if (at < n) {
-        const std::uint64_t x = rest_at(row, at, n);
-        sum0 += count(x ^ rest_at(t0, at, n));
-        sum1 += count(x ^ rest_at(t1, at, n));
-    }
-    d0 = sum0;
-    d1 = sum1;
-}
 
 KERNEL int distance(const unsigned char* a, const unsigned char* b, int n) {
-#if WIDE
-    if (n >= 2 * CACHE_LINE) {
-        int sum, again;
-        wide_distance_to_both(a, b, b, n, sum, again);
-        return sum;
-    }
+#if REGISTER_BYTES == 64
+    if (n >= 2 * CACHE_LINE) return wide_distance(a, b, n);  // pays from two registers on
 #endif
     int sum = 0, at = 0;
     for (; at + WORD <= n; at += WORD) sum += count(word_at(a + at) ^ word_at(b + at));
     if (at < n) sum += count(rest_at(a, at, n) ^ rest_at(b, at, n));
     return sum;
 }
-KERNEL void scan(const chaplotype* H, const int* list, int n_haplotypes, int first, int n,
-                 const unsigned char* t0, const unsigned char* t1, int* d0, int* d1) {
-    // Rows lie anywhere in memory: they are fetched ahead, as their addresses are before them.
-    constexpr int AHEAD = 12;
-    for (int i = 0; i < n_haplotypes; ++i) {
-        const chaplotype& h = H[list == nullptr ? i : list[i]];
-        if (i + 2 * AHEAD < n_haplotypes)
-            __builtin_prefetch(&H[list == nullptr ? i + 2 * AHEAD : list[i + 2 * AHEAD]]);
-        if (i + AHEAD < n_haplotypes) {
-            const unsigned char* row = H[list == nullptr ? i + AHEAD : list[i + AHEAD]].data.data() + first;
-            for (int at = 0; at < n; at += CACHE_LINE) __builtin_prefetch(row + at);
+
+#if REGISTER_BYTES
+/// Eight distances in the making. Bytes have room for the counts of MOST_WORDS words.
+struct eight_distances {
+    KERNEL void add(const tile_line& line, std::uint64_t target, std::uint64_t counted) {
+        for (int i = 0; i < PARTS; ++i)
+            counts[i] += byte_counts((reinterpret_cast<const words*>(&line)[i] ^ target) & counted);
+    }
+    KERNEL void fold() {
+        for (int i = 0; i < PARTS; ++i) {
+            sums[i] += sums_of(counts[i]);
+            counts[i] = bytes{};
         }
-        distance_to_both(h.data.data() + first, t0, t1, n, d0[i], d1[i]);
+    }
+    KERNEL void store(int* d) const {
+        using ints [[gnu::vector_size(REGISTER_BYTES / 2)]] = int;
+        for (int i = 0; i < PARTS; ++i) {
+            const ints narrow = __builtin_convertvector(sums[i], ints);
+            std::memcpy(d + i * (TILE / PARTS), &narrow, sizeof narrow);
+        }
+    }
+    static constexpr int MOST_WORDS = 31, PARTS = CACHE_LINE / REGISTER_BYTES;
+    bytes counts[PARTS] = {};
+    words sums[PARTS] = {};
+};
+#else
+struct eight_distances {
+    KERNEL void add(const tile_line& line, std::uint64_t target, std::uint64_t counted) {
+        for (int j = 0; j < TILE; ++j) sums[j] += count((line.words[j] ^ target) & counted);
+    }
+    KERNEL void fold() {}
+    KERNEL void store(int* d) const { std::memcpy(d, sums, sizeof sums); }
+    static constexpr int MOST_WORDS = 1 << 30;
+    int sums[TILE] = {};
+};
+#endif
+
+KERNEL void scan(const tile_line* lines, int stride, const int* tiles, int n_tiles,
+                 const target_words* targets, int n_words, int* d0, int* d1) {
+    for (int i = 0; i < n_tiles; ++i) {
+        const tile_line* line = lines + static_cast<std::ptrdiff_t>(tiles[i]) * stride;
+        eight_distances to0, to1;
+        for (int w = 0; w < n_words;) {
+            for (const int end = std::min(w + eight_distances::MOST_WORDS, n_words); w < end; ++w) {
+                to0.add(line[w], targets[w].t0, targets[w].counted);
+                to1.add(line[w], targets[w].t1, targets[w].counted);
+            }
+            to0.fold();
+            to1.fold();
+        }
+        to0.store(d0 + static_cast<std::ptrdiff_t>(tiles[i]) * TILE);
+        to1.store(d1 + static_cast<std::ptrdiff_t>(tiles[i]) * TILE);
     }
 }
 

@@ -195,6 +195,7 @@ struct haplotype_set {
     haplotype_set(int n, const std::vector<std::string>& texts) : text(texts) {
         for (int i = 0; i < n; ++i) set.vecG.push_back(new genotype_graph("I" + std::to_string(i)));
         for (const std::string& alleles : texts) set.vecH.push_back(haplotype(alleles));
+        set.arrange();
     }
     std::vector<std::string> text;
     genhap_set set;

@@ -7,6 +7,7 @@
 #include <random>
 #include <string>
 
+#include "objects/haplotype_tiles.h"
 #include "support/haplotype_text.h"
 
 namespace {
@@ -48,30 +49,44 @@ TEST_P(bit_kernels_of, DistanceReadsNoByteBeyond) {
     }
 }
 
-TEST_P(bit_kernels_of, ScanGivesBothDistances) {
-    for (int trial = 0; trial < 100; ++trial) {
-        const int n_loci = 1 + static_cast<int>(random() % 200), n_bytes = (n_loci + 7) / 8;
-        const int first = static_cast<int>(random() % n_bytes),
-                  n = 1 + static_cast<int>(random() % (n_bytes - first));
+TEST_P(bit_kernels_of, TilesGiveBothDistances) {
+    haplotype_tiles tiles;
+    for (int trial = 0; trial < 200; ++trial) {
+        const int n = 2 + static_cast<int>(random() % 40),
+                  n_loci = 1 + static_cast<int>(random() % (trial % 10 == 0 ? 6000 : 300));
+        const int n_bytes = (n_loci + 7) / 8, first = static_cast<int>(random() % n_bytes),
+                  n_range = 1 + static_cast<int>(random() % (n_bytes - first));
         std::vector<std::string> texts;
-        for (int h = 0; h < 12; ++h) texts.push_back(random_alleles(n_loci, random));
-        const std::vector<chaplotype> H = support::haplotypes(texts);
-        const unsigned char *t0 = H[10].data.data() + first, *t1 = H[11].data.data() + first;
-        std::vector<int> d0(12, -1), d1(12, -1);
-        kernels.scan(H.data(), nullptr, 12, first, n, t0, t1, d0.data(), d1.data());
-        for (int h = 0; h < 12; ++h) {
-            ASSERT_EQ(d0[h], plain_distance(texts[h], texts[10], first, n));
-            ASSERT_EQ(d1[h], plain_distance(texts[h], texts[11], first, n));
+        for (int h = 0; h < n; ++h) texts.push_back(random_alleles(n_loci, random));
+        tiles.copy(support::haplotypes(texts));
+        ASSERT_EQ(tiles.size(), n);
+        ASSERT_EQ(tiles.all().size(), (n + 7) / 8);
+        const int t0 = static_cast<int>(random() % n), t1 = static_cast<int>(random() % n);
+        const std::vector<int> some = {tiles.all().back(), 0};
+        for (const std::vector<int>& of_tiles : {tiles.all(), some}) {
+            std::vector<int> d0(1, -1), d1(48, -1);
+            tiles.distances(of_tiles, t0, t1, first, n_range, d0, d1, kernels);
+            for (const int tile : of_tiles)
+                for (int h = 8 * tile; h < std::min(8 * tile + 8, n); ++h) {
+                    ASSERT_EQ(d0[h], plain_distance(texts[h], texts[t0], first, n_range));
+                    ASSERT_EQ(d1[h], plain_distance(texts[h], texts[t1], first, n_range));
+                }
+            if (of_tiles.size() == 2 && n > 16) {
+                EXPECT_EQ(d1[8], -1) << "a tile that was not asked for";
+            }
         }
-        const std::vector<int> list = {7, 0, 7, 3};
-        std::fill(d0.begin(), d0.end(), -1);
-        kernels.scan(H.data(), list.data(), 4, first, n, t0, t1, d0.data(), d1.data());
-        for (int i = 0; i < 4; ++i) {
-            ASSERT_EQ(d0[i], plain_distance(texts[list[i]], texts[10], first, n));
-            ASSERT_EQ(d1[i], plain_distance(texts[list[i]], texts[11], first, n));
-        }
-        EXPECT_EQ(d0[4], -1) << "no more than the list";
     }
+}
+
+TEST_P(bit_kernels_of, TilesCountMoreThanAByteHolds) {
+    haplotype_tiles tiles;
+    tiles.copy({haplotype(std::string(5000, '0')), haplotype(std::string(5000, '1'))});
+    std::vector<int> d0, d1;
+    tiles.distances(tiles.all(), 0, 1, 1, 623, d0, d1, kernels);
+    EXPECT_EQ(d0[0], 0);
+    EXPECT_EQ(d0[1], 623 * 8);
+    EXPECT_EQ(d1[0], 623 * 8);
+    EXPECT_EQ(d1[1], 0);
 }
 
 TEST_P(bit_kernels_of, OverlapCountsLociOfTheRange) {

@@ -98,6 +98,7 @@ void phaser::phaseWindow(const std::string& text, bool recluster) {
     LOG.println("");
     LOG.printL(text);
     underflows = 0;
+    haplotypes.arrange();
     jobs.clear();
     if (use_clusters) {
         if (recluster) cluster_stage->cluster();

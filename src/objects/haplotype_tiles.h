@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "objects/bit_kernels.h"
+
+class chaplotype;
+
+/// A copy of many haplotypes for scans of all of them. Eight lie side by side in a tile: a line of memory
+/// holds one word, 64 loci, of each, and a tile's lines follow one another. So a scan over a range of loci
+/// reads just the words that it needs, line after line, and counts eight haplotypes at a time.
+class haplotype_tiles {
+  public:
+    /// Replaces the copy. All haplotypes have as many loci as the first one.
+    void copy(const std::vector<chaplotype>& H);
+    /// Number of haplotypes copied.
+    int size() const { return n_haplotypes; }
+
+    /// The numbers of all tiles.
+    const std::vector<int>& all() const { return numbers; }
+    /// Hamming distances of the haplotypes of some tiles, tile i holding haplotypes 8 * i to 8 * i + 7, to
+    /// the haplotypes `target0` and `target1`, over `n_bytes` bytes (of eight loci) from byte `first_byte`
+    /// on. Haplotype h stands at d0[h] and d1[h]; the rest of them means nothing.
+    void distances(const std::vector<int>& of_tiles, int target0, int target1, int first_byte, int n_bytes,
+                   std::vector<int>& d0, std::vector<int>& d1,
+                   const bit_kernels::kernel_set& kernels = bit_kernels::kernels()) const;
+
+  private:
+    std::uint64_t word_of(int h, int word) const {
+        const std::size_t tile = h / bit_kernels::TILE;
+        return lines[tile * n_words + word].words[h % bit_kernels::TILE];
+    }
+
+    std::vector<bit_kernels::tile_line> lines;
+    std::vector<int> numbers;
+    int n_haplotypes = 0;
+    int n_words = 0;  // of a haplotype
+};
