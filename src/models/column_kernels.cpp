@@ -22,11 +22,11 @@ struct step_arrays {
 #if defined(__x86_64__)
 
 namespace avx512 {
-#define KERNEL __attribute__((target("avx512f")))
+#define KERNEL __attribute__((target("avx512bw")))
 #define NAME "AVX-512"
 #define REGISTER_BYTES 64
 bool is_available() {
-    return __builtin_cpu_supports("avx512f");
+    return __builtin_cpu_supports("avx512bw");
 }
 #include "models/column_kernels_body.h"
 #undef KERNEL

@@ -13,7 +13,6 @@
 
 using column_kernels::emissions;
 using column_kernels::flow;
-using column_kernels::kernels;
 using column_kernels::lanes;
 using column_kernels::LANES;
 
@@ -48,27 +47,20 @@ model_work& model_work::operator+=(const model_work& other) {
     return *this;
 }
 
-/// Where a pass stands, and its step there.
-struct haplotype_segment::cursor {
+/// One pass, and its step at the locus where it stands: the forward pass goes up from the first locus, the
+/// backward pass down from the last one.
+struct haplotype_segment::pass {
     enum { START, INSIDE, ACROSS, DONE } kind;
     int locus;
     int segment;
-    int position;               // within the segment
-    int length;                 // loci of the segment
-    lanes sums;                 // of the column in hand
-    emissions first_emissions;  // of a start that has its own
-    column_kernels::step step;  // step.column is the column in hand once the step is done
+    int to_come;                      // loci of the segment behind this one, as the pass goes
+    int phase;                        // 0 where the column is rescaled
+    const unsigned char* candidates;  // their alleles, in buffers.candidates
+    lanes sums;                       // of the column in hand
+    emissions first_emissions;        // of a start that has its own
+    column_kernels::step step;        // step.column is the column in hand once the step is done
 
     bool is_at_boundary() const { return kind == START || kind == ACROSS; }
-
-    void run(int K) const {
-        if (kind == START)
-            kernels().start(step, K);
-        else if (kind == INSIDE)
-            kernels().inside(step, K);
-        else
-            kernels().across(step, K);
-    }
 };
 
 haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
@@ -80,7 +72,8 @@ haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
       locus_last(last_locus),
       H(&haplotypes),
       idx(&indices),
-      buffers(memory) {
+      buffers(memory),
+      kernel(column_kernels::kernels()) {
     const std::size_t n_states = indices.size();
     const std::size_t n_segments = std::max(last_segment - first_segment + 1, 0);
     grow(buffers.forward, n_states);
@@ -95,17 +88,13 @@ haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
 /// haplotype at a time.
 void haplotype_segment::unpack_haplotypes() {
     const int first_byte = locus_first >> 3, end_byte = (locus_last >> 3) + 1, n_states = K();
-    grow(buffers.words, n_states);
-    grow(buffers.packed, stride());
+    grow(buffers.words, stride());
     grow(buffers.alleles, 8 * static_cast<std::size_t>(end_byte - first_byte) * stride());
-    std::uint64_t* words = buffers.words.data();
-    unsigned char* packed = buffers.packed.data();
     for (int byte = first_byte; byte < end_byte; ++byte) {
         const int b = (byte - first_byte) % 8;
         if (b == 0)
-            for (int k = 0; k < n_states; ++k) words[k] = (*H)[(*idx)[k]].get64(8 * byte);
-        for (int k = 0; k < n_states; ++k) packed[k] = static_cast<unsigned char>(words[k] >> (8 * b));
-        kernels().unpack(packed, stride(), alleles_at(8 * byte));
+            for (int k = 0; k < n_states; ++k) buffers.words[k] = (*H)[(*idx)[k]].get64(8 * byte);
+        kernel.unpack(buffers.words.data(), b, stride(), alleles_at(8 * byte));
     }
 }
 
@@ -152,121 +141,109 @@ void haplotype_segment::count_work(const genotype_graph& G) const {
     }
 }
 
-haplotype_segment::cursor haplotype_segment::start_of_forward(const hmm_parameters& M,
-                                                              const genotype_graph& G) {
-    cursor at{};
-    at.locus = locus_first;
-    at.segment = segment_first;
-    prepare_forward(at, M, G);
-    return at;
+template <int DIRECTION>
+lanes* haplotype_segment::column_at(const pass& at) {
+    if (at.to_come > 0) return (DIRECTION > 0 ? buffers.forward : buffers.backward).data();
+    return stored(DIRECTION > 0 ? buffers.alpha : buffers.beta, at.segment);
 }
 
-haplotype_segment::cursor haplotype_segment::start_of_backward(const hmm_parameters& M,
-                                                               const genotype_graph& G) {
-    cursor at{};
-    at.locus = locus_last;
-    at.segment = segment_last;
-    at.position = locus_last < locus_first ? 0 : static_cast<int>(G.seg_length[segment_last]) - 1;
-    prepare_backward(at, M, G);
-    return at;
-}
-
-void haplotype_segment::prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
-    const int l = at.locus, s = at.segment;
-    if (l > locus_last) {
-        at.kind = cursor::DONE;
-        return;
-    }
-    at.length = static_cast<int>(G.seg_length[s]);
-    if (l > locus_first) {
-        const bool inside = at.position > 0;
-        at.kind = inside ? cursor::INSIDE : cursor::ACROSS;
-        at.step.from = {at.step.column, &at.sums, M.tn[l - 1], M.nt[l - 1],
-                        static_cast<int>(G.seg_count[inside ? s : s - 1])};
-    }
-    at.step.em = &buffers.emission[buffers.candidates[l - locus_first]];
-    at.step.alleles = alleles_at(l);
-    at.step.column = at.position == at.length - 1 ? stored(buffers.alpha, s) : buffers.forward.data();
-    at.step.sums = &at.sums;
-}
-
-void haplotype_segment::prepare_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
-    const int l = at.locus, s = at.segment;
-    if (l < locus_first) {
-        at.kind = cursor::DONE;
-        return;
-    }
-    at.length = static_cast<int>(G.seg_length[s]);
-    if (l < locus_last) {
-        const bool inside = at.position < at.length - 1;
-        at.kind = inside ? cursor::INSIDE : cursor::ACROSS;
-        at.step.from = {at.step.column, &at.sums, M.tn[l], M.nt[l],
-                        static_cast<int>(G.seg_count[inside ? s : s + 1])};
-    }
-    const unsigned alleles = buffers.candidates[l - locus_first];
-    at.step.em = &buffers.emission[alleles];
-    if (l == locus_last) {
-        at.first_emissions = column_kernels::emissions_of(alleles, M.em_match_n, M.em_mismatch_n);
+template <int DIRECTION>
+void haplotype_segment::begin(pass& at, const hmm_parameters& M, const genotype_graph& G) {
+    at.kind = pass::DONE;
+    if (locus_first > locus_last) return;
+    at.kind = pass::START;
+    at.locus = DIRECTION > 0 ? locus_first : locus_last;
+    at.segment = DIRECTION > 0 ? segment_first : segment_last;
+    at.to_come = static_cast<int>(G.seg_length[at.segment]) - 1;
+    at.phase = (at.locus - locus_first) % RESCALING_PERIOD;  // both passes count loci from the left end
+    at.candidates = &buffers.candidates[at.locus - locus_first];
+    at.step.from.sums = at.step.sums = &at.sums;
+    at.step.alleles = alleles_at(at.locus);
+    at.step.em = &buffers.emission[*at.candidates];
+    if (DIRECTION < 0) {
+        at.first_emissions = column_kernels::emissions_of(*at.candidates, M.em_match_n, M.em_mismatch_n);
         at.step.em = &at.first_emissions;
     }
-    at.step.alleles = alleles_at(l);
-    at.step.column = at.position == 0 ? stored(buffers.beta, s) : buffers.backward.data();
-    at.step.sums = &at.sums;
+    at.step.column = column_at<DIRECTION>(at);
 }
 
-/// Both passes count loci from the left end of the run.
-void haplotype_segment::rescale(cursor& at, const genotype_graph& G) const {
-    if ((at.locus - locus_first) % RESCALING_PERIOD == 0)
-        kernels().rescale(static_cast<int>(G.seg_count[at.segment]), K(), at.step.column, at.sums);
+/// Takes the step in hand.
+void haplotype_segment::take(const pass& at) const {
+    if (at.kind == pass::START)
+        kernel.start(at.step, K());
+    else if (at.kind == pass::INSIDE)
+        kernel.inside(at.step, K());
+    else
+        kernel.across(at.step, K());
 }
 
-void haplotype_segment::next_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
-    rescale(at, G);
-    ++at.locus;
-    if (++at.position == at.length) {
-        buffers.alpha_sum[at.segment - segment_first] = at.sums;
-        ++at.segment;
-        at.position = 0;
+/// Ends the step that has been taken, and goes on to the next locus.
+template <int DIRECTION>
+inline void haplotype_segment::advance(pass& at, const hmm_parameters& M, const genotype_graph& G) {
+    const int n_candidates = static_cast<int>(G.seg_count[at.segment]);
+    if (at.phase == 0) kernel.rescale(n_candidates, K(), at.step.column, at.sums);
+    if (DIRECTION > 0)
+        at.phase = at.phase == RESCALING_PERIOD - 1 ? 0 : at.phase + 1;
+    else
+        at.phase = at.phase == 0 ? RESCALING_PERIOD - 1 : at.phase - 1;
+    if (at.to_come > 0) {
+        at.kind = pass::INSIDE;
+        --at.to_come;
+    } else {
+        if (DIRECTION > 0) buffers.alpha_sum[at.segment - segment_first] = at.sums;
+        if (DIRECTION < 0 && at.locus == 0) beta_sum = at.sums;
+        if (at.segment == (DIRECTION > 0 ? segment_last : segment_first)) {
+            at.kind = pass::DONE;
+            return;
+        }
+        at.kind = pass::ACROSS;
+        at.segment += DIRECTION;
+        at.to_come = static_cast<int>(G.seg_length[at.segment]) - 1;
     }
-    prepare_forward(at, M, G);
+    const int interval = DIRECTION > 0 ? at.locus : at.locus - 1;  // between two loci, named by the left one
+    at.locus += DIRECTION;
+    at.candidates += DIRECTION;
+    at.step.from.column = at.step.column;
+    at.step.from.tn = M.tn[interval];
+    at.step.from.nt = M.nt[interval];
+    at.step.from.n_candidates = n_candidates;
+    at.step.alleles += DIRECTION * static_cast<std::ptrdiff_t>(stride());
+    at.step.em = &buffers.emission[*at.candidates];
+    at.step.column = column_at<DIRECTION>(at);
 }
 
-void haplotype_segment::next_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G) {
-    rescale(at, G);
-    if (at.locus == 0) beta_sum = at.sums;
-    --at.locus;
-    if (--at.position < 0 && at.segment > segment_first) {
-        --at.segment;
-        at.position = static_cast<int>(G.seg_length[at.segment]) - 1;
-    }
-    prepare_backward(at, M, G);
+template <int DIRECTION>
+void haplotype_segment::run_pass(const hmm_parameters& M, const genotype_graph& G) {
+    prepare(M, G);
+    pass at;
+    for (begin<DIRECTION>(at, M, G); at.kind != pass::DONE; advance<DIRECTION>(at, M, G)) take(at);
 }
 
 void haplotype_segment::forward(const hmm_parameters& M, const genotype_graph* G) {
-    prepare(M, *G);
-    for (cursor at = start_of_forward(M, *G); at.kind != cursor::DONE; next_forward(at, M, *G)) at.run(K());
+    run_pass<1>(M, *G);
 }
 
 void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* G) {
-    prepare(M, *G);
-    for (cursor at = start_of_backward(M, *G); at.kind != cursor::DONE; next_backward(at, M, *G)) at.run(K());
+    run_pass<-1>(M, *G);
 }
 
 /// Runs both passes. They know nothing of each other: side by side each fills the time that the other one
 /// waits. Steps at boundaries are taken alone, while the other pass stands.
 void haplotype_segment::both_passes(const hmm_parameters& M, const genotype_graph& G) {
-    cursor ahead = start_of_forward(M, G), back = start_of_backward(M, G);
-    while (ahead.kind != cursor::DONE || back.kind != cursor::DONE) {
-        if (ahead.kind == cursor::INSIDE && back.kind == cursor::INSIDE) {
-            kernels().inside_both(ahead.step, back.step, K());
-            next_forward(ahead, M, G);
-            next_backward(back, M, G);
-        } else if (back.kind == cursor::DONE || ahead.is_at_boundary()) {
-            ahead.run(K());
-            next_forward(ahead, M, G);
+    pass ahead, back;
+    begin<1>(ahead, M, G);
+    begin<-1>(back, M, G);
+    while (ahead.kind != pass::DONE || back.kind != pass::DONE) {
+        if (ahead.kind == pass::INSIDE && back.kind == pass::INSIDE) {
+            kernel.inside_both(ahead.step, back.step, K());
+            advance<1>(ahead, M, G);
+            advance<-1>(back, M, G);
+        } else if (back.kind == pass::DONE || ahead.is_at_boundary()) {
+            take(ahead);
+            advance<1>(ahead, M, G);
         } else {
-            back.run(K());
-            next_backward(back, M, G);
+            take(back);
+            advance<-1>(back, M, G);
         }
     }
 }
@@ -314,7 +291,7 @@ int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* 
     const int n_left = static_cast<int>(G->seg_count[s - 1]), n_right = static_cast<int>(G->seg_count[s]);
     const flow left{stored(buffers.alpha, s - 1), &buffers.alpha_sum[s - 1 - segment_first], M.tn[locus - 1],
                     M.nt[locus - 1], n_left};
-    kernels().pair_sums(left, stored(buffers.beta, s), n_right, K(), pair_prob);
+    kernel.pair_sums(left, stored(buffers.beta, s), n_right, K(), pair_prob);
     double total = 0.0;
     for (int c = 0; c < n_left; ++c)
         for (int d = 0; d < n_right; ++d) total += pair_prob[c][d];

@@ -30,7 +30,6 @@ struct segment_buffers {
     std::vector<column_kernels::lanes> beta;       // K rows a segment: the backward column at its first locus
     std::vector<column_kernels::lanes> alpha_sum;  // one a segment: the sums of alpha
     std::vector<std::uint64_t> words;              // 64 alleles of each conditioning haplotype
-    std::vector<unsigned char> packed;             // eight of each
     std::vector<unsigned char> alleles;     // K a locus and some to spare: of the conditioning haplotypes
     std::vector<unsigned char> candidates;  // one a locus: bit c is the allele of candidate c
     std::vector<double> group_prob;         // of one transition group
@@ -82,7 +81,7 @@ class haplotype_segment {
     column_kernels::pair_matrix pair_prob{};
 
   private:
-    struct cursor;
+    struct pass;
 
     int K() const { return static_cast<int>(idx->size()); }
     /// Bytes from the alleles of one locus to those of the next: whole registers are quicker to fill.
@@ -95,14 +94,17 @@ class haplotype_segment {
     void prepare_emissions(const hmm_parameters& M);
     void prepare(const hmm_parameters& M, const genotype_graph& G);
     void count_work(const genotype_graph& G) const;
-    cursor start_of_forward(const hmm_parameters& M, const genotype_graph& G);
-    cursor start_of_backward(const hmm_parameters& M, const genotype_graph& G);
-    void prepare_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
-    void prepare_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
-    void next_forward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
-    void next_backward(cursor& at, const hmm_parameters& M, const genotype_graph& G);
+    // A pass goes up (DIRECTION 1) or down (-1).
+    template <int DIRECTION>
+    column_kernels::lanes* column_at(const pass& at);
+    template <int DIRECTION>
+    void begin(pass& at, const hmm_parameters& M, const genotype_graph& G);
+    template <int DIRECTION>
+    void advance(pass& at, const hmm_parameters& M, const genotype_graph& G);
+    template <int DIRECTION>
+    void run_pass(const hmm_parameters& M, const genotype_graph& G);
+    void take(const pass& at) const;
     void both_passes(const hmm_parameters& M, const genotype_graph& G);
-    void rescale(cursor& at, const genotype_graph& G) const;
     unsigned char* alleles_at(int locus) const {
         return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * stride();
     }
@@ -110,4 +112,6 @@ class haplotype_segment {
     void set_end_group(genotype_graph* G, int g, const column_kernels::lanes& mass, int n_candidates,
                        int shift);
     int set_inner_group(const hmm_parameters& M, genotype_graph* G, int s, int locus);
+
+    const column_kernels::kernel_set& kernel;
 };

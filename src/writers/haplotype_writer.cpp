@@ -37,20 +37,21 @@ void haplotype_writer::writeSample(const std::string& sample) const {
 }
 
 void haplotype_writer::writeHaps(const std::string& haps) const {
-    constexpr int LOCI = 8;  // of one byte of a haplotype, which is fetched once for all of them
+    constexpr int BYTE = 8, WORD = 64;  // loci
     ofile stream(haps);
     const int n_haplotypes = 2 * static_cast<int>(GH.vecG.size());
-    std::vector<unsigned char> packed(n_haplotypes), alleles(LOCI * packed.size());
+    std::vector<std::uint64_t> words(n_haplotypes);
+    std::vector<unsigned char> alleles(BYTE * words.size());
     std::string line;
     for (int l = 0; l < GH.snps->size(); ++l) {
-        if (l % LOCI == 0) {
-            for (int h = 0; h < n_haplotypes; ++h) packed[h] = GH.vecH[h].data[l / LOCI];
-            column_kernels::kernels().unpack(packed.data(), n_haplotypes, alleles.data());
-        }
+        if (l % WORD == 0)
+            for (int h = 0; h < n_haplotypes; ++h) words[h] = GH.vecH[h].get64(l);
+        if (l % BYTE == 0)
+            column_kernels::kernels().unpack(words.data(), l % WORD / BYTE, n_haplotypes, alleles.data());
         const snp* variant = GH.snps->getByIndex(l);
         line = variant->id + " " + variant->id + " " + sutils::int2str(variant->bp) + " " + variant->a0 +
                " " + variant->a1;
-        appendAlleles(line, alleles.data() + (l % LOCI) * packed.size(), n_haplotypes);
+        appendAlleles(line, alleles.data() + (l % BYTE) * words.size(), n_haplotypes);
         line += '\n';
         stream.writeText(line);
     }

@@ -280,15 +280,17 @@ TEST(EmissionsOf, GivesEachCandidateItsOwn) {
 }
 
 TEST_P(column_kernels_of, UnpackTakesTheLowBitFirst) {
-    for (int K = 0; K < 70; ++K) {
-        std::vector<unsigned char> bytes;
-        for (int k = 0; k < K; ++k) bytes.push_back(static_cast<unsigned char>(random()));
-        std::vector<unsigned char> alleles(8 * K, 9);
-        kernels.unpack(bytes.data(), K, alleles.data());
-        for (int b = 0; b < 8; ++b)
-            for (int k = 0; k < K; ++k)
-                ASSERT_EQ(alleles[b * K + k], bytes[k] / (1 << b) % 2)
-                    << "bit " << b << " of byte " << k << " of " << K;
+    for (int K = 0; K < 140; ++K) {
+        std::vector<std::uint64_t> words;
+        for (int k = 0; k < K; ++k) words.push_back(std::uint64_t{random()} << 32 | random());
+        for (int byte = 0; byte < 8; ++byte) {
+            std::vector<unsigned char> alleles(8 * K, 9);
+            kernels.unpack(words.data(), byte, K, alleles.data());
+            for (int b = 0; b < 8; ++b)
+                for (int k = 0; k < K; ++k)
+                    ASSERT_EQ(alleles[b * K + k], words[k] >> (8 * byte + b) & 1)
+                        << "bit " << b << " of byte " << byte << " of word " << k << " of " << K;
+        }
     }
 }
 
