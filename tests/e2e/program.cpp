@@ -58,6 +58,8 @@ background_run::background_run(const support::temporary_folder& folder, const st
     if (process > 0) return;
     ::alarm(120);
     become_program(folder, words(line), [] {
+        // Whoever has started the tests in the background may have had these ignored.
+        for (const int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, SIG_DFL);
         const int nothing = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
         ::dup2(nothing, STDOUT_FILENO);
         ::dup2(nothing, STDERR_FILENO);
