@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <random>
 #include <vector>
 
 namespace bench {
@@ -11,14 +12,14 @@ namespace {
 
 using namespace column_kernels;
 
-/// Time of one call, in seconds: the median of several rounds of calls.
+/// Time of one call, in seconds: the median of several rounds of calls, which are numbered from 0.
 template <class Call>
 double seconds_of(Call call) {
     constexpr int ROUNDS = 9, CALLS = 2000;
     std::array<double, ROUNDS> rounds;
     for (double& seconds : rounds) {
         const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < CALLS; ++i) call();
+        for (int i = 0; i < CALLS; ++i) call(i);
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
         seconds = passed.count() / CALLS;
     }
@@ -32,60 +33,106 @@ lanes filled(double value) {
     return row;
 }
 
-/// Two passes whose columns are replaced step after step and keep their values in range.
-struct passes {
-    passes(int n_states, int n_candidates)
+/// Both passes over a window as a run has them: each locus has its own alleles and emissions, each step goes
+/// on from the sums of the one before, and the columns at boundaries lie apart. All emissions are `emission`,
+/// so that values stay in range.
+class window {
+  public:
+    window(int n_states, int n_candidates, double emission = 1.0)
         : K(n_states),
+          alpha(BOUNDARIES * K, filled(1.0)),
+          beta(alpha),
           forward(K, filled(1.0)),
-          backward(K, filled(1.0)),
-          alleles(K),
-          em{filled(1.0), filled(1.0)} {
-        for (int k = 0; k < K; ++k) alleles[k] = static_cast<unsigned char>(k * 7 % 3 == 0);
+          backward(forward),
+          em(256, {filled(emission), filled(emission)}),
+          alleles(LOCI * K) {
+        std::mt19937 random(1);
+        for (unsigned char& allele : alleles) allele = random() % 4 == 0;
+        for (const emissions*& at : em_at) at = &em[random() % em.size()];
         const double tn = 0.001 / K;
-        s = {{forward.data(), &from_sums, tn, 0.999, n_candidates},
-             &em,
-             alleles.data(),
-             forward.data(),
-             &sums_s};
-        t = {{backward.data(), &from_sums, tn, 0.999, n_candidates},
-             &em,
-             alleles.data(),
-             backward.data(),
-             &sums_t};
+        ahead = {{forward.data(), &sums, tn, 0.999, n_candidates}, nullptr, nullptr, forward.data(), &sums};
+        back = {{backward.data(), &sums_back, tn, 0.999, n_candidates},
+                nullptr,
+                nullptr,
+                backward.data(),
+                &sums_back};
+    }
+
+    void inside_both(int i) {
+        go_to(ahead, i % LOCI);
+        go_to(back, LOCI - 1 - i % LOCI);
+        kernels().inside_both(ahead, back, K);
+    }
+    void across(int i) {
+        go_to(ahead, i % LOCI);
+        kernels().across(ahead, K);
+    }
+    void pair_sums(int i, int n_right) {
+        const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(i % BOUNDARIES) * K;
+        const flow left{&alpha[at], &sums, ahead.from.tn, ahead.from.nt, ahead.from.n_candidates};
+        kernels().pair_sums(left, &beta[at], n_right, K, pairs);
+    }
+
+  private:
+    static constexpr int LOCI = 500, BOUNDARIES = 60;
+
+    void go_to(step& s, int locus) {
+        s.em = em_at[locus];
+        s.alleles = &alleles[static_cast<std::ptrdiff_t>(locus) * K];
     }
 
     int K;
-    std::vector<lanes> forward, backward;
+    std::vector<lanes> alpha, beta, forward, backward;
+    std::vector<emissions> em;
+    std::array<const emissions*, LOCI> em_at{};
     std::vector<unsigned char> alleles;
-    emissions em;
-    lanes from_sums = filled(K);
-    lanes sums_s, sums_t;
-    step s, t;
+    lanes sums = filled(K), sums_back = filled(K);
+    step ahead{}, back{};
+    pair_matrix pairs{};
 };
 
 double seconds_a_row(int K, int n_candidates) {
-    const passes p(K, n_candidates);
-    return seconds_of([&] { kernels().inside_both(p.s, p.t, K); }) / (2 * K);
+    window w(K, n_candidates);
+    return seconds_of([&](int i) { w.inside_both(i); }) / (2 * K);
 }
 
 double seconds_a_row_across(int K, int n_candidates) {
-    const passes p(K, n_candidates);
-    return seconds_of([&] { kernels().across(p.s, K); }) / K;
+    window w(K, n_candidates, 1.0 / n_candidates);
+    return seconds_of([&](int i) { w.across(i); }) / K;
 }
 
 double seconds_a_pair_row(int K, int n_left, int n_right) {
-    const passes p(K, n_left);
-    pair_matrix pairs;
-    return seconds_of([&] { kernels().pair_sums(p.s.from, p.backward.data(), n_right, K, pairs); }) / K;
+    window w(K, n_left);
+    return seconds_of([&](int i) { w.pair_sums(i, n_right); }) / K;
 }
 
 }  // namespace
 
-std::vector<kernel_time> times_of_kernels(const model_work& work, int K) {
+kernel_speed kernel_speed::now(int K) {
+    kernel_speed speed;
+    for (int c = 1; c <= LANES; ++c) {
+        speed.inside[c] = seconds_a_row(K, c);
+        speed.across[c] = seconds_a_row_across(K, c);
+        for (int d = 1; d <= LANES; ++d) speed.pairs[c][d] = seconds_a_pair_row(K, c, d);
+    }
+    return speed;
+}
+
+kernel_speed kernel_speed::between(const kernel_speed& a, const kernel_speed& b) {
+    kernel_speed mean;
+    for (int c = 1; c <= LANES; ++c) {
+        mean.inside[c] = (a.inside[c] + b.inside[c]) / 2;
+        mean.across[c] = (a.across[c] + b.across[c]) / 2;
+        for (int d = 1; d <= LANES; ++d) mean.pairs[c][d] = (a.pairs[c][d] + b.pairs[c][d]) / 2;
+    }
+    return mean;
+}
+
+std::vector<kernel_time> times_of_kernels(const model_work& work, const kernel_speed& speed) {
     std::vector<kernel_time> times;
     const auto add = [&times](const std::string& kernel, long rows, long values, double seconds_a_row) {
         const auto n = static_cast<double>(values);
-        times.push_back({kernel, n, static_cast<double>(rows) * seconds_a_row * 1e9 / n});
+        if (rows > 0) times.push_back({kernel, n, static_cast<double>(rows) * seconds_a_row * 1e9 / n});
     };
     for (int c = 1; c <= LANES; ++c) {
         // Each pass goes once across a boundary; all its other steps are inside.
@@ -96,16 +143,15 @@ std::vector<kernel_time> times_of_kernels(const model_work& work, int K) {
             values_across += d * rows;
         }
         const long rows_inside = work.rows[c] - rows_across;
-        if (rows_inside > 0)
-            add("inside " + std::to_string(c), rows_inside, c * rows_inside, seconds_a_row(K, c));
-        if (rows_across > 0)
-            add("across from " + std::to_string(c), rows_across, values_across, seconds_a_row_across(K, c));
+        add("inside " + std::to_string(c), rows_inside, c * rows_inside, speed.inside[c]);
+        add("across from " + std::to_string(c), rows_across, values_across, speed.across[c]);
     }
     for (int c = 1; c <= LANES; ++c)
-        for (int d = 1; d <= LANES; ++d)
-            if (const long rows = work.pair_rows[c][d]; rows > 0)
-                add("pairs " + std::to_string(c) + " x " + std::to_string(d), rows, c * d * rows,
-                    seconds_a_pair_row(K, c, d));
+        for (int d = 1; d <= LANES; ++d) {
+            const long rows = work.pair_rows[c][d];
+            add("pairs " + std::to_string(c) + " x " + std::to_string(d), rows, c * d * rows,
+                speed.pairs[c][d]);
+        }
     return times;
 }
 

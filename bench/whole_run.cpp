@@ -91,11 +91,16 @@ void measure(const settings& s, const std::string& folder, std::FILE* out) {
     const std::vector<std::string> args{std::istream_iterator<std::string>(line), {}};
     const int silence = ::open("/dev/null", O_WRONLY);
     ::dup2(silence, STDOUT_FILENO);
+    // The host's speed changes from minute to minute: kernels are timed on either side of the run.
+    const auto before = bench::kernel_speed::now(s.states);
     phaser mode;
+    const double start = cpu_seconds();
     const times t = run_program(mode, args);
-    const double cpu = cpu_seconds(), memory = peak_megabytes();
+    const double cpu = cpu_seconds() - start, memory = peak_megabytes();
+    const auto after = bench::kernel_speed::now(s.states);
     const phaser::job_cost& cost = mode.cost_of_jobs();
-    const std::vector<bench::kernel_time> times_of_kernels = bench::times_of_kernels(cost.model, s.states);
+    const std::vector<bench::kernel_time> times_of_kernels =
+        bench::times_of_kernels(cost.model, bench::kernel_speed::between(before, after));
     double kernels = 0.0;
     for (const bench::kernel_time& time : times_of_kernels) kernels += time.seconds();
     const double rest = t.chain - cost.selection_seconds - cost.model_seconds;
