@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cmath>
 
+#include "containers/closest_heap.h"
 #include "containers/genhap_set.h"
 #include "containers/haplotype_distance.h"
 #include "objects/bit_kernels.h"
@@ -27,48 +28,6 @@ class selection_timer {
     using clock = std::chrono::steady_clock;
     std::atomic<long>& total;
     clock::time_point start;
-};
-
-/// The best haplotypes found so far, at most `K` once trimmed. The heap rules of the GNU library decide which
-/// of several equally distant haplotypes stay.
-class closest_heap {
-  public:
-    closest_heap(int K, std::vector<haplotype_distance>& memory) : capacity(K), heap(memory) { heap.clear(); }
-
-    /// A distance has to lie below this one to be worth a place.
-    int limit() const {
-        const bool full = !heap.empty() && static_cast<int>(heap.size()) >= capacity;
-        return full ? heap.front().dist : DISTANCE_BEYOND_LIMIT;
-    }
-    void push(int h, int distance) {
-        heap.push_back({h, distance});
-        std::push_heap(heap.begin(), heap.end(), is_nearer);
-    }
-    void trim() {
-        while (static_cast<int>(heap.size()) > std::max(capacity, 0)) pop();
-    }
-    /// Empties the heap into `idx`, the largest distance first; returns the smallest, or `best` if smaller.
-    int drain(std::vector<int>& idx, int best) {
-        while (!heap.empty()) {
-            idx.push_back(heap.front().idx);
-            best = std::min(best, heap.front().dist);
-            pop();
-        }
-        return best;
-    }
-
-  private:
-    /// The entries' own order while they minimise, as they do here: asking at each step would cost time.
-    static constexpr auto is_nearer = [](const haplotype_distance& a, const haplotype_distance& b) {
-        return a.dist < b.dist;
-    };
-    void pop() {
-        std::pop_heap(heap.begin(), heap.end(), is_nearer);
-        heap.pop_back();
-    }
-
-    int capacity;
-    std::vector<haplotype_distance>& heap;
 };
 
 /// Memory of a selection. It lives with its thread, so that a selection allocates nothing.

@@ -108,11 +108,15 @@ struct eight_distances {
 
 KERNEL void scan(const tile_line* lines, int stride, const int* tiles, int n_tiles,
                  const target_words* targets, int n_words, int* d0, int* d1) {
+    constexpr int AHEAD = 3;  // tiles: a tile's first lines come unexpected to the processor
     for (int i = 0; i < n_tiles; ++i) {
         const tile_line* line = lines + static_cast<std::ptrdiff_t>(tiles[i]) * stride;
+        const tile_line* later =
+            lines + static_cast<std::ptrdiff_t>(tiles[std::min(i + AHEAD, n_tiles - 1)]) * stride;
         eight_distances to0, to1;
         for (int w = 0; w < n_words;) {
             for (const int end = std::min(w + eight_distances::MOST_WORDS, n_words); w < end; ++w) {
+                __builtin_prefetch(later + w);
                 to0.add(line[w], targets[w].t0, targets[w].counted);
                 to1.add(line[w], targets[w].t1, targets[w].counted);
             }

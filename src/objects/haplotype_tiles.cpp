@@ -3,6 +3,7 @@
 #include <numeric>
 
 #include "objects/chaplotype.h"
+#include "utils/assertion.h"
 
 using bit_kernels::TILE;
 
@@ -27,6 +28,8 @@ void haplotype_tiles::copy(const std::vector<chaplotype>& H) {
     numbers.resize((n_haplotypes + TILE - 1) / TILE);
     std::iota(numbers.begin(), numbers.end(), 0);
     lines.resize(numbers.size() * n_words);
+    for (const chaplotype& h : H)
+        TOLVANE_ASSERT(h.data.size() >= H.front().data.size(), "h.data.size() >= H.front().data.size()");
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const int first = TILE * static_cast<int>(i / n_words), word = static_cast<int>(i % n_words);
         for (int j = 0; j < TILE; ++j)

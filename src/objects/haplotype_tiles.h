@@ -13,7 +13,8 @@ class chaplotype;
 /// reads just the words that it needs, line after line, and counts eight haplotypes at a time.
 class haplotype_tiles {
   public:
-    /// Replaces the copy. All haplotypes have as many loci as the first one.
+    /// Replaces the copy. All haplotypes have at least as many loci as the first one; those behind it are
+    /// left out.
     void copy(const std::vector<chaplotype>& H);
     /// Number of haplotypes copied.
     int size() const { return n_haplotypes; }

@@ -33,6 +33,13 @@ TEST(phasing, a_seed_repeats_a_run_and_another_one_does_not) {
     EXPECT_EQ(haplotypes(data, "-B study --seed 0" + SHORT), haplotypes(data, "-B study --seed 1" + SHORT));
 }
 
+TEST(phasing, more_states_than_haplotypes_are_as_many_as_there_are) {
+    const e2e::study data(12);
+    const std::string line = "-B study -M study.map -O out -L run.log --seed 3 --main 3 --states ";
+    const std::string all = haplotypes(data, line + "24");
+    EXPECT_EQ(haplotypes(data, line + "5000"), all);
+}
+
 struct variation {
     const char* name;
     const char* options;

@@ -1,7 +1,7 @@
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <csignal>
-#include <ctime>
 
 #include "models/haplotype_segment.h"
 #include "modes/phaser/phaser.h"
@@ -27,22 +27,18 @@ bool is_every(int step, int iteration) {
     return iteration % step == 0;
 }
 
-/// Tells the processor seconds of the calling thread between laps.
+/// Tells the seconds between laps.
 class stopwatch {
   public:
     double lap() {
-        const double before = now;
-        now = read();
-        return now - before;
+        const clock::time_point before = now;
+        now = clock::now();
+        return std::chrono::duration<double>(now - before).count();
     }
 
   private:
-    static double read() {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-    }
-    double now = read();
+    using clock = std::chrono::steady_clock;
+    clock::time_point now = clock::now();
 };
 
 }  // namespace
