@@ -19,7 +19,7 @@ class plain_selection {
     plain_selection(const genhap_set& set, int individual, int first_locus, int last_locus)
         : H(set.vecH), ind(individual), first(first_locus), last(last_locus) {}
 
-    std::vector<int> among(const std::vector<bool>& mask) {
+    std::vector<int> among(const haplotype_mask& mask) {
         for (int h = 0; h < static_cast<int>(H.size()); h += 2)
             if (h / 2 != ind && mask[h]) offer_pair(h);
         std::vector<int> found;
@@ -77,8 +77,8 @@ struct subject {
 
     bench::cohort data;
     int first, last;
-    std::vector<bool> mask;
-    std::vector<bool> all = std::vector<bool>(data.haplotypes.vecH.size(), true);
+    haplotype_mask mask;
+    haplotype_mask all = haplotype_mask(data.haplotypes.vecH.size(), 1);
     std::vector<int> idx;
     int ind = 0;
 };
@@ -91,7 +91,7 @@ void compare(int individuals, double density) {
     const std::string size =
         std::to_string(individuals) + " individuals/" + std::to_string(static_cast<int>(density)) + " a Mb";
     for (const bool masked : {false, true}) {
-        const std::vector<bool>& mask = masked ? s.mask : s.all;
+        const haplotype_mask& mask = masked ? s.mask : s.all;
         const auto plainly = [&s, &mask] {
             return plain_selection(s.data.haplotypes, s.next(), s.first, s.last).among(mask);
         };

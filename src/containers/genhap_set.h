@@ -37,7 +37,7 @@ class genhap_set {
     int subsetHaplotypes_hamming(int ind, int K, int first, int last, std::vector<int>& idx);
     /// The same among the haplotypes of individuals that `mask` (one entry for each of vecH) marks, and all
     /// of the panel, whatever their entries. The individual's own pair must not be marked.
-    int subsetHaplotypes_hamming(const std::vector<bool>& mask, int ind, int K, int first, int last,
+    int subsetHaplotypes_hamming(const haplotype_mask& mask, int ind, int K, int first, int last,
                                  std::vector<int>& idx);
 
     /// Seconds spent selecting, summed over all threads; a diagnostic.

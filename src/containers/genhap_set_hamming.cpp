@@ -32,10 +32,37 @@ class selection_timer {
 
 /// Memory of a selection. It lives with its thread, so that a selection allocates nothing.
 struct selection_memory {
+    struct marked_pair {
+        int pair;   // its first haplotype
+        int marks;  // bit 0 if that is marked, bit 1 if the second one is
+    };
+
+    /// Lists what is marked among the haplotypes of individuals, and the tiles that hold that or haplotypes
+    /// of the panel. Entries are written in any case and stay if the count moves on: a branch would be
+    /// guessed wrong too often.
+    void list_marked(const haplotype_mask& mask, int n_study) {
+        list.resize(n_study / 2 + 1);
+        std::size_t n = 0;
+        for (int h = 0; h < n_study; h += 2) {
+            list[n] = {h, mask[h] + 2 * mask[h + 1]};
+            n += list[n].marks != 0;
+        }
+        list.resize(n);
+        tiles.resize((mask.size() + bit_kernels::TILE - 1) / bit_kernels::TILE + 1);
+        n = 0;
+        const auto add = [this, &n](int tile) {
+            tiles[n] = tile;
+            n += n == 0 || tiles[n - 1] != tile;
+        };
+        for (const marked_pair& marked : list) add(marked.pair / bit_kernels::TILE);
+        for (int h = n_study; h < static_cast<int>(mask.size()); ++h) add(h / bit_kernels::TILE);
+        tiles.resize(n);
+    }
+
     std::vector<haplotype_distance> heap;
-    std::vector<int> list;          // haplotypes to look at, where not all are
-    std::vector<int> tiles;         // those that hold them
-    std::vector<int> to_t0, to_t1;  // their distances to the targets
+    std::vector<marked_pair> list;
+    std::vector<int> tiles;
+    std::vector<int> to_t0, to_t1;  // distances to the targets
 };
 
 /// One selection: an individual's two haplotypes, a range of loci, and the best haplotypes so far.
@@ -128,38 +155,23 @@ int genhap_set::subsetHaplotypes_hamming(int ind, int K, int first, int last, st
     return closest.finish(idx);
 }
 
-int genhap_set::subsetHaplotypes_hamming(const std::vector<bool>& mask, int ind, int K, int first, int last,
+int genhap_set::subsetHaplotypes_hamming(const haplotype_mask& mask, int ind, int K, int first, int last,
                                          std::vector<int>& idx) {
     const selection_timer timer(time_hamming);
     thread_local selection_memory memory;
     idx.clear();
-    const int n_study = 2 * static_cast<int>(vecG.size()), n_haps = static_cast<int>(mask.size());
-    std::vector<int>& list = memory.list;
-    list.resize(n_haps);
-    std::size_t n_listed = 0;
-    for (int h = 0; h < n_haps; ++h) {
-        list[n_listed] = h;  // stays if the count moves on: no branch that would be guessed wrong
-        n_listed += h >= n_study || mask[h];
-    }
-    list.resize(n_listed);
-    std::vector<int>& of_tiles = memory.tiles;
-    of_tiles.clear();
-    for (const int h : list)
-        if (of_tiles.empty() || of_tiles.back() != h / bit_kernels::TILE)
-            of_tiles.push_back(h / bit_kernels::TILE);
-
+    TOLVANE_ASSERT(mask.size() == vecH.size(), "mask.size() == vecH.size()");
+    const int n_study = 2 * static_cast<int>(vecG.size()), n_haps = static_cast<int>(vecH.size());
+    memory.list_marked(mask, n_study);
     selection closest(vecH, ind, K, first, last, memory);
-    closest.scan(tiles, of_tiles);
-    for (std::size_t at = 0; at < list.size(); ++at) {
-        const int h = list[at];
-        const bool is_pair = h % 2 == 0 && h < n_study && at + 1 < list.size() && list[at + 1] == h + 1;
-        if (h >= n_study)
-            closest.offer_reference(h);
-        else if (is_pair)
-            closest.offer_pair(list[at++]);
+    closest.scan(tiles, memory.tiles);
+    for (const auto [pair, marks] : memory.list) {
+        if (marks == 3)
+            closest.offer_pair(pair);
         else
-            closest.offer_single(h);
+            closest.offer_single(pair + (marks >> 1));
     }
+    for (int h = n_study; h < n_haps; ++h) closest.offer_reference(h);
     return closest.finish(idx);
 }
 

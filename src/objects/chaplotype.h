@@ -15,6 +15,9 @@ extern const std::array<std::int32_t, 256> distance_lookup;
 /// What a bounded distance returns once it has passed its limit.
 constexpr int DISTANCE_BEYOND_LIMIT = 1000000000;
 
+/// One entry a haplotype: 1 where it is marked, else 0. Whole bytes, which are quick to set and to list.
+using haplotype_mask = std::vector<unsigned char>;
+
 /// A haplotype: biallelic alleles packed eight to the byte. Locus l is bit l & 7 of byte l >> 3; bits past
 /// the last locus are 0, on which the distances rely. Distances work on whole bytes.
 class chaplotype {

@@ -33,15 +33,15 @@ void haplotypeCluster::build(int a, int b, float size1, float size2, int K) {
         if (static_cast<int>(members.size()) < cond_size) topupClusters_random(cond_size);
 }
 
-int haplotypeCluster::mask(int curr_ind, std::vector<bool>& out) const {
+int haplotypeCluster::mask(int curr_ind, haplotype_mask& out) const {
     const int t0 = 2 * curr_ind, t1 = t0 + 1;
     TOLVANE_ASSERT(curr_ind < nhap / 2, "curr_ind<nhap/2");
     if (nhap <= cond_size) {
-        out.assign(nhap, true);
-        out[t0] = out[t1] = false;
+        out.assign(nhap, 1);
+        out[t0] = out[t1] = 0;
         return 0;
     }
-    out.assign(nhap, false);
+    out.assign(nhap, 0);
     int count = 0;
     const auto members_of = [this](int h) -> const std::vector<int>& {
         static const std::vector<int> none;
@@ -50,17 +50,17 @@ int haplotypeCluster::mask(int curr_ind, std::vector<bool>& out) const {
     };
     for (const int target : {t0, t1})
         for (const int h : members_of(target)) {
-            count += !out[h];
-            out[h] = true;
+            count += 1 - out[h];
+            out[h] = 1;
         }
     // Random haplotypes come on top of the clusters, whatever their sizes, as long as any is left.
     for (int added = 0; added < min_size && count + added < nhap; ++added) {
         int h = putils::getRandom(nhap);
-        while (out[h]) h = putils::getRandom(nhap);
-        out[h] = true;
+        while (out[h] != 0) h = putils::getRandom(nhap);
+        out[h] = 1;
     }
     // The two own haplotypes are taken off the count even where a closed branch doesn't list them.
-    out[t0] = out[t1] = false;
+    out[t0] = out[t1] = 0;
     if (count - 2 < min_size) {
         std::cout << "COUNT = " << count - 2 << "\n"
                   << members_of(t0).size() << "\n"

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "objects/chaplotype.h"
+
 class genhap_set;
 
 /// A tree of clusters over all haplotypes in one window of variants, by repeated splitting with two means
@@ -30,7 +32,7 @@ class haplotypeCluster {
     void build(int a, int b, float c1, float c2, int K);
     /// The haplotypes to scan for an individual: those of the clusters of its two haplotypes and min_size
     /// random ones, without its own. Always 0.
-    int mask(int curr_ind, std::vector<bool>& out) const;
+    int mask(int curr_ind, haplotype_mask& out) const;
     /// Fill clusters of fewer than `n` entries: with random haplotypes of other clusters (repetitions may
     /// occur), or with those that closestN picks from outside.
     int topupClusters_random(int n);

@@ -106,7 +106,7 @@ class plain_selection {
         return drain();
     }
 
-    std::vector<int> among_marked(const std::vector<bool>& mask) {
+    std::vector<int> among_marked(const haplotype_mask& mask) {
         for (int h = 0; h < 2 * n; h += 2) {
             if (mask[h] && mask[h + 1])
                 pair_step(h);
@@ -256,7 +256,7 @@ TEST(SubsetHaplotypes, AgreesWithThePlainTwin) {
             expected = K > 0 ? plain.among_all() : std::vector<int>{};
             best = haps.set.subsetHaplotypes_hamming(ind, K, first, last, idx);
         } else {
-            std::vector<bool> mask(haps.text.size());
+            haplotype_mask mask(haps.text.size());
             for (std::size_t h = 0; h < mask.size(); ++h) mask[h] = random() % 3 > 0;
             mask[2 * ind] = mask[2 * ind + 1] = false;
             expected = K > 0 ? plain.among_marked(mask) : std::vector<int>{};
@@ -383,7 +383,7 @@ TEST(SubsetHaplotypes, SetsTheOrderOfTheHeap) {
 TEST(SubsetHaplotypesOfAMask, PanelIsOfferedWhateverItsMarks) {
     haplotype_set haps(2, {"0000", "0000", "0001", "0001", "0011"});
     std::vector<int> idx;
-    EXPECT_EQ(haps.set.subsetHaplotypes_hamming(std::vector<bool>(5, false), 0, 10, 0, 3, idx), 2);
+    EXPECT_EQ(haps.set.subsetHaplotypes_hamming(haplotype_mask(5, 0), 0, 10, 0, 3, idx), 2);
     EXPECT_EQ(idx, (std::vector<int>{4, 4}));
 }
 
@@ -391,8 +391,7 @@ TEST(SubsetHaplotypesOfAMask, LoneHaplotypesNeedNoChance) {
     haplotype_set haps(3, {"0011", "1100", "0011", "1100", "0111", "1100"});
     putils::initRandom(4);
     std::vector<int> idx;
-    EXPECT_EQ(haps.set.subsetHaplotypes_hamming({false, false, true, false, false, true}, 0, 10, 0, 3, idx),
-              0);
+    EXPECT_EQ(haps.set.subsetHaplotypes_hamming(haplotype_mask{0, 0, 1, 0, 0, 1}, 0, 10, 0, 3, idx), 0);
     EXPECT_EQ(std::set<int>(idx.begin(), idx.end()), (std::set<int>{2, 5}));
     EXPECT_EQ(putils::getRandom(), plain_generator(4).draw());
 }

@@ -137,15 +137,15 @@ TEST(Mask, MarksBothClustersAndSomeOthersButNotTheIndividual) {
                                           {0, 4, 0, 4, 0, 1, 1, 1, 1, 1, 1, 1}, 3, 2);
     for (int seed = 1; seed <= 30; ++seed) {
         plain_generator random(seed);
-        std::vector<bool> expected = support::bits("111110000000");
+        haplotype_mask expected = {1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0};
         for (int added = 0; added < 2; ++added) {
             int h = static_cast<int>(random.draw() * 12);
             while (expected[h]) h = static_cast<int>(random.draw() * 12);
-            expected[h] = true;
+            expected[h] = 1;
         }
-        expected[0] = expected[1] = false;
+        expected[0] = expected[1] = 0;
         putils::initRandom(seed);
-        std::vector<bool> mask = {true, true};
+        haplotype_mask mask = {1, 1};
         EXPECT_EQ(tree.mask(0, mask), 0);
         EXPECT_EQ(mask, expected) << "seed " << seed;
         EXPECT_EQ(putils::getRandom(), random.draw());
@@ -157,7 +157,7 @@ TEST(Mask, OfOneClusterForBothHaplotypes) {
     const haplotypeCluster tree =
         tree_of(set, {{0, {0, 1, 2, 3}}, {1, {4, 5, 6, 7}}}, {0, 0, 0, 0, 1, 1, 1, 1}, 4, 2);
     putils::initRandom(1);
-    std::vector<bool> mask;
+    haplotype_mask mask;
     EXPECT_EQ(tree.mask(1, mask), 0);
     EXPECT_EQ(std::count(mask.begin(), mask.end(), true), 4) << "two of the cluster and two at random";
     EXPECT_TRUE(mask[0] && mask[1]);
@@ -169,25 +169,25 @@ TEST(Mask, RandomOnesEndWhereNoneIsLeft) {
     const haplotypeCluster tree =
         tree_of(set, {{0, {0, 1, 2, 3, 4, 5, 6}}, {1, {7}}}, {0, 0, 0, 0, 0, 0, 0, 1}, 7, 5);
     putils::initRandom(1);
-    std::vector<bool> mask;
+    haplotype_mask mask;
     EXPECT_EQ(tree.mask(0, mask), 0);
-    EXPECT_EQ(mask, support::bits("00111111"));
+    EXPECT_EQ(mask, (haplotype_mask{0, 0, 1, 1, 1, 1, 1, 1}));
 }
 
 TEST(Mask, OfASetThatFitsInOneClusterIsAllOthers) {
     const genhap_set set;
     const haplotypeCluster tree = tree_of(set, {}, {0, 0, 0, 0, 0, 0}, 6, 2);
     putils::initRandom(1);
-    std::vector<bool> mask;
+    haplotype_mask mask;
     EXPECT_EQ(tree.mask(1, mask), 0);
-    EXPECT_EQ(mask, support::bits("110011"));
+    EXPECT_EQ(mask, (haplotype_mask{1, 1, 0, 0, 1, 1}));
     EXPECT_EQ(putils::getRandom(), plain_generator(1).draw()) << "nothing was drawn";
 }
 
 TEST(Mask, IndividualBeyondTheSetAborts) {
     EXPECT_TRUE(aborts_on("curr_ind<nhap/2", [] {
         const genhap_set set;
-        std::vector<bool> mask;
+        haplotype_mask mask;
         tree_of(set, {{0, {0, 1}}}, {0, 0, 0, 0}, 2, 1).mask(2, mask);
     }));
 }
@@ -195,7 +195,7 @@ TEST(Mask, IndividualBeyondTheSetAborts) {
 TEST(Mask, TooSmallClustersTellTheirSizesAndAbort) {
     const auto ask = [] {
         const genhap_set set;
-        std::vector<bool> mask;
+        haplotype_mask mask;
         tree_of(set, {{0, {0}}, {1, {1, 2, 3}}}, {0, 1, 1, 1, 2, 2, 2, 2, 2, 2}, 5, 3).mask(0, mask);
     };
     EXPECT_TRUE(aborts_on("count>=ncond", ask));

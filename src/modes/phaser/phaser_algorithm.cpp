@@ -45,8 +45,8 @@ class stopwatch {
 
 /// What a worker keeps from job to job.
 struct phaser::worker_memory {
-    std::vector<int> idxH;   // conditioning haplotypes
-    std::vector<bool> mask;  // haplotypes to select from, in a tree
+    std::vector<int> idxH;  // conditioning haplotypes
+    haplotype_mask mask;    // haplotypes to select from, in a tree
     segment_buffers buffers;
     double selection_seconds = 0.0;
     double model_seconds = 0.0;
