@@ -1,3 +1,4 @@
+#include <array>
 #include <string_view>
 
 #include "readers/genotype_reader.h"
@@ -27,6 +28,23 @@ void normalise_call(float& p0, float& p1, float& p2) {
     p0 = static_cast<float>(static_cast<double>(p0) / sum);
     p1 = static_cast<float>(static_cast<double>(p1) / sum);
     p2 = static_cast<float>(static_cast<double>(p2) / sum);
+}
+
+/// The genotype that three probabilities are taken for, or -1.
+int call_of(float p0, float p1, float p2, double threshold) {
+    long n_missing = 0, n_called = 0;
+    normalise_call(p0, p1, p2);
+    return hard_call(p0, p1, p2, threshold, n_missing, n_called);
+}
+
+/// The calls of probabilities that are 0 or 1: entry b if the bits of b are the probabilities, first one
+/// lowest.
+std::array<int, 8> certain_calls(double threshold) {
+    std::array<int, 8> calls{};
+    for (int b = 0; b < 8; ++b)
+        calls[b] = call_of(static_cast<float>(b & 1), static_cast<float>(b >> 1 & 1),
+                           static_cast<float>(b >> 2), threshold);
+    return calls;
 }
 
 std::string percentage(long part, long whole) {
@@ -74,6 +92,7 @@ void genotype_reader::readGenotypeImpute(const std::string& gen, const std::stri
     long n_called = 0, n_missing = 0;
     bool new_format = false;
     genotype_block block(ind_ids.size());
+    const std::array<int, 8> certain = certain_calls(threshold);
     while (stream.getLine(line)) {
         ++number;
         const int n_fields = sutils::count_fields(line);
@@ -93,18 +112,26 @@ void genotype_reader::readGenotypeImpute(const std::string& gen, const std::stri
         // which never agree, so a line that names one allele twice keeps its calls.
         const bool same_alleles = fields[3] == fields[4];
         const auto probability = [&cursor] { return static_cast<float>(sutils::str2double(cursor.next())); };
-        std::size_t k = 0;
+        const auto next_call = [&] {
+            const int bits = cursor.next_three_bits();
+            if (bits >= 0) return certain[bits];
+            const float p0 = probability(), p1 = probability(), p2 = probability();
+            return call_of(p0, p1, p2, threshold);
+        };
+        const std::uint64_t differ = same_alleles ? 0 : 1;
+        long n_missing_here = 0;
+        genotype_word* word = block.words.data();
         for (const bool kept : ind_mask) {
-            float p0 = probability(), p1 = probability(), p2 = probability();
+            const int call = next_call();
             if (!kept) continue;
-            normalise_call(p0, p1, p2);
-            const int call = hard_call(p0, p1, p2, threshold, n_missing, n_called);
-            genotype_word& word = block.words[k++];
-            const auto bit = [&block](bool set) { return std::uint64_t{set} << block.n_variants; };
-            word.allele_a |= bit(call == 2 && !same_alleles);
-            word.allele_b |= bit(call > 0 && !same_alleles);
-            word.missing |= bit(call < 0);
+            n_missing_here += call < 0;
+            word->allele_a |= (differ & std::uint64_t{call == 2}) << block.n_variants;
+            word->allele_b |= (differ & std::uint64_t{call > 0}) << block.n_variants;
+            word->missing |= std::uint64_t{call < 0} << block.n_variants;
+            ++word;
         }
+        n_missing += n_missing_here;
+        n_called += static_cast<long>(ind_ids.size()) - n_missing_here;
         if (++block.n_variants == genotype_block::CAPACITY) putBlock(block);
     }
     putBlock(block);

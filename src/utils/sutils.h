@@ -1,5 +1,9 @@
 #pragma once
 
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +34,8 @@ inline std::string_view without_return(std::string_view line) {
     return line;
 }
 
+static_assert(std::endian::native == std::endian::little, "texts are compared as words, first byte lowest");
+
 /// Goes through the fields of a line, cut as by tokenize. The line must outlive its fields.
 class field_cursor {
   public:
@@ -41,6 +47,20 @@ class field_cursor {
         const char* const start = at;
         while (at < end && !is_gap(*at)) ++at;
         return {start, static_cast<std::size_t>(at - start)};
+    }
+
+    /// Takes the next three fields if each is "0" or "1" and one blank goes before each and behind the last,
+    /// as most genotypes of most files do, and gives them as bits, the first one lowest. Else takes nothing
+    /// and gives -1.
+    int next_three_bits() {
+        constexpr std::uint64_t FORM = 0x0020302030203020, BITS = 0x0000010001000100,
+                                BYTES = 0x00FFFFFFFFFFFFFF;
+        std::uint64_t text;
+        if (end - at < static_cast<std::ptrdiff_t>(sizeof text)) return -1;
+        std::memcpy(&text, at, sizeof text);
+        if ((text & BYTES & ~BITS) != FORM) return -1;
+        at += 6;
+        return static_cast<int>((text >> 8 & 1) | (text >> 23 & 2) | (text >> 38 & 4));
     }
 
   private:

@@ -194,6 +194,25 @@ TEST(FieldCursor, IsEmptyAtTheEnd) {
     EXPECT_EQ(cursor.next(), "");
 }
 
+TEST(FieldCursor, TakesThreeBitsOnlyInTheirUsualForm) {
+    for (int bits = 0; bits < 8; ++bits) {
+        const std::string digits = {' ', static_cast<char>('0' + (bits & 1)),
+                                    ' ', static_cast<char>('0' + (bits >> 1 & 1)),
+                                    ' ', static_cast<char>('0' + (bits >> 2))};
+        const std::string line = digits + " 7";
+        sutils::field_cursor cursor(line);
+        EXPECT_EQ(cursor.next_three_bits(), bits);
+        EXPECT_EQ(cursor.next(), "7");
+    }
+    for (const char* line :
+         {"", " 1 0 0", " 1 0 0 ", "1 0 0 1 0 0", " 1 0 2 1 0", " 1 0 01 1 0", " 1 0 0.5 1", "  1 0 0 1",
+          " 1\t0 0 1 0", " 1 0 0\t1 0", " 1 0 / 1 0 0", " 1 0 -1 0 0"}) {
+        sutils::field_cursor cursor(line), plain(line);
+        EXPECT_EQ(cursor.next_three_bits(), -1) << '"' << line << '"';
+        EXPECT_EQ(cursor.next(), plain.next()) << "nothing is taken";
+    }
+}
+
 TEST(Str2double, ReadsOnlyItsField) {
     const std::string line = "0.5 0.25\t1";
     std::vector<std::string_view> fields;
