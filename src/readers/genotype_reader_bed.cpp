@@ -67,7 +67,7 @@ void readRow(ifile& stream, unsigned char* row, int n_bytes, Fail fail) {
 
 std::vector<bool> genotype_reader::readBim(const std::string& bim) {
     LOG.println("\nReading SNPs in [" + bim + "] in Plink BIM format");
-    const auto mask = readTable(bim, "SNPs", [&](const std::vector<std::string>& fields, long line) {
+    std::vector<bool> mask = readTable(bim, "SNPs", [&](const std::vector<std::string>& fields, long line) {
         return putSnp(sutils::str2int(fields[3], bim, line), fields[1], fields[0], "", fields[4], fields[5]);
     });
     snps->indexing();

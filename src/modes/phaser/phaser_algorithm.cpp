@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
 
 #include "models/haplotype_segment.h"
 #include "modes/phaser/phaser.h"
@@ -23,6 +24,7 @@ bool is_every(int step, int iteration) {
     if (step == 0) {
         std::signal(SIGFPE, SIG_DFL);  // whoever has started the process may have had it ignored
         std::raise(SIGFPE);
+        std::abort();  // where the signal is blocked
     }
     return iteration % step == 0;
 }

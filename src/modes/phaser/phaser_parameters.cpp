@@ -126,9 +126,9 @@ void phaser::check_clustering() {
     if (given("cluster-size")) {
         cluster_size = number("cluster-size");
         TOLVANE_ASSERT(cluster_size > 1, "cluster_size>1");
-        if (cluster_size > std::numeric_limits<int>::max() / 2)
-            LOG.error("You must specify a cluster size of at most " +
-                      sutils::int2str(std::numeric_limits<int>::max() / 2));
+        constexpr int MOST = std::numeric_limits<int>::max() / 2;
+        if (cluster_size > MOST)
+            LOG.error("You must specify a cluster size of at most " + sutils::int2str(MOST));
         use_clusters = true;
     }
     early_stop = given("early-stopping");
