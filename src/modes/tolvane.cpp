@@ -1,9 +1,11 @@
 #include "modes/tolvane.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
 
+#include "utils/assertion.h"
 #include "utils/ending.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
@@ -26,6 +28,29 @@ void print_banner() {
               << "  * Contact : see CONTRIBUTING.md in the source distribution\n"
               << "  * Webpage : see README.md and docs/ in the source distribution\n"
               << "  * Version : v3.r881" << std::endl;
+}
+
+/// Parses a command line into `options`; returns what is wrong with it, or nothing.
+std::string failure_of(const std::vector<std::string>& args, const po::options_description& descriptions,
+                       po::variables_map& options) {
+    const auto has_mark = [](const std::string& word) { return word.find('%') != std::string::npos; };
+    try {
+        po::store(po::command_line_parser(args).options(descriptions).run(), options);
+        po::notify(options);
+        return {};
+    } catch (const po::error& failure) {
+        if (std::none_of(args.begin(), args.end(), has_mark)) return failure.what();
+    }
+    // The library puts words of the command line into its message in the place of marks like %value%, as long
+    // as it finds any: for ever, if a word is such a mark. So each % is hidden from it.
+    constexpr char HIDDEN = '\1';
+    std::vector<std::string> words = args;
+    for (std::string& word : words) std::replace(word.begin(), word.end(), '%', HIDDEN);
+    po::variables_map unused;
+    std::string message = failure_of(words, descriptions, unused);
+    TOLVANE_ASSERT(!message.empty(), "a line that fails with % fails without");
+    std::replace(message.begin(), message.end(), HIDDEN, '%');
+    return message;
 }
 
 }  // namespace
@@ -61,11 +86,9 @@ void tolvane::declare_options() {
 }
 
 void tolvane::parse_command_line(const std::vector<std::string>& args, const std::string& mode) {
-    try {
-        po::store(po::command_line_parser(args).options(descriptions).run(), options);
-        po::notify(options);
-    } catch (const po::error& failure) {
-        std::cout << mode << " mode : " << failure.what() << std::endl;
+    const std::string failure = failure_of(args, descriptions, options);
+    if (!failure.empty()) {
+        std::cout << mode << " mode : " << failure << std::endl;
         end_process(EXIT_SUCCESS);
     }
     print_banner();
