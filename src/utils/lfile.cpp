@@ -72,9 +72,9 @@ void lfile::warning(const std::string& message) {
 }
 
 void lfile::error(const std::string& message) {
+    // Held until the end: of several failing threads one ends the process.
     static std::mutex first_error;
-    const std::lock_guard lock(
-        first_error);  // until the end: of several failing threads one ends the process
+    const std::lock_guard lock(first_error);
     writeConsole(coloured("ERROR:") + " " + message + "\n");
     if (verbose_l && stream.is_open()) stream << "ERROR: " << message << "\n" << std::flush;
     stream.close();
