@@ -5,7 +5,9 @@
 #include <random>
 
 #include "cohort.h"
-#include "readers/genotype_reader.h"
+#include "readers/bed_decoding.h"
+#include "readers/bed_source.h"
+#include "readers/gen_source.h"
 #include "tools/cohort_files.h"
 #include "twins.h"
 #include "utils/lfile.h"
@@ -16,29 +18,24 @@ namespace {
 
 constexpr int ALL = 2147483647;
 
-struct store {
-    store() : reader(filter) { filter.initialise(0, ALL); }
-    ~store() { delete reader.snps; }
-    store(const store&) = delete;
-    store& operator=(const store&) = delete;
-
+const filter_reader KEEPING_ALL = [] {
     filter_reader filter;
-    genotype_reader reader;
-};
+    filter.initialise(0, ALL);
+    return filter;
+}();
 
 double size_of(const std::string& file) {
     return static_cast<double>(std::filesystem::file_size(file));
 }
 
-/// Whether the reader holds the genotypes that the cohort has.
-bool holds(const genotype_reader& reader, const bench::cohort& data) {
-    for (int l = 0; l < reader.snps->size(); ++l) {
+/// Whether the store holds the genotypes that the cohort has.
+bool holds(const genotype_store& store, const bench::cohort& data) {
+    for (int l = 0; l < store.snps.size(); ++l) {
         const auto observed = simulation::observed_genotypes(data.simulated, l);
         for (std::size_t i = 0; i < observed.size(); ++i) {
             const bool missing = observed[i] == simulation::Genotype::missing;
-            const int copies = reader.allele_a[i].get(l) + reader.allele_b[i].get(l);
-            if (reader.missing[i].get(l) != missing ||
-                copies != (missing ? 0 : static_cast<int>(observed[i])))
+            const int copies = store.allele_a[i].get(l) + store.allele_b[i].get(l);
+            if (store.missing[i].get(l) != missing || copies != (missing ? 0 : static_cast<int>(observed[i])))
                 return false;
         }
     }
@@ -48,8 +45,7 @@ bool holds(const genotype_reader& reader, const bench::cohort& data) {
 void compare_decoding(int individuals) {
     const int stride = (individuals + 3) / 4;
     static std::list<std::vector<unsigned char>> held;
-    std::vector<unsigned char>& rows =
-        held.emplace_back(static_cast<std::size_t>(stride) * genotype_block::CAPACITY);
+    std::vector<unsigned char>& rows = held.emplace_back(static_cast<std::size_t>(stride) * BLOCK_VARIANTS);
     std::mt19937 random(5);
     for (unsigned char& byte : rows) byte = static_cast<unsigned char>(random());
     static std::vector<genotype_word> words;
@@ -59,7 +55,7 @@ void compare_decoding(int individuals) {
     decode_bed_plain(rows.data(), stride, individuals, words.data());
     bench::expect(words == decoded, "decode_bed");
     bench::comparison("decode BED/" + std::to_string(individuals) + " individuals",
-                      static_cast<double>(individuals) * genotype_block::CAPACITY,
+                      static_cast<double>(individuals) * BLOCK_VARIANTS,
                       [=, &rows] { decode_bed_plain(rows.data(), stride, individuals, words.data()); })
         .way("program", [=, &rows] { decode_bed(rows.data(), stride, individuals, words.data()); });
 }
@@ -71,32 +67,24 @@ void measure_reading(const bench::folder& files, const bench::cohort& data, cons
     simulation::write_gen(data.simulated, files.at("soft"), false, 12);
     const auto genotypes = static_cast<double>(data.simulated.loci.size() * data.simulated.study_ids.size());
 
-    const auto bed = [&files](store& s) {
-        s.reader.readGenotypeBed(files.at("c.bed"), files.at("c.bim"), files.at("c.fam"));
+    const auto bed = [&files] {
+        bed_source source(files.at("c.bed"), files.at("c.bim"), files.at("c.fam"), KEEPING_ALL);
+        return read_study(source);
     };
-    store from_bed;
-    bed(from_bed);
-    bench::expect(holds(from_bed.reader, data), "reading BED");
-    bench::alone("BED, BIM and FAM/" + size, genotypes, size_of(files.at("c.bed")), [bed] {
-        store s;
-        bed(s);
-    });
+    bench::expect(holds(bed(), data), "reading BED");
+    bench::alone("BED, BIM and FAM/" + size, genotypes, size_of(files.at("c.bed")), bed);
     for (const std::string name : {"c.gen", "c.gen.gz", "soft.gen"}) {
         const std::string sample = name == "soft.gen" ? "soft.sample" : "c.sample";
-        const auto gen = [&files, name, sample](store& s) {
-            s.reader.readGenotypeImpute(files.at(name), files.at(sample), 0.9);
+        const auto gen = [&files, name, sample] {
+            gen_source source(files.at(name), files.at(sample), 0.9, KEEPING_ALL);
+            return read_study(source);
         };
-        store from_gen;
-        gen(from_gen);
-        bench::expect(name == "soft.gen" || holds(from_gen.reader, data), "reading GEN");
+        bench::expect(name == "soft.gen" || holds(gen(), data), "reading GEN");
         bench::alone((name == "c.gen"      ? "GEN, called/"
                       : name == "soft.gen" ? "GEN, uncertain/"
                                            : "GEN.gz, called/") +
                          size,
-                     genotypes, size_of(files.at(name)), [gen] {
-                         store s;
-                         gen(s);
-                     });
+                     genotypes, size_of(files.at(name)), gen);
         bench::alone("lines of " + name + " alone/" + size, genotypes, size_of(files.at(name)),
                      [&files, name] {
                          ifile stream(files.at(name));
@@ -107,11 +95,12 @@ void measure_reading(const bench::folder& files, const bench::cohort& data, cons
 }
 
 void measure_writing(const bench::folder& files, const bench::cohort& data, const std::string& size) {
-    const haplotype_writer writer(data.haplotypes);
-    writer.writeHaplotypeHap(files.at("w.haps"), files.at("w.sample"));
+    const auto write = [&files, &data] {
+        writeHaplotypeHap(data.haplotypes, files.at("w.haps"), files.at("w.sample"));
+    };
+    write();
     const auto genotypes = static_cast<double>(data.simulated.loci.size() * data.simulated.study_ids.size());
-    bench::alone("HAPS/" + size, genotypes, size_of(files.at("w.haps")),
-                 [&files, writer] { writer.writeHaplotypeHap(files.at("w.haps"), files.at("w.sample")); });
+    bench::alone("HAPS/" + size, genotypes, size_of(files.at("w.haps")), write);
 }
 
 }  // namespace

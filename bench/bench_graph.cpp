@@ -4,9 +4,8 @@
 #include <list>
 
 #include "cohort.h"
-#include "objects/haplotypeCluster.h"
+#include "selection/haplotypeCluster_builder.h"
 #include "twins.h"
-#include "utils/putils.h"
 
 namespace {
 
@@ -28,13 +27,13 @@ bool fits(const bench::cohort& data, const genotype_graph& graph) {
 void measure_graphs(double density) {
     bench::cohort& data = cohorts.emplace_back(20, 10, density);
     const std::string size = "/" + std::to_string(static_cast<int>(density)) + " a Mb";
-    genotype_graph& fresh = graphs.emplace_back(*data.haplotypes.vecG[0]);
+    genotype_graph& fresh = graphs.emplace_back(data.haplotypes.vecG[0]);
     const double n_loci = fresh.n_loci();
     // Probabilities that prefer some walks by far, as those of the copying model do.
-    putils::initRandom(1);
+    static random_source draws(1);
     const auto spread = [](genotype_graph& graph) {
         for (float& probability : graph.trans_prob)
-            probability = static_cast<float>(std::pow(putils::getRandom(), 20.0));
+            probability = static_cast<float>(std::pow(draws.draw(), 20.0));
         graph.store();
     };
     spread(fresh);
@@ -43,15 +42,16 @@ void measure_graphs(double density) {
     spread(pruned);
 
     std::vector<chaplotype>& H = data.haplotypes.vecH;
-    static const std::vector<int> OWN = {0, 1};
+    constexpr haplotype_indexes OWN = {0, 1};
     for (const auto& [name, graph] : {std::pair{"fresh", &fresh}, {"pruned", &pruned}}) {
-        graph->sample(H, OWN, false);
+        graph->sample(H, OWN, false, draws);
         bench::expect(fits(data, *graph), "sample");
-        graph->maximize(H, OWN);
+        graph->maximize(H, OWN, draws);
         bench::expect(fits(data, *graph), "maximize");
         const genotype_graph* g = graph;
-        bench::alone(std::string("sample/") + name + size, n_loci, [g, &H] { g->sample(H, OWN, false); });
-        bench::alone(std::string("maximize/") + name + size, n_loci, [g, &H] { g->maximize(H, OWN); });
+        bench::alone(std::string("sample/") + name + size, n_loci,
+                     [g, &H] { g->sample(H, OWN, false, draws); });
+        bench::alone(std::string("maximize/") + name + size, n_loci, [g, &H] { g->maximize(H, OWN, draws); });
     }
     bench::alone("copy, prune and merge" + size, n_loci, [&fresh] {
         genotype_graph copy = fresh;
@@ -59,21 +59,19 @@ void measure_graphs(double density) {
     });
 }
 
-void measure_trees(int individuals, float cluster_size) {
+void measure_trees(int individuals, int cluster_size) {
     bench::cohort& data = cohorts.emplace_back(individuals, 2.2, 250);
     const double n_haplotypes = 2.0 * individuals;
-    const int first = data.first_locus(), last = data.last_locus();
-    haplotypeCluster tree(&data.haplotypes);
-    tree.build(first, last, cluster_size, 1.0F, 100);
+    const auto build = [&data, cluster_size, first = data.first_locus(), last = data.last_locus()] {
+        random_source draws(1);
+        return haplotypeCluster_builder(data.haplotypes.vecH, cluster_size, 100).build(first, last, draws);
+    };
     std::size_t n_members = 0;
-    for (const auto& [number, members] : tree.clusters) n_members += members.size();
+    for (const auto& [number, members] : build().clusters()) n_members += members.size();
     bench::expect(n_members >= data.haplotypes.vecH.size() / 2, "tree");
-    bench::alone("tree/" + std::to_string(individuals) + " individuals/clusters of " +
-                     std::to_string(static_cast<int>(cluster_size)),
-                 n_haplotypes, [&data, first, last, cluster_size] {
-                     putils::initRandom(1);
-                     haplotypeCluster(&data.haplotypes).build(first, last, cluster_size, 1.0F, 100);
-                 });
+    bench::alone(
+        "tree/" + std::to_string(individuals) + " individuals/clusters of " + std::to_string(cluster_size),
+        n_haplotypes, build);
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
-// The bounded Hamming distance against the table of byte counts, and the scan of all haplotypes of a window
-// for one individual against a plain read of the same memory. An item is one byte.
+// The Hamming distance against the plain one, which counts byte by byte, and the scan of all haplotypes of a
+// window for one individual against a plain read of the same memory. An item is one byte.
 #include <list>
 #include <random>
 
 #include "objects/bit_kernels.h"
 #include "objects/bit_kernels_plain.h"
 #include "objects/chaplotype.h"
-#include "objects/haplotype_tiles.h"
+#include "selection/haplotype_tiles.h"
 #include "twins.h"
 
 namespace {
@@ -47,8 +47,9 @@ void compare_scans(int n_haplotypes, int n_bytes) {
     haplotype_tiles& tiles = held.back().second;
     tiles.copy(held.back().first);
     const unsigned char *t0 = H[0].data.data(), *t1 = H[1].data.data();
-    static std::vector<int> d0, d1, e0, e1;
-    for (auto* d : {&d0, &d1, &e0, &e1}) d->resize(n_haplotypes);
+    static std::vector<int> e0, e1;
+    static target_distances distances;
+    for (auto* e : {&e0, &e1}) e->resize(n_haplotypes);
     const auto plainly = [=] {
         for (int h = 0; h < n_haplotypes; ++h) {
             e0[h] = bit_kernels::plain::bounded_distance(H[h].data.data(), t0, n_bytes, 8 * n_bytes);
@@ -62,11 +63,11 @@ void compare_scans(int n_haplotypes, int n_bytes) {
     plainly();
     for (const bit_kernels::kernel_set* set : bit_kernels::available_kernels()) {
         const auto scan = [&tiles, n_bytes, set] {
-            tiles.distances(tiles.all(), 0, 1, 0, n_bytes, d0, d1, *set);
+            tiles.distances(tiles.all(), 0, 1, 0, n_bytes, distances, *set);
         };
         scan();
-        bench::expect(std::equal(e0.begin(), e0.begin() + n_haplotypes, d0.begin()) &&
-                          std::equal(e1.begin(), e1.begin() + n_haplotypes, d1.begin()),
+        bench::expect(std::equal(e0.begin(), e0.begin() + n_haplotypes, distances.d0.begin()) &&
+                          std::equal(e1.begin(), e1.begin() + n_haplotypes, distances.d1.begin()),
                       "scan");
         scans.way(set->name, scan);
     }

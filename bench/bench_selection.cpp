@@ -3,12 +3,12 @@
 // item is one haplotype looked at.
 #include <algorithm>
 #include <list>
+#include <optional>
 
 #include "cohort.h"
-#include "containers/haplotype_distance.h"
 #include "objects/bit_kernels_plain.h"
+#include "selection/hamming_selection.h"
 #include "twins.h"
-#include "utils/putils.h"
 
 namespace {
 
@@ -16,8 +16,9 @@ constexpr int K = 100;
 
 class plain_selection {
   public:
-    plain_selection(const genhap_set& set, int individual, int first_locus, int last_locus)
-        : H(set.vecH), ind(individual), first(first_locus), last(last_locus) {}
+    plain_selection(const genhap_set& set, int individual, int first_locus, int last_locus,
+                    random_source& source)
+        : H(set.vecH), ind(individual), first(first_locus), last(last_locus), random(source) {}
 
     std::vector<int> among(const haplotype_mask& mask) {
         for (int h = 0; h < static_cast<int>(H.size()); h += 2)
@@ -43,8 +44,8 @@ class plain_selection {
         }
         bool take[2] = {nearest[0] < limit, nearest[1] < limit};
         if (take[0] && take[1] && (to[0][1] < to[0][0]) != (to[1][1] < to[1][0])) {
-            const int verdict =
-                non_overlapping_hamming_distance(H[h], H[h + 1], H[2 * ind], H[2 * ind + 1], first, last);
+            const int verdict = non_overlapping_hamming_distance(H[h], H[h + 1], H[2 * ind], H[2 * ind + 1],
+                                                                 first, last, random);
             take[0] = verdict == 2 || verdict == 0;
             take[1] = verdict == 2 || verdict == 1;
         }
@@ -62,13 +63,17 @@ class plain_selection {
 
     const std::vector<chaplotype>& H;
     int ind, first, last;
+    random_source& random;
     std::vector<haplotype_distance> heap;
 };
 
 /// Selects for one individual after the other, as a run does.
 struct subject {
     subject(int individuals, double density)
-        : data(individuals, 2.2, density), first(data.first_locus()), last(data.last_locus()) {
+        : data(individuals, 2.2, density),
+          range{data.first_locus(), data.last_locus(), 0, 0},
+          selection(data.haplotypes.vecH, tiles, individuals, K) {
+        tiles.copy(data.haplotypes.vecH);
         // The clusters of a tree hold near relatives; every fourth individual makes a list of the same kind.
         mask.resize(data.haplotypes.vecH.size());
         for (std::size_t h = 0; h < mask.size(); ++h) mask[h] = h / 2 % 4 == 3;
@@ -76,7 +81,10 @@ struct subject {
     int next() { return ind = (ind + 4) % static_cast<int>(data.haplotypes.vecG.size()); }
 
     bench::cohort data;
-    int first, last;
+    segment_range range;
+    haplotype_tiles tiles;
+    hamming_selection selection;
+    std::optional<random_source> random{1};
     haplotype_mask mask;
     haplotype_mask all = haplotype_mask(data.haplotypes.vecH.size(), 1);
     std::vector<int> idx;
@@ -87,25 +95,25 @@ std::list<subject> subjects;
 
 void compare(int individuals, double density) {
     subject& s = subjects.emplace_back(individuals, density);
-    s.data.haplotypes.arrange();
     const std::string size =
         std::to_string(individuals) + " individuals/" + std::to_string(static_cast<int>(density)) + " a Mb";
     for (const bool masked : {false, true}) {
         const haplotype_mask& mask = masked ? s.mask : s.all;
         const auto plainly = [&s, &mask] {
-            return plain_selection(s.data.haplotypes, s.next(), s.first, s.last).among(mask);
+            return plain_selection(s.data.haplotypes, s.next(), s.range.first_locus, s.range.last_locus,
+                                   *s.random)
+                .among(mask);
         };
         const auto program = [&s, masked] {
-            genhap_set& set = s.data.haplotypes;
-            masked ? set.subsetHaplotypes_hamming(s.mask, s.next(), K, s.first, s.last, s.idx)
-                   : set.subsetHaplotypes_hamming(s.next(), K, s.first, s.last, s.idx);
+            masked ? s.selection.measure(s.next(), s.range, s.mask) : s.selection.measure(s.next(), s.range);
+            s.selection.choose(*s.random, s.idx);
         };
         for (int trial = 0; trial < 20; ++trial) {
             const int before = s.ind;
-            putils::initRandom(trial);
+            s.random.emplace(trial);
             const std::vector<int> expected = plainly();
             s.ind = before;
-            putils::initRandom(trial);
+            s.random.emplace(trial);
             program();
             bench::expect(s.idx == expected, "selection");
         }

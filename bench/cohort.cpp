@@ -33,8 +33,8 @@ double middle(const simulation::Cohort& cohort) {
     return cohort.settings.first_position + cohort.settings.megabases * 5e5;
 }
 
-genotype_graph* graph_of(const simulation::Cohort& cohort,
-                         const std::vector<std::vector<simulation::Genotype>>& observed, std::size_t ind) {
+genotype_graph graph_of(const simulation::Cohort& cohort,
+                        const std::vector<std::vector<simulation::Genotype>>& observed, std::size_t ind) {
     const auto n = static_cast<unsigned>(cohort.loci.size());
     chaplotype a(n), b(n), missing(n);
     for (unsigned l = 0; l < n; ++l) {
@@ -45,8 +45,8 @@ genotype_graph* graph_of(const simulation::Cohort& cohort,
         b.set(v, genotype == simulation::Genotype::homozygous1 ||
                      genotype == simulation::Genotype::heterozygous);
     }
-    auto* graph = new genotype_graph(cohort.study_ids[ind]);
-    graph->buildUnr(a, b, missing);
+    genotype_graph graph(cohort.study_ids[ind]);
+    graph.buildUnr(a, b, missing);
     return graph;
 }
 
@@ -54,16 +54,17 @@ genotype_graph* graph_of(const simulation::Cohort& cohort,
 
 cohort::cohort(int individuals, double megabases, double density)
     : simulated(simulate(individuals, megabases, density)) {
+    snp_set variants;
     std::vector<std::vector<simulation::Genotype>> observed;
     for (std::size_t l = 0; l < simulated.loci.size(); ++l) {
         const simulation::Locus& locus = simulated.loci[l];
-        variants.put(new snp(locus.position, locus.allele0, locus.allele1));
+        variants.put(snp(locus.position, locus.allele0, locus.allele1));
         observed.push_back(simulation::observed_genotypes(simulated, l));
     }
     variants.indexing();
-    std::vector<genotype_graph*> graphs;
+    std::vector<genotype_graph> graphs;
     for (int i = 0; i < individuals; ++i) graphs.push_back(graph_of(simulated, observed, i));
-    haplotypes.initialise(graphs, &variants);
+    haplotypes = genhap_set(std::move(variants), std::move(graphs));
     for (std::size_t h = 0; h < haplotypes.vecH.size(); ++h)
         for (std::size_t l = 0; l < simulated.loci.size(); ++l)
             haplotypes.vecH[h].set(static_cast<int>(l), simulated.alleles(l, h));

@@ -17,7 +17,6 @@ struct cohort {
     int last_locus() const;
 
     simulation::Cohort simulated;
-    snp_set variants;
     genhap_set haplotypes;
 };
 

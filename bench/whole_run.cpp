@@ -1,4 +1,4 @@
-// Runs the program on generated cohorts and tells what a user feels: seconds, memory, and how much of the
+// Runs the program on generated cohorts and shows what a user feels: seconds, memory, and how much of the
 // processor time the inner loops of the copying model account for (the efficiency).
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -8,12 +8,14 @@
 #include <boost/program_options.hpp>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <iostream>
 #include <sstream>
 
 #include "kernel_times.h"
-#include "modes/phaser/phaser.h"
+#include "models/column_kernels.h"
+#include "modes/phaser.h"
 #include "tools/cohort_files.h"
 
 namespace {
@@ -27,7 +29,7 @@ struct settings {
     int threads;
     int states;
     std::string options;  // further options of the program
-    bool each_kernel;     // tell the time of each kernel too
+    bool each_kernel;     // print the time of each kernel too
 };
 
 double wall_seconds() {
@@ -52,20 +54,13 @@ struct times {
     double start, chain, end, wall;
 };
 
-/// A whole run in this process.
-times run_program(phaser& mode, const std::vector<std::string>& args) {
-    const double cpu0 = cpu_seconds(), wall0 = wall_seconds();
-    mode.declare_options();
-    mode.parse_command_line(args, "Phaser");
-    mode.check_options();
-    mode.check_files();
-    mode.verbose_mode();
-    mode.verbose_options();
-    mode.read_files_and_initialise();
+/// The three parts of a run, of which the first starts at `cpu0`.
+times run_program(phaser& run, double cpu0, double wall0) {
+    run.read_files_and_initialise();
     const double cpu1 = cpu_seconds();
-    mode.phase();
+    run.run_chain();
     const double cpu2 = cpu_seconds();
-    mode.write_files_and_finalise();
+    run.write_files_and_finalise();
     return {cpu1 - cpu0, cpu2 - cpu1, cpu_seconds() - cpu2, wall_seconds() - wall0};
 }
 
@@ -93,12 +88,12 @@ void measure(const settings& s, const std::string& folder, std::FILE* out) {
     ::dup2(silence, STDOUT_FILENO);
     // The host's speed changes from minute to minute: kernels are timed on either side of the run.
     const auto before = bench::kernel_speed::now(s.states);
-    phaser mode;
-    const double start = cpu_seconds();
-    const times t = run_program(mode, args);
+    const double start = cpu_seconds(), wall = wall_seconds();
+    phaser run(args, std::time(nullptr));
+    const times t = run_program(run, start, wall);
     const double cpu = cpu_seconds() - start, memory = peak_megabytes();
     const auto after = bench::kernel_speed::now(s.states);
-    const phaser::job_cost& cost = mode.cost_of_jobs();
+    const job_cost cost = run.cost_of_jobs();
     const std::vector<bench::kernel_time> times_of_kernels =
         bench::times_of_kernels(cost.model, bench::kernel_speed::between(before, after));
     double kernels = 0.0;

@@ -1,8 +1,5 @@
 // BIM, FAM and BED, in this order.
-#include <memory>
-
-#include "readers/genotype_checker.h"
-#include "readers/genotype_reader.h"
+#include "readers/bed_source.h"
 #include "study_laws.h"
 #include "support.h"
 
@@ -16,9 +13,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     filter_reader filter;
     filter.initialise(0, 1000000000);
     filter.ind_exclude["out"] = filter.snp_exclude[7] = true;
-    genotype_reader reader(filter);
-    const std::unique_ptr<snp_set> snps(reader.snps);
-    if (fuzz::completes([&] { reader.readGenotypeBed(bed.name(), bim.name(), fam.name()); }))
-        fuzz::check_study(reader);
+    genotype_store study;
+    if (fuzz::completes([&] {
+            bed_source source(bed.name(), bim.name(), fam.name(), filter);
+            study = read_study(source);
+        }))
+        fuzz::check_study(study);
     return 0;
 }

@@ -4,8 +4,8 @@
 
 #include "objects/bit_kernels.h"
 #include "objects/chaplotype.h"
-#include "objects/haplotype_tiles.h"
-#include "readers/genotype_block.h"
+#include "readers/bed_decoding.h"
+#include "selection/haplotype_tiles.h"
 #include "support.h"
 
 namespace {
@@ -92,20 +92,21 @@ void check_kernels(const std::array<chaplotype, 4>& haps, const std::array<allel
     for (const bit_kernels::kernel_set* set : bit_kernels::available_kernels()) {
         FUZZ_LAW(set->distance(at(0), at(1), n_bytes) ==
                  plain_distance(lists[0], lists[1], first_byte, end_byte));
-        std::vector<int> d0, d1;
-        tiles.distances(tiles.all(), 2, 1, first_byte, n_bytes, d0, d1, *set);
+        target_distances d;
+        tiles.distances(tiles.all(), 2, 1, first_byte, n_bytes, d, *set);
         for (std::size_t h = 0; h < haps.size(); ++h) {
-            FUZZ_LAW(d0[h] == plain_distance(lists[h], lists[2], first_byte, end_byte));
-            FUZZ_LAW(d1[h] == plain_distance(lists[h], lists[1], first_byte, end_byte));
+            FUZZ_LAW(d.d0[h] == plain_distance(lists[h], lists[2], first_byte, end_byte));
+            FUZZ_LAW(d.d1[h] == plain_distance(lists[h], lists[1], first_byte, end_byte));
         }
-        const auto found = set->overlap(haps[0], haps[1], haps[2], haps[3], first, last);
+        const auto whole = [&](int h) { return haps[h].data.data(); };
+        const auto found = set->overlap(whole(0), whole(1), whole(2), whole(3), first, last);
         FUZZ_LAW(found.only0 == overlap.only0 && found.only1 == overlap.only1 && found.both == overlap.both);
     }
 }
 
 void check_bed(std::string_view bytes, int n_individuals) {
     const std::ptrdiff_t stride = (n_individuals + 3) / 4;
-    std::vector<unsigned char> rows(stride * genotype_block::CAPACITY);
+    std::vector<unsigned char> rows(stride * BLOCK_VARIANTS);
     std::copy_n(bytes.begin(), std::min(bytes.size(), rows.size()), rows.begin());
     std::vector<genotype_word> words(n_individuals), expected(n_individuals);
     decode_bed(rows.data(), stride, n_individuals, words.data());

@@ -9,7 +9,8 @@
 #include <cstring>
 #include <filesystem>
 
-#include "modes/phaser/phaser.h"
+#include "modes/command_line.h"
+#include "modes/run_files.h"
 #include "support.h"
 #include "utils/assertion.h"
 #include "utils/lfile.h"
@@ -18,10 +19,6 @@ namespace {
 
 constexpr std::array FILES = {"a.bed", "a.bim",  "a.fam",    "a.gen", "a.sample",
                               "a.map", "a.haps", "a.legend", "list",  "a.log"};
-
-struct probe : phaser {
-    std::vector<std::string> inputs() const { return input_files(); }
-};
 
 /// A folder in which a command line may create what it likes.
 class playground {
@@ -86,22 +83,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (text.find_first_of(std::string_view("/\0", 2)) != std::string_view::npos) return -1;
 
     const fuzz::open_files opened;
-    probe mode;
+    run_options options;
     ground.enter();
     bool parsed = false;
     fuzz::completes([&] {
-        mode.declare_options();
-        mode.parse_command_line(words_of(text), "Phaser");
+        options = start_run(words_of(text), 1);
         parsed = true;
-        mode.check_options();
-        mode.check_files();
-        mode.verbose_mode();
-        mode.verbose_options();
+        check_options(options);
+        check_files(options);
+        echo_mode(options);
+        echo_options(options);
     });
     LOG.close();
     ground.leave();
     if (parsed)
-        for (const std::string& input : mode.inputs())
+        for (const std::string& input : input_files(options))
             for (const char* name : FILES) FUZZ_LAW(input != name || ground.is_whole(name));
     ground.tidy();
     return 0;

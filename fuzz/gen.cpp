@@ -1,7 +1,5 @@
 // One byte that picks the calling threshold, SAMPLE and GEN.
-#include <memory>
-
-#include "readers/genotype_reader.h"
+#include "readers/gen_source.h"
 #include "study_laws.h"
 #include "support.h"
 
@@ -16,9 +14,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     filter_reader filter;
     filter.initialise(0, 1000000000);
     filter.ind_exclude["out"] = filter.snp_exclude[7] = true;
-    genotype_reader reader(filter);
-    const std::unique_ptr<snp_set> snps(reader.snps);
-    if (fuzz::completes([&] { reader.readGenotypeImpute(gen.name(), sample.name(), threshold); }))
-        fuzz::check_study(reader);
+    genotype_store study;
+    if (fuzz::completes([&] {
+            gen_source source(gen.name(), sample.name(), threshold, filter);
+            study = read_study(source);
+        }))
+        fuzz::check_study(study);
     return 0;
 }

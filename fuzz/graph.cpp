@@ -10,7 +10,6 @@
 #include "support.h"
 #include "support/graph_laws.h"
 #include "utils/my_exception.h"
-#include "utils/putils.h"
 
 namespace {
 
@@ -48,8 +47,12 @@ hmm_parameters read_model(fuzz::input& bytes, unsigned n_loci, int n_states) {
 
 /// The person, with two haplotypes that lie behind those of the others.
 struct person {
-    person(const genotypes& given, std::vector<chaplotype> others)
-        : truth(given), haps(std::move(others)), own(static_cast<int>(haps.size())), graph("person") {
+    person(const genotypes& given, std::vector<chaplotype> others, long seed)
+        : truth(given),
+          haps(std::move(others)),
+          own(static_cast<int>(haps.size())),
+          graph("person"),
+          random(seed) {
         for (int k = 0; k < own; ++k) states.push_back(k);
         const auto n_loci = static_cast<unsigned>(given.a.size());
         haps.insert(haps.end(), 2, chaplotype(n_loci));
@@ -84,21 +87,16 @@ struct person {
     }
 
     void sample(bool uniform) {
-        graph.sample(haps, {own, own + 1}, uniform);
+        graph.sample(haps, {own, own + 1}, uniform, random);
         check_haplotypes();
     }
 
     /// One iteration: all windows of the graph through the model.
     void weigh(const hmm_parameters& M, int n_windows) {
-        std::vector<int> first_locus, last_locus, first_segment, last_segment;
         const int span = static_cast<int>(truth.a.size()) * BASES_PER_LOCUS;
-        graph.cluster(span, std::max(span / n_windows, 1), first_locus, last_locus, first_segment,
-                      last_segment);
         static segment_buffers buffers;
-        for (std::size_t w = 0; w < first_locus.size(); ++w)
-            haplotype_segment(haps, states, first_segment[w], last_segment[w], first_locus[w], last_locus[w],
-                              buffers)
-                .expectation(M, &graph);
+        for (const segment_range& window : graph.cluster(span, std::max(span / n_windows, 1), random))
+            haplotype_segment(haps, states, window, buffers).expectation(M, &graph);
         check_probabilities(graph.trans_prob);
         graph.store();
         sample(false);
@@ -116,7 +114,7 @@ struct person {
     void solve() {
         graph.normalize();
         check_probabilities(graph.trans_store);
-        graph.maximize(haps, {own, own + 1});
+        graph.maximize(haps, {own, own + 1}, random);
         check_haplotypes();
     }
 
@@ -125,6 +123,7 @@ struct person {
     int own;
     std::vector<int> states;
     genotype_graph graph;
+    random_source random;
 };
 
 }  // namespace
@@ -132,7 +131,7 @@ struct person {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr double THRESHOLDS[] = {0.99, 0.5, 0.0, 1.0};
     fuzz::input bytes(data, size);
-    putils::initRandom(static_cast<long>(bytes.byte()));
+    const auto seed = static_cast<long>(bytes.byte());
     const unsigned n_loci = 1 + bytes.byte() % MOST_LOCI;
     const unsigned knobs = bytes.byte();
     const int n_states = 5 + static_cast<int>(knobs % 8), n_windows = 1 + static_cast<int>(knobs / 8 % 4);
@@ -144,7 +143,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (chaplotype& hap : others)
         for (int l = 0; l < hap.size(); l += 8) hap.set8(l, bytes.byte(), std::min(hap.size() - l, 8));
 
-    person one(truth, others);
+    person one(truth, others, seed);
     one.sample(true);
     try {
         one.weigh(M, n_windows);

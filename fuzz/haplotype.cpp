@@ -1,7 +1,7 @@
 // Stored haplotypes, read until the file ends.
 #include <cstring>
 
-#include "objects/chaplotype.h"
+#include "spare/packed_files.h"
 #include "support.h"
 #include "utils/streams.h"
 
@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::completes([&] {
         ifile stream(file.name(), true);
         chaplotype hap;
-        for (const std::uint8_t* at = data; hap.read(stream); at += 8 + hap.data.size()) {
+        for (const std::uint8_t* at = data; spare::read_haplotype(hap, stream); at += 8 + hap.data.size()) {
             FUZZ_LAW(hap.data.size() == (std::size_t{hap.n} + 7) / 8);
             FUZZ_LAW(at + 8 + hap.data.size() <= data + size);
             FUZZ_LAW(std::memcmp(&hap.n, at, 4) == 0);

@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     int position = 0;
     for (int v = 0; v < VARIANTS; ++v) {
         position += static_cast<int>(bytes.byte() << 4) + static_cast<int>(bytes.byte() & 15);
-        snps.put(new snp(position, "A", "G"));
+        snps.put(snp(position, "A", "G"));
     }
     snps.indexing();
     file.fill(bytes.rest());

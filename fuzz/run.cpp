@@ -1,10 +1,9 @@
 // Options, a genetic map, BIM, FAM and BED of a whole run, which is short. Its haplotypes have to agree with
 // the genotypes.
 #include <cstring>
-#include <memory>
 
-#include "modes/phaser/phaser.h"
-#include "readers/genotype_reader.h"
+#include "modes/phaser.h"
+#include "readers/bed_source.h"
 #include "support.h"
 #include "utils/assertion.h"
 #include "utils/lfile.h"
@@ -14,6 +13,7 @@
 namespace {
 
 constexpr std::size_t MOST_BYTES = 600;
+constexpr long START = 1;
 
 struct files {
     fuzz::memory_file map{"run.map"}, bim{"run.bim"}, fam{"run.fam"}, bed{"run.bed"}, haps{"out.haps"},
@@ -45,26 +45,25 @@ std::vector<std::string> command_line(const files& f, fuzz::input& bytes) {
 void check_output(const files& f) {
     filter_reader filter;
     filter.initialise(0, 2147483647);
-    genotype_reader given(filter);
-    const std::unique_ptr<snp_set> snps(given.snps);
-    given.readGenotypeBed(f.bed.name(), f.bim.name(), f.fam.name());
+    bed_source source(f.bed.name(), f.bim.name(), f.fam.name(), filter);
+    const genotype_store given = read_study(source);
     const std::size_t n_individuals = given.ind_ids.size();
 
     ifile stream(f.haps.name());
     std::string line;
     std::vector<std::string> fields;
-    for (const snp* variant : snps->snp_list) {
+    for (const snp& variant : given.snps.snp_list) {
         FUZZ_LAW(stream.getLine(line));
         sutils::tokenize(line, fields);
         FUZZ_LAW(fields.size() == 5 + 2 * n_individuals);
-        FUZZ_LAW(fields[2] == std::to_string(variant->bp));
+        FUZZ_LAW(fields[2] == std::to_string(variant.bp));
         for (std::size_t i = 0; i < n_individuals; ++i) {
             const std::string &h0 = fields[5 + 2 * i], &h1 = fields[6 + 2 * i];
             FUZZ_LAW((h0 == "0" || h0 == "1") && (h1 == "0" || h1 == "1"));
-            if (given.missing[i][variant->idx]) continue;
-            const bool a = given.allele_a[i][variant->idx], b = given.allele_b[i][variant->idx];
+            if (given.missing[i][variant.idx]) continue;
+            const bool a = given.allele_a[i][variant.idx], b = given.allele_b[i][variant.idx];
             FUZZ_LAW((h0 != h1) == (a != b));
-            if (a == b) FUZZ_LAW(fields[h0 == "0" ? 3 : 4] == (a ? variant->a1 : variant->a0));
+            if (a == b) FUZZ_LAW(fields[h0 == "0" ? 3 : 4] == (a ? variant.a1 : variant.a0));
         }
     }
     FUZZ_LAW(!stream.getLine(line));
@@ -92,8 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     f.bed.fill(bytes.rest());
 
     const fuzz::open_files opened;
-    phaser mode;
-    const bool complete = fuzz::completes([&] { mode.phase(words); });
+    const bool complete = fuzz::completes([&] { phaser(words, START).phase(); });
     LOG.close();
     if (complete) check_output(f);
     return 0;

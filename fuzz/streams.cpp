@@ -1,5 +1,7 @@
 // One byte that picks the compression and the way of reading, and a file.
 #include "utils/streams.h"
+
+#include "spare/packed_files.h"
 #include "support.h"
 
 namespace {
@@ -22,7 +24,7 @@ void read_all(const std::string& name, way how) {
             while (stream.readBytes(bytes, sizeof bytes)) FUZZ_LAW(stream.gcount() == sizeof bytes);
             break;
         default:
-            while (stream.readString(text)) FUZZ_LAW(text.find('\0') == std::string::npos);
+            while (spare::read_string(text, stream)) FUZZ_LAW(text.find('\0') == std::string::npos);
     }
     stream.close();
 }

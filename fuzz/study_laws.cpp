@@ -13,20 +13,19 @@ bool ends_in_zeros(const chaplotype& bits) {
 
 }  // namespace
 
-void check_study(const genotype_reader& reader) {
-    const std::size_t n_individuals = reader.ind_ids.size();
-    FUZZ_LAW(reader.ind_index.size() == n_individuals);
-    for (int v = 1; v < reader.snps->size(); ++v)
-        FUZZ_LAW(reader.snps->getByIndex(v - 1)->bp <= reader.snps->getByIndex(v)->bp);
-    for (const auto* bits : {&reader.allele_a, &reader.allele_b, &reader.missing}) {
+void check_study(const genotype_store& study) {
+    const std::size_t n_individuals = study.ind_ids.size();
+    for (int v = 1; v < study.snps.size(); ++v)
+        FUZZ_LAW(study.snps.getByIndex(v - 1)->bp <= study.snps.getByIndex(v)->bp);
+    for (const auto* bits : {&study.allele_a, &study.allele_b, &study.missing}) {
         FUZZ_LAW(bits->size() == n_individuals);
-        for (const chaplotype& row : *bits) FUZZ_LAW(row.size() == reader.snps->size() && ends_in_zeros(row));
+        for (const chaplotype& row : *bits) FUZZ_LAW(row.size() == study.snps.size() && ends_in_zeros(row));
     }
     for (std::size_t i = 0; i < n_individuals; ++i)
-        for (std::size_t byte = 0; byte < reader.missing[i].data.size(); ++byte) {
-            const unsigned a = reader.allele_a[i].data[byte], b = reader.allele_b[i].data[byte];
+        for (std::size_t byte = 0; byte < study.missing[i].data.size(); ++byte) {
+            const unsigned a = study.allele_a[i].data[byte], b = study.allele_b[i].data[byte];
             FUZZ_LAW((a & ~b) == 0);
-            FUZZ_LAW((reader.missing[i].data[byte] & (a | b)) == 0);
+            FUZZ_LAW((study.missing[i].data[byte] & (a | b)) == 0);
         }
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "readers/genotype_reader.h"
+#include "containers/genotype_store.h"
 
 namespace fuzz {
 
 /// What holds for the genotypes of every study that a reader accepts.
-void check_study(const genotype_reader& reader);
+void check_study(const genotype_store& study);
 
 }  // namespace fuzz

@@ -2,30 +2,8 @@
 
 #include <utility>
 
-#include "utils/sutils.h"
-
 snp::snp(int position, std::string first, std::string second)
-    : id(sutils::int2str(position)),
-      a0(std::move(first)),
-      a1(std::move(second)),
-      cm(-1.0),
-      bp(position),
-      idx(-1),
-      in_ref(false) {}
-
-snp::snp(const snp* other)
-    : id(other->id), a0(other->a0), a1(other->a1), cm(other->cm), bp(other->bp), idx(-1), in_ref(false) {}
-
-std::string snp::get(bool second) const {
-    return second ? a1 : a0;
-}
-
-int snp::put(const std::string& allele) {
-    if (a0.empty()) a0 = allele;
-    if (allele == a0) return 0;
-    if (a1.empty()) a1 = allele;
-    return allele == a1 ? 1 : -1;
-}
+    : id(std::to_string(position)), a0(std::move(first)), a1(std::move(second)), bp(position) {}
 
 int snp::strand(const std::string& x, const std::string& y) const {
     const bool two_alleles = a0 != a1;
@@ -45,12 +23,9 @@ int snp::strand(const std::string& x, const std::string& y) const {
 
 void snp::flip() {
     std::swap(a0, a1);
+    is_turned = !is_turned;
 }
 
 void snp::fill() {
     if (a1.empty()) a1 = a0;
-}
-
-bool snp::isSNP() const {
-    return a0.size() == 1 && a1.size() == 1 && a0 != a1;
 }

@@ -6,7 +6,6 @@
 
 #include "utils/assertion.h"
 #include "utils/lfile.h"
-#include "utils/putils.h"
 
 namespace {
 
@@ -23,80 +22,64 @@ double interpolate(const std::vector<int>& pos, const std::vector<double>& cm, i
 
 }  // namespace
 
-snp_set::~snp_set() {
-    for (const snp* s : snp_list) delete s;
-}
-
-std::vector<snp*> snp_set::getByPos(int pos) const {
-    std::vector<snp*> found;
-    const auto [first, last] = snp_by_pos.equal_range(pos);
-    for (auto it = first; it != last; ++it) found.push_back(it->second);
-    return found;
-}
-
-void snp_set::put(snp* s) {
-    snp_list.push_back(s);
-    snp_by_pos.emplace(s->bp, s);
+std::span<snp> snp_set::getByPos(int pos) {
+    const auto same = std::ranges::equal_range(snp_list, pos, {}, &snp::bp);
+    return {same.begin(), same.end()};
 }
 
 void snp_set::indexing() {
     for (int i = 0; i < size(); ++i) {
-        snp_list[i]->idx = i;
-        snp_list[i]->fill();
+        snp_list[i].idx = i;
+        snp_list[i].fill();
     }
-}
-
-std::vector<int> snp_set::getIndexes() const {
-    std::vector<int> indexes;
-    for (const snp* s : snp_list) indexes.push_back(s->idx);
-    return indexes;
 }
 
 int snp_set::setCentiMorgan(const std::vector<int>& pos, const std::vector<double>& cm) {
     std::size_t n_set = 0;
     for (std::size_t i = 0; i < cm.size(); ++i) {
-        const auto [first, last] = snp_by_pos.equal_range(pos[i]);
-        for (auto it = first; it != last; ++it, ++n_set) it->second->cm = cm[i];
+        const std::span<snp> placed = getByPos(pos[i]);
+        for (snp& variant : placed) variant.cm = cm[i];
+        n_set += placed.size();
     }
     return static_cast<int>(n_set);
 }
 
 int snp_set::interpolateCentiMorgan(const std::vector<int>& pos, const std::vector<double>& cm) {
-    const bool complete =
-        std::none_of(snp_list.begin(), snp_list.end(), [](const snp* s) { return s->cm < 0.0; });
+    const auto is_unset = [](const snp& s) { return s.cm < 0.0; };
+    const bool complete = std::ranges::none_of(snp_list, is_unset);
     if (complete) return 0;
     if (pos.size() < 2) LOG.error("The genetic map must hold at least 2 positions");
     const double rate =
         (cm.back() - cm.front()) / static_cast<double>(std::int64_t{pos.back()} - pos.front());
     int n_interpolated = 0;
-    for (snp* s : snp_list) {
-        if (!(s->cm < 0.0)) continue;
-        if (s->bp < pos.front())
-            s->cm = cm.front() - static_cast<double>(std::int64_t{pos.front()} - s->bp) * rate;
-        else if (s->bp > pos.back())
-            s->cm = cm.back() + static_cast<double>(std::int64_t{s->bp} - pos.back()) * rate;
+    for (snp& s : snp_list) {
+        if (!is_unset(s)) continue;
+        if (s.bp < pos.front())
+            s.cm = cm.front() - static_cast<double>(std::int64_t{pos.front()} - s.bp) * rate;
+        else if (s.bp > pos.back())
+            s.cm = cm.back() + static_cast<double>(std::int64_t{s.bp} - pos.back()) * rate;
         else
-            s->cm = interpolate(pos, cm, s->bp);
+            s.cm = interpolate(pos, cm, s.bp);
         ++n_interpolated;
     }
-    const double lowest = snp_list.front()->cm;
+    const double lowest = snp_list.front().cm;
     if (lowest < 0.0)
-        for (snp* s : snp_list) s->cm -= lowest;
+        for (snp& s : snp_list) s.cm -= lowest;
     return n_interpolated;
 }
 
-int snp_set::rpartition(double size, std::vector<int>& output) const {
-    const double span = static_cast<double>(snp_list.back()->bp) - static_cast<double>(snp_list.front()->bp);
+std::vector<int> snp_set::rpartition(double size, random_source& random) const {
+    const double span = static_cast<double>(snp_list.back().bp) - static_cast<double>(snp_list.front().bp);
     const double q = std::floor(span / size);
     // The double division is not q again: for some spans it rounds to just below q, which gives one window
     // less. A span of 0 has no quotient and is one window.
     const int w = span > 0.0 ? std::max(static_cast<int>(span / (span / q)), 1) : 1;
     const int n_snp = this->size();
     const int step = n_snp / w;
-    output.assign(w + 1, 0);
+    std::vector<int> output(w + 1, 0);
     output[w] = n_snp;
     for (int i = 1; i < w; ++i) {
-        const double r = static_cast<float>(putils::getRandom(step));
+        const double r = static_cast<float>(random.draw_below(step));
         const int c = i * step;
         output[i] = static_cast<int>(r * 0.1 + c - 0.05 * step);
     }
@@ -104,5 +87,5 @@ int snp_set::rpartition(double size, std::vector<int>& output) const {
         const int prev = output[i - 1];
         TOLVANE_ASSERT((output[i] - prev) > 0, "(output[i] - prev) > 0");
     }
-    return w;
+    return output;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -81,10 +80,6 @@ struct kernel_set {
     /// pairs[c][d] = sum over k of (left.sums[c] * tn + nt * left.column[k][c]) * right[k][d], for each
     /// candidate c of the left segment and each of the `n_right` candidates d of the right one.
     void (*pair_sums)(const flow& left, const lanes* right, int n_right, int K, pair_matrix& pairs);
-
-    /// The alleles of K haplotypes at the eight loci of byte `byte` of their words: that of haplotype k at
-    /// the locus of bit b is written to alleles[b * K + k].
-    void (*unpack)(const std::uint64_t* words, int byte, int K, unsigned char* alleles);
 };
 
 /// The fastest set that this machine has.

@@ -264,17 +264,6 @@ KERNEL void pair_sums(const flow& left, const lanes* right, int n_right, int K, 
     n_right <= HALF ? pair_sums_in<HALF>(left, right, K, pairs) : pair_sums_in<LANES>(left, right, K, pairs);
 }
 
-KERNEL void unpack(const std::uint64_t* words, int byte, int K, unsigned char* alleles) {
-    // The first row keeps the bytes until all other rows are filled.
-    for (int k = 0; k < K; ++k) alleles[k] = static_cast<unsigned char>(words[k] >> (8 * byte));
-    for (int b = 1; b < 8; ++b) {
-        unsigned char* row = alleles + static_cast<std::ptrdiff_t>(b) * K;
-        for (int k = 0; k < K; ++k) row[k] = alleles[k] >> b & 1;
-    }
-    for (int k = 0; k < K; ++k) alleles[k] &= 1;
-}
-
-const kernel_set KERNELS = {NAME,   is_available, start,     inside, inside_both,
-                            across, rescale,      pair_sums, unpack};
+const kernel_set KERNELS = {NAME, is_available, start, inside, inside_both, across, rescale, pair_sums};
 
 #undef INLINE_KERNEL

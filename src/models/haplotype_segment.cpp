@@ -1,11 +1,11 @@
 #include "models/haplotype_segment.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 
+#include "objects/bit_kernels.h"
 #include "utils/assertion.h"
 #include "utils/bits.h"
 #include "utils/my_exception.h"
@@ -25,12 +25,6 @@ constexpr double SMALLEST_PROBABILITY = 1e-30;
 constexpr unsigned ALLELE_SETS = 1U << LANES;
 constexpr int LEFT_NIBBLE = 0;  // shift of a transition byte
 constexpr int RIGHT_NIBBLE = 4;
-
-/// Two jobs of one individual share two segments and both write the group between them. Which one comes last
-/// is left open with several threads; each single float is written whole.
-void write_shared(float& target, double value) {
-    std::atomic_ref<float>(target).store(static_cast<float>(value), std::memory_order_relaxed);
-}
 
 template <class Value>
 void grow(std::vector<Value>& buffer, std::size_t size) {
@@ -64,18 +58,18 @@ struct haplotype_segment::pass {
 };
 
 haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
-                                     const std::vector<int>& indices, int first_segment, int last_segment,
-                                     int first_locus, int last_locus, segment_buffers& memory)
-    : segment_first(first_segment),
-      segment_last(last_segment),
-      locus_first(first_locus),
-      locus_last(last_locus),
+                                     const std::vector<int>& indices, const segment_range& range,
+                                     segment_buffers& memory)
+    : segment_first(range.first_segment),
+      segment_last(range.last_segment),
+      locus_first(range.first_locus),
+      locus_last(range.last_locus),
       H(&haplotypes),
       idx(&indices),
       buffers(memory),
       kernel(column_kernels::kernels()) {
     const std::size_t n_states = indices.size();
-    const std::size_t n_segments = std::max(last_segment - first_segment + 1, 0);
+    const std::size_t n_segments = std::max(segment_last - segment_first + 1, 0);
     grow(buffers.forward, n_states);
     grow(buffers.backward, n_states);
     grow(buffers.alpha, n_segments * n_states);
@@ -94,7 +88,7 @@ void haplotype_segment::unpack_haplotypes() {
         const int b = (byte - first_byte) % 8;
         if (b == 0)
             for (int k = 0; k < n_states; ++k) buffers.words[k] = (*H)[(*idx)[k]].get64(8 * byte);
-        kernel.unpack(buffers.words.data(), b, stride(), alleles_at(8 * byte));
+        bit_kernels::kernels().unpack(buffers.words.data(), b, stride(), alleles_at(8 * byte));
     }
 }
 
@@ -282,7 +276,7 @@ void haplotype_segment::set_end_group(genotype_graph* G, int g, const lanes& mas
         weight[t] = haploid(steps[0]) * haploid(steps[1]);
         sum += weight[t];
     }
-    for (int t = 0; t < n_trans; ++t) write_shared(G->trans_prob[first + t], weight[t] / sum);
+    for (int t = 0; t < n_trans; ++t) G->trans_prob[first + t] = static_cast<float>(weight[t] / sum);
 }
 
 /// Sets group `s`, between segments s - 1 and s, the latter of which starts at `locus`. Returns 1 when the
@@ -322,6 +316,6 @@ int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* 
     const bool underflow = sum < SMALLEST_MASS;
     if (underflow) sum = weigh([](double p, double q) { return p + q; });
     for (int t = 0; t < n_trans; ++t)
-        write_shared(G->trans_prob[first + t], std::max(weight[t] / sum, SMALLEST_PROBABILITY));
+        G->trans_prob[first + t] = static_cast<float>(std::max(weight[t] / sum, SMALLEST_PROBABILITY));
     return underflow;
 }

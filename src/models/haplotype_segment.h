@@ -56,14 +56,14 @@ struct segment_buffers {
 /// locus, and those at segment boundaries are kept, so memory grows with the number of segments.
 class haplotype_segment {
   public:
-    /// The run covers the segments `segment_first` to `segment_last` and thus the loci `locus_first` to
-    /// `locus_last`, all inclusive. `idx` lists the conditioning haplotypes in `H`. All is borrowed.
-    haplotype_segment(const std::vector<chaplotype>& H, const std::vector<int>& idx, int segment_first,
-                      int segment_last, int locus_first, int locus_last, segment_buffers& buffers);
+    /// The run covers the segments and loci of `range`. `idx` lists the conditioning haplotypes in `H`. All
+    /// is borrowed.
+    haplotype_segment(const std::vector<chaplotype>& H, const std::vector<int>& idx,
+                      const segment_range& range, segment_buffers& buffers);
 
     /// Runs both passes and writes G->trans_prob; meant to be called once. Returns the number of groups
     /// whose products underflowed and that took sums in their place. Throws myException when a group has no
-    /// mass at all or its mass is no number.
+    /// mass at all or its mass is NaN.
     int expectation(const hmm_parameters& M, genotype_graph* G);
 
     /// Fill alpha and alpha_sum, or beta and beta_sum.

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
+class snp;
 class snp_set;
 
 /// The numbers of the copying model (Li and Stephens 2003) that don't depend on the individual: switch
@@ -11,13 +13,12 @@ class hmm_parameters {
   public:
     /// Scaled genetic distances 0.04 * Ne * cM, for an effective population size `Ne`.
     void initialise(const snp_set& S, int Ne);
-    /// The same from physical distances, for a recombination rate per base pair.
-    void initialise(const snp_set& S, double rho_per_base);
+    /// Fills rho with distance(left variant, right variant) of each interval; a distance of 0 becomes 1e-5,
+    /// which keeps a jump possible between variants at one position.
+    void set_distances(const snp_set& S, const std::function<double(const snp&, const snp&)>& distance);
     /// Computes all else for `nhap` haplotypes in the data, of which `nstate` are hidden states. The
     /// mutation parameter is the reciprocal of 1 + 1/2 + ... + 1/(nhap - 2).
     void update(int nhap, int nstate);
-    /// Installs switch probabilities estimated elsewhere, at least 1e-5, and clears them to 0.
-    void update(std::vector<double>& t_new, int nstate);
 
     // Entry i belongs to the interval between variants i and i + 1.
     std::vector<double> rho;  // scaled genetic distance

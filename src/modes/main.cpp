@@ -8,14 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "modes/phaser/phaser.h"
+#include "modes/phaser.h"
 #include "utils/lfile.h"
-#include "utils/sutils.h"
 
 namespace {
 
-/// Opens the standard streams that whoever has started the process left closed. The next file opened would
-/// take the place of one, and what is meant for the console would go into it.
+/// Opens the standard streams that the parent process left closed. The next file opened would take the place
+/// of one, and what is meant for the console would go into it.
 void open_standard_streams() {
     int descriptor = 0;
     while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDWR);
@@ -28,17 +27,15 @@ int main(int argc, char** argv) {
     open_standard_streams();
     timeval start{}, stop{};
     gettimeofday(&start, nullptr);
-    START_DATE = std::time(nullptr);
     // A write beyond a file size limit then fails like any other write, with a message.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
-        phaser mode;
-        mode.phase(std::vector<std::string>(argv + (argc > 0), argv + argc));
+        phaser(std::vector<std::string>(argv + (argc > 0), argv + argc), std::time(nullptr)).phase();
     } catch (const std::bad_alloc&) {
         LOG.error("Not enough memory");
     }
     gettimeofday(&stop, nullptr);
-    LOG.println("\nRunning time: " + sutils::long2str(stop.tv_sec - start.tv_sec) + " seconds");
+    LOG.println("\nRunning time: " + std::to_string(stop.tv_sec - start.tv_sec) + " seconds");
     LOG.close();
     return 0;
 }

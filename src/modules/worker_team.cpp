@@ -1,37 +1,35 @@
 #include "modules/worker_team.h"
 
+#include <algorithm>
+#include <atomic>
 #include <new>
+#include <string>
 #include <system_error>
+#include <thread>
+#include <vector>
 
 #include "utils/lfile.h"
-#include "utils/sutils.h"
 
-worker_team::worker_team(int threads) : n_thread(threads) {}
+worker_team::worker_team(int n_threads) : n_workers(std::max(n_threads, 1)) {}
 
-void worker_team::run(void* (*callback)(void*), void* argument) {
-    i_worker = 0;
+void worker_team::run(int n_items, const std::function<void(int item, int worker)>& work) {
     if (is_single()) {
-        callback(argument);
+        for (int item = 0; item < n_items; ++item) work(item, 0);
         return;
     }
-    const auto body = [callback, argument] {
+    std::atomic<int> next_item = 0;
+    const auto take_items = [&](int worker) {
         try {
-            callback(argument);
+            for (int item = next_item++; item < n_items; item = next_item++) work(item, worker);
         } catch (const std::bad_alloc&) {
             LOG.error("Not enough memory");
         }
     };
+    std::vector<std::thread> threads;
     try {
-        for (int i = 0; i < n_thread; ++i) id_workers.emplace_back(body);
+        for (int worker = 0; worker < n_workers; ++worker) threads.emplace_back(take_items, worker);
     } catch (const std::system_error& reason) {
-        LOG.error("Impossible to start " + sutils::int2str(n_thread) + " threads: " + reason.what());
+        LOG.error("Impossible to start " + std::to_string(n_workers) + " threads: " + reason.what());
     }
-    for (std::thread& worker : id_workers) worker.join();
-    id_workers.clear();
-}
-
-int worker_team::take() {
-    if (is_single()) return i_worker++;
-    const std::lock_guard lock(mutex_workers);
-    return i_worker++;
+    for (std::thread& thread : threads) thread.join();
 }

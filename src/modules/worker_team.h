@@ -1,28 +1,24 @@
 #pragma once
 
-#include <mutex>
-#include <thread>
-#include <vector>
+#include <functional>
 
-/// A fixed number of threads that share out the items 0, 1, 2, ... of a pass one by one: items take very
-/// different times, and one lock an item costs nothing beside the work.
+/// The threads of a run. They take the items of a pass one by one, since items take very different times.
 class worker_team {
   public:
-    explicit worker_team(int n_thread);
+    /// Fewer than two threads: passes run on the calling thread, and no thread is started.
+    explicit worker_team(int n_threads);
     worker_team(const worker_team&) = delete;
     worker_team& operator=(const worker_team&) = delete;
 
-    /// With fewer than two threads a pass runs on the calling thread, and no thread is started.
-    bool is_single() const { return n_thread < 2; }
+    /// Number of threads that work at a time, at least 1.
+    int size() const { return n_workers; }
+    bool is_single() const { return n_workers == 1; }
 
-    /// A pass: runs `callback(argument)` in each thread, until all have returned.
-    void run(void* (*callback)(void*), void* argument);
-    /// The next item of the pass, from 0.
-    int take();
+    /// A pass: calls work(item, worker) once for each item from 0 to `n_items` - 1, in this order, `worker`
+    /// being the number of the thread, from 0 to size() - 1. Returns when all are done. Lack of memory or of
+    /// threads ends the run.
+    void run(int n_items, const std::function<void(int item, int worker)>& work);
 
   private:
-    int i_worker = 0;  // next item to hand out
-    int n_thread;
-    std::mutex mutex_workers;  // guards i_worker
-    std::vector<std::thread> id_workers;
+    int n_workers;
 };

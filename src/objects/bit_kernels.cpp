@@ -9,8 +9,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "objects/chaplotype.h"
-
 namespace bit_kernels {
 
 namespace {

@@ -4,9 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-class chaplotype;
-
-/// The inner loops over packed haplotypes: Hamming distances and overlaps of matches, 64 loci at a time.
+/// The inner loops over packed haplotypes: Hamming distances and overlaps of matches, 64 loci at a time, and
+/// unpacking. Haplotypes are packed as in chaplotype: locus l is bit l & 7 of byte l >> 3.
 namespace bit_kernels {
 
 /// Numbers of loci of one kind; see kernel_set::overlap.
@@ -40,9 +39,12 @@ struct kernel_set {
     /// d0[8 * i + j] and d1[8 * i + j] are those of haplotype j of tile i.
     void (*scan)(const tile_line* lines, int stride, const int* tiles, int n_tiles,
                  const target_words* targets, int n_words, int* d0, int* d1);
-    /// Compares c0 with h0 and c1 with h1 at the loci `first` to `last`, both inclusive.
-    overlap_counts (*overlap)(const chaplotype& c0, const chaplotype& c1, const chaplotype& h0,
-                              const chaplotype& h1, int first, int last);
+    /// Compares the haplotypes c0 with h0 and c1 with h1 at the loci `first` to `last`, both inclusive.
+    overlap_counts (*overlap)(const unsigned char* c0, const unsigned char* c1, const unsigned char* h0,
+                              const unsigned char* h1, int first, int last);
+    /// The alleles of n haplotypes at the eight loci of byte `byte` of their words: that of haplotype h at
+    /// the locus of bit b goes to alleles[b * n + h].
+    void (*unpack)(const std::uint64_t* words, int byte, int n, unsigned char* alleles);
 };
 
 /// The fastest set that this machine has.

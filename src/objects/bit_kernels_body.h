@@ -128,15 +128,15 @@ KERNEL void scan(const tile_line* lines, int stride, const int* tiles, int n_til
     }
 }
 
-KERNEL overlap_counts overlap(const chaplotype& c0, const chaplotype& c1, const chaplotype& h0,
-                              const chaplotype& h1, int first, int last) {
+KERNEL overlap_counts overlap(const unsigned char* c0, const unsigned char* c1, const unsigned char* h0,
+                              const unsigned char* h1, int first, int last) {
     overlap_counts counts{0, 0, 0};
     const int last_byte = last >> 3;
     for (int byte = first >> 3; byte <= last_byte; byte += WORD) {
         const int n = last_byte + 1;
-        const std::uint64_t a = bytes_at(h0.data.data(), byte, n), b = bytes_at(h1.data.data(), byte, n);
-        const std::uint64_t match0 = ~(a ^ bytes_at(c0.data.data(), byte, n));
-        const std::uint64_t match1 = ~(b ^ bytes_at(c1.data.data(), byte, n));
+        const std::uint64_t a = bytes_at(h0, byte, n), b = bytes_at(h1, byte, n);
+        const std::uint64_t match0 = ~(a ^ bytes_at(c0, byte, n));
+        const std::uint64_t match1 = ~(b ^ bytes_at(c1, byte, n));
         const std::uint64_t counted = loci_between(8 * byte, first, last);
         counts.only0 += count(match0 & ~match1 & counted);
         counts.only1 += count(match1 & ~match0 & counted);
@@ -146,4 +146,14 @@ KERNEL overlap_counts overlap(const chaplotype& c0, const chaplotype& c1, const 
     return counts;
 }
 
-const kernel_set KERNELS = {NAME, is_available, distance, scan, overlap};
+KERNEL void unpack(const std::uint64_t* from, int byte, int n, unsigned char* alleles) {
+    // The first row keeps the bytes until all other rows are filled.
+    for (int h = 0; h < n; ++h) alleles[h] = static_cast<unsigned char>(from[h] >> (8 * byte));
+    for (int b = 1; b < 8; ++b) {
+        unsigned char* row = alleles + static_cast<std::ptrdiff_t>(b) * n;
+        for (int h = 0; h < n; ++h) row[h] = alleles[h] >> b & 1;
+    }
+    for (int h = 0; h < n; ++h) alleles[h] &= 1;
+}
+
+const kernel_set KERNELS = {NAME, is_available, distance, scan, overlap, unpack};

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <bit>
+
 #include "objects/chaplotype.h"
 
-/// The plain twin of the bit kernels, byte by byte through a table of bit counts. Tests hold the two equal,
+/// The plain twin of the bit kernels, byte by byte. Tests hold the two equal,
 /// benchmarks compare their speed.
 namespace bit_kernels::plain {
 
@@ -10,7 +12,7 @@ namespace bit_kernels::plain {
 inline int bounded_distance(const unsigned char* a, const unsigned char* b, int n, int limit) {
     int sum = 0;
     for (int i = 0; i < n; ++i) {
-        sum += distance_lookup[a[i] ^ b[i]];
+        sum += std::popcount(static_cast<unsigned char>(a[i] ^ b[i]));
         if (sum > limit) return DISTANCE_BEYOND_LIMIT;
     }
     return sum;

@@ -1,22 +1,12 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
 
-class ifile;
-class ofile;
-
-/// Number of set bits of each byte value.
-extern const std::array<std::int32_t, 256> distance_lookup;
-
-/// What a bounded distance returns once it has passed its limit.
+/// A distance farther than any two haplotypes lie apart: of an unset entry, or beyond a limit.
 constexpr int DISTANCE_BEYOND_LIMIT = 1000000000;
-
-/// One entry a haplotype: 1 where it is marked, else 0. Whole bytes, which are quick to set and to list.
-using haplotype_mask = std::vector<unsigned char>;
 
 /// A haplotype: biallelic alleles packed eight to the byte. Locus l is bit l & 7 of byte l >> 3; bits past
 /// the last locus are 0, on which the distances rely. Distances work on whole bytes.
@@ -74,28 +64,10 @@ class chaplotype {
     /// The same over the bytes that hold loci `first` to `last`, both inclusive and whole: loci of the two
     /// end bytes outside the range count too, which is good enough to rank neighbours.
     int hamming(const chaplotype& o, int first, int last) const;
-    /// The same, or DISTANCE_BEYOND_LIMIT when the distance is above `limit`.
-    int hamming(const chaplotype& o, int first, int last, int limit) const;
-    /// Length in loci of the longest run of equal bytes among those that hold loci `first` to `last`; 0 as
-    /// soon as `min_length` is above eight times the number of bytes still to come.
-    int perfectmatch(const chaplotype& o, int first, int last, int min_length) const;
-    /// Follows this haplotype along `a` and `b` over the loci `first` to `last`, both inclusive: counts the
-    /// changes from one to the other, and the loci where it equals neither.
-    void switcherror(const chaplotype& a, const chaplotype& b, int first, int last, int& n_switch,
-                     int& n_mismatch) const;
 
     /// One character "0" or "1" a locus.
     std::string toString() const;
-    /// Number of loci (4 bytes), number of bytes (4 bytes), then the bytes, in host order.
-    void write(ofile& f) const;
-    /// Reads what write wrote; false when the file ends before. Sizes that disagree end the run.
-    bool read(ifile& f);
 
     std::vector<unsigned char> data;
     unsigned int n = 0;  // loci
 };
-
-/// The same for an estimated pair `h0`, `h1` against a true pair `t0`, `t1`; a mismatch is a locus where the
-/// genotypes differ.
-void switcherror(const chaplotype& h0, const chaplotype& h1, const chaplotype& t0, const chaplotype& t1,
-                 int first, int last, int& n_switch, int& n_mismatch);

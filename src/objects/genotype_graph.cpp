@@ -33,28 +33,25 @@ int genotype_graph::getB(int l) const {
     return -1;
 }
 
-void genotype_graph::getClosestBoundaries(int from, int to, int& first_locus, int& last_locus,
-                                          int& first_segment, int& last_segment) const {
-    first_locus = last_locus = first_segment = last_segment = -1;
+segment_range genotype_graph::getClosestBoundaries(int from, int to) const {
+    segment_range range{-1, n_loci() - 1, -1, n_segments() - 1};
     int start = 0;
-    for (int s = 0; s < n_segments() && (first_segment < 0 || last_segment < 0); ++s) {
+    bool is_last_known = false;
+    for (int s = 0; s < n_segments() && (range.first_segment < 0 || !is_last_known); ++s) {
         const int end = start + static_cast<int>(seg_length[s]);
         if (from >= start && from < end) {
-            first_locus = start;
-            first_segment = s;
+            range.first_locus = start;
+            range.first_segment = s;
         }
         if (to >= start && to < end) {
-            last_locus = end - 1;
-            last_segment = s;
+            range.last_locus = end - 1;
+            range.last_segment = s;
+            is_last_known = true;
         }
         start = end;
     }
-    if (last_segment < 0) {
-        last_locus = n_loci() - 1;
-        last_segment = n_segments() - 1;
-    }
-    const int fb = first_segment, tb = last_segment;
-    TOLVANE_ASSERT(fb >= 0 && tb >= 0, "fb >= 0 && tb >= 0");
+    TOLVANE_ASSERT(range.first_segment >= 0 && range.last_segment >= 0, "fb >= 0 && tb >= 0");
+    return range;
 }
 
 template <class Linked>

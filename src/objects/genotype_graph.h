@@ -7,9 +7,20 @@
 #include <vector>
 
 #include "objects/chaplotype.h"
+#include "utils/random_source.h"
 
 constexpr int MAX_SEGMENT_PAIRS = 10;  // candidate pairs of a segment when it is built
 constexpr int MAX_SEGMENT_HAPS = 8;    // candidate haplotypes of a segment, always
+
+/// A run of whole segments and the loci they hold; all bounds inclusive.
+struct segment_range {
+    int first_locus, last_locus, first_segment, last_segment;
+
+    bool operator==(const segment_range&) const = default;
+};
+
+/// Where the two haplotypes of an individual are in a list of haplotypes.
+using haplotype_indexes = std::array<int, 2>;
 
 /// Every haplotype pair that one individual's genotypes allow, in a size linear in the number of variants.
 ///
@@ -43,10 +54,9 @@ class genotype_graph {
     void pushHaps(const std::vector<std::vector<bool>>& haps);
     /// Appends a transition group given as four lists of equal length: left0, right0, left1, right1.
     void pushTrans(const std::vector<std::vector<int>>& T);
-    /// Proposes windows of about `window_size` bp for a chromosome of `span` bp, cut at random and
-    /// overlapping by two segments. Entry w of each list describes window w, all bounds inclusive.
-    void cluster(int span, int window_size, std::vector<int>& first_locus, std::vector<int>& last_locus,
-                 std::vector<int>& first_segment, std::vector<int>& last_segment) const;
+    /// Windows of about `window_size` bp for a chromosome of `span` bp, cut at random and overlapping by two
+    /// segments.
+    std::vector<segment_range> cluster(int span, int window_size, random_source& random) const;
 
     // ---- structure, genotype_graph.cpp
 
@@ -73,8 +83,7 @@ class genotype_graph {
     /// Segment that holds locus `l`, or -1.
     int getB(int l) const;
     /// Widens the loci `from` to `to`, both inclusive, to whole segments. A `to` past the end is clamped.
-    void getClosestBoundaries(int from, int to, int& first_locus, int& last_locus, int& first_segment,
-                              int& last_segment) const;
+    segment_range getClosestBoundaries(int from, int to) const;
 
     /// Index of the transition of group `g` with the largest trans_store that can follow (maxN) or precede
     /// (maxP) the byte position `t`; the first of equals, -1 when there is none.
@@ -92,14 +101,15 @@ class genotype_graph {
     // ---- walks, genotype_graph_walk.cpp
 
     /// Draws a walk with trans_prob as weights (all equal when `uniform`) and writes its two haplotypes into
-    /// haps[indexes[0]] and haps[indexes[1]]. Throws myException when no weight is left or one is no number.
-    void sample(std::vector<chaplotype>& haps, const std::vector<int>& indexes, bool uniform) const;
+    /// haps[indexes[0]] and haps[indexes[1]]. Throws myException when no weight is left or one is NaN.
+    void sample(std::vector<chaplotype>& haps, haplotype_indexes indexes, bool uniform,
+                random_source& random) const;
     /// Finds the best walk over trans_store (Viterbi 1967) and writes its haplotypes.
-    void maximize(std::vector<chaplotype>& haps, const std::vector<int>& indexes) const;
+    void maximize(std::vector<chaplotype>& haps, haplotype_indexes indexes, random_source& random) const;
     /// Writes the haplotypes of a walk, given as one position within its group for each group. Where both
     /// chromosomes come from one candidate, chance decides which of them takes which way.
-    void buildGuesses(std::vector<chaplotype>& haps, const std::vector<int>& indexes,
-                      const std::vector<int>& path) const;
+    void buildGuesses(std::vector<chaplotype>& haps, haplotype_indexes indexes, const std::vector<int>& path,
+                      random_source& random) const;
     /// Sets further flags so that a kept transition (by index in the graph) has a kept one linked on each
     /// side; returns how many it set. One sweep may leave dead ends, so callers repeat until it returns 0.
     unsigned int consolide(std::vector<bool>& kept) const;

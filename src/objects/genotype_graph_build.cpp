@@ -124,22 +124,16 @@ void genotype_graph::pushTrans(const std::vector<std::vector<int>>& T) {
     }
 }
 
-void genotype_graph::cluster(int span, int window_size, std::vector<int>& first_locus,
-                             std::vector<int>& last_locus, std::vector<int>& first_segment,
-                             std::vector<int>& last_segment) const {
+std::vector<segment_range> genotype_graph::cluster(int span, int window_size, random_source& random) const {
     const int n_windows = span / window_size;
     const int min_size = std::max(n_segments() / std::max(n_windows, 1), 2);
     std::vector<autils::item_run> runs;
-    autils::decompose(min_size, {0, n_segments() - 1}, runs);
+    autils::decompose(min_size, {0, n_segments() - 1}, runs, random);
     std::vector<int> start(n_segments() + 1, 0);  // first locus of each segment
     for (int s = 0; s < n_segments(); ++s) start[s + 1] = start[s] + static_cast<int>(seg_length[s]);
 
-    for (auto* bounds : {&first_locus, &last_locus, &first_segment, &last_segment})
-        bounds->assign(runs.size(), -1);
-    for (std::size_t w = 0; w < runs.size(); ++w) {
-        first_segment[w] = runs[w].first;
-        last_segment[w] = runs[w].last;
-        first_locus[w] = start[runs[w].first];
-        last_locus[w] = start[runs[w].last + 1] - 1;
-    }
+    std::vector<segment_range> windows;
+    windows.reserve(runs.size());
+    for (const auto [first, last] : runs) windows.push_back({start[first], start[last + 1] - 1, first, last});
+    return windows;
 }

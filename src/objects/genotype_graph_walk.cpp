@@ -6,7 +6,6 @@
 #include "utils/assertion.h"
 #include "utils/autils.h"
 #include "utils/my_exception.h"
-#include "utils/putils.h"
 #include "utils/sutils.h"
 
 namespace {
@@ -15,20 +14,20 @@ constexpr double SMALLEST_SUM = 1e-300;
 
 }  // namespace
 
-void genotype_graph::sample(std::vector<chaplotype>& haps, const std::vector<int>& indexes,
-                            bool uniform) const {
+void genotype_graph::sample(std::vector<chaplotype>& haps, haplotype_indexes indexes, bool uniform,
+                            random_source& random) const {
     std::vector<int> path(n_groups(), -1);
     std::vector<double> w;
-    const bool forward = putils::getRandom() < 0.5;  // neither end of the graph is favoured
-    int neighbour = -1;                              // transition chosen in the group before
+    const bool forward = random.draw() < 0.5;  // neither end of the graph is favoured
+    int neighbour = -1;                        // transition chosen in the group before
     for (int step = 0; step < n_groups(); ++step) {
         const int g = forward ? step : n_groups() - 1 - step;
         const double sum = weigh_group(g, neighbour, uniform, forward, w);
         check_weights(w, sum, g, forward);
-        path[g] = putils::sample(w, sum);
+        path[g] = random.draw_index(w, sum);
         neighbour = static_cast<int>(trans_offset[g]) + path[g];
     }
-    buildGuesses(haps, indexes, path);
+    buildGuesses(haps, indexes, path, random);
 }
 
 /// Weights of the transitions of group `g` that are linked to transition `neighbour` of the group before (in
@@ -60,7 +59,8 @@ void genotype_graph::check_weights(const std::vector<double>& w, double sum, int
                       " / i=" + name + " b=" + sutils::int2str(g) + " sp=" + sutils::double2str(sum, 10));
 }
 
-void genotype_graph::maximize(std::vector<chaplotype>& haps, const std::vector<int>& indexes) const {
+void genotype_graph::maximize(std::vector<chaplotype>& haps, haplotype_indexes indexes,
+                              random_source& random) const {
     std::vector<std::vector<double>> delta(n_groups());
     std::vector<std::vector<int>> back(n_groups());
     for (int g = 0; g < n_groups(); ++g) {
@@ -89,11 +89,11 @@ void genotype_graph::maximize(std::vector<chaplotype>& haps, const std::vector<i
         path[g] = back[g + 1][path[g + 1]];
         TOLVANE_ASSERT(path[g] >= 0, "path[g] >= 0");
     }
-    buildGuesses(haps, indexes, path);
+    buildGuesses(haps, indexes, path, random);
 }
 
-void genotype_graph::buildGuesses(std::vector<chaplotype>& haps, const std::vector<int>& indexes,
-                                  const std::vector<int>& path) const {
+void genotype_graph::buildGuesses(std::vector<chaplotype>& haps, haplotype_indexes indexes,
+                                  const std::vector<int>& path, random_source& random) const {
     int c0 = 0, c1 = 0, pos = 0;
     for (int s = 0; s + 1 < static_cast<int>(path.size()); ++s) {
         const unsigned t = trans_offset[s] + static_cast<unsigned>(path[s]);
@@ -106,7 +106,7 @@ void genotype_graph::buildGuesses(std::vector<chaplotype>& haps, const std::vect
             c0 = left0 == c0 ? right0 : right1;
             c1 = left1 == c1 ? right1 : right0;
         } else {
-            const bool swapped = putils::getRandom() < 0.5;
+            const bool swapped = random.draw() < 0.5;
             c0 = swapped ? right1 : right0;
             c1 = swapped ? right0 : right1;
         }

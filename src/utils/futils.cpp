@@ -6,11 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <istream>
-#include <ostream>
 
 namespace {
 
@@ -71,30 +68,6 @@ std::string cannotOpen(const std::string& name) {
 
 std::string cannotCreate(const std::string& name) {
     return name + " is impossible to create, check writing permissions";
-}
-
-void bool2binary(const std::vector<bool>& bits, std::ostream& stream) {
-    const auto count = static_cast<std::int32_t>(bits.size());
-    stream.write(reinterpret_cast<const char*>(&count), sizeof count);
-    for (std::size_t first = 0; first < bits.size(); first += 8) {
-        unsigned byte = 0;
-        for (std::size_t bit = 0; bit < 8 && first + bit < bits.size(); ++bit)
-            byte |= static_cast<unsigned>(bits[first + bit]) << bit;
-        stream.put(static_cast<char>(byte));
-    }
-}
-
-bool binary2bool(std::vector<bool>& bits, std::istream& stream) {
-    bits.clear();
-    std::int32_t count = 0;
-    if (!stream.read(reinterpret_cast<char*>(&count), sizeof count) || count < 0) return false;
-    // Grows with the bytes that are really there, so a damaged count can't claim memory.
-    for (std::int32_t first = 0; first < count; first += 8) {
-        char byte = 0;
-        if (!stream.get(byte)) return false;
-        for (int bit = 0; bit < 8 && first + bit < count; ++bit) bits.push_back((byte >> bit) & 1);
-    }
-    return true;
 }
 
 }  // namespace futils

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <iosfwd>
 #include <string>
-#include <vector>
 
-/// File tests, failure messages that belong to files, and the packed form of bool vectors.
+/// File tests, and the failure messages that belong to files.
 namespace futils {
 
 /// True when `name` can be opened for reading and is no folder. A pipe is not opened, since opening and
@@ -28,12 +26,5 @@ bool isSameFile(const std::string& a, const std::string& b);
 /// The two messages of a file that can't be used.
 std::string cannotOpen(const std::string& name);
 std::string cannotCreate(const std::string& name);
-
-/// Writes the count as a 4-byte int in host order, then ceil(count / 8) bytes, low bit first.
-void bool2binary(const std::vector<bool>& bits, std::ostream& stream);
-
-/// The reverse. Returns false when the count or a byte can't be read, or when the count is negative;
-/// `bits` then holds what was read.
-bool binary2bool(std::vector<bool>& bits, std::istream& stream);
 
 }  // namespace futils

@@ -6,6 +6,7 @@
 #include <boost/iostreams/device/file_descriptor.hpp>
 #include <boost/iostreams/filter/bzip2.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
+#include <boost/iostreams/filtering_stream.hpp>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -61,9 +62,15 @@ std::string damage(const std::exception& reason) {
 
 }  // namespace
 
+struct ifile::chain : io::filtering_istream {};
+
+ifile::ifile() = default;
+
 ifile::ifile(const std::string& name, bool binary_mode) {
     if (!open(name, binary_mode)) LOG.error(futils::cannotOpen(name));
 }
+
+ifile::~ifile() = default;
 
 bool ifile::open(const std::string& name, bool binary_mode) {
     close();
@@ -71,29 +78,30 @@ bool ifile::open(const std::string& name, bool binary_mode) {
     at_start = true;
     if (!futils::isFile(name)) return false;
     const std::string extension = futils::extensionFile(name);
+    auto opened = std::make_unique<chain>();
     try {
         io::file_descriptor_source device(name, binary_mode ? std::ios::in | std::ios::binary : std::ios::in);
         if (extension == "gz")
-            push(io::gzip_decompressor(io::zlib::default_window_bits, BUFFER_BYTES), BUFFER_BYTES);
-        if (extension == "bz2") push(io::bzip2_decompressor(false, BUFFER_BYTES), BUFFER_BYTES);
-        push(device, BUFFER_BYTES);
+            opened->push(io::gzip_decompressor(io::zlib::default_window_bits, BUFFER_BYTES), BUFFER_BYTES);
+        if (extension == "bz2") opened->push(io::bzip2_decompressor(false, BUFFER_BYTES), BUFFER_BYTES);
+        opened->push(device, BUFFER_BYTES);
     } catch (const std::ios_base::failure&) {
-        reset();
         return false;
     }
-    clear();
-    exceptions(std::ios::badbit);  // lets the reason of a failure through to getLine and readBytes
+    opened->exceptions(std::ios::badbit);  // lets the reason of a failure through to getLine and readBytes
+    stream = std::move(opened);
     return true;
 }
 
 void ifile::close() {
-    exceptions(std::ios::goodbit);
-    if (!empty()) reset();
+    if (stream != nullptr) stream->exceptions(std::ios::goodbit);
+    stream.reset();
 }
 
 bool ifile::getLine(std::string& line) {
+    if (stream == nullptr) return false;
     try {
-        const bool found = static_cast<bool>(std::getline(*this, line));
+        const bool found = static_cast<bool>(std::getline(*stream, line));
         if (at_start && line.starts_with(BYTE_ORDER_MARK)) line.erase(0, BYTE_ORDER_MARK.size());
         at_start = false;
         return found;
@@ -103,32 +111,27 @@ bool ifile::getLine(std::string& line) {
 }
 
 bool ifile::readBytes(char* bytes, std::streamsize n) {
+    if (stream == nullptr) return false;
     try {
-        return static_cast<bool>(read(bytes, n));
+        return static_cast<bool>(stream->read(bytes, n));
     } catch (const std::exception& reason) {
         stopOnDamage(reason);
     }
 }
 
-bool ifile::readString(std::string& text) {
-    std::int32_t length = 0;
-    text.clear();
-    if (!readBytes(reinterpret_cast<char*>(&length), sizeof length)) return false;
-    if (length < 0) LOG.error(file + " declares a text of " + std::to_string(length) + " bytes");
-    // Taken in pieces, so a damaged length can't claim more memory than the file holds bytes.
-    std::string piece;
-    for (std::int32_t rest = length; rest > 0; rest -= static_cast<std::int32_t>(piece.size())) {
-        piece.resize(static_cast<std::size_t>(std::min<std::int32_t>(rest, BUFFER_BYTES)));
-        if (!readBytes(piece.data(), static_cast<std::streamsize>(piece.size()))) return false;
-        text += piece;
-    }
-    text.resize(std::min(text.find('\0'), text.size()));
-    return true;
+std::streamsize ifile::gcount() const {
+    return stream == nullptr ? 0 : stream->gcount();
 }
 
 void ifile::stopOnDamage(const std::exception& reason) const {
     LOG.error(file + " could not be read: " + damage(reason));
 }
+
+struct ofile::chain : io::filtering_ostream {
+    std::shared_ptr<int> first_failure = std::make_shared<int>(0);  // errno of a write or close
+};
+
+ofile::ofile() = default;
 
 ofile::ofile(const std::string& name, bool binary_mode) {
     if (!open(name, binary_mode)) LOG.error(futils::cannotCreate(name));
@@ -136,7 +139,7 @@ ofile::ofile(const std::string& name, bool binary_mode) {
 
 ofile::~ofile() {
     try {
-        if (!empty()) reset();
+        if (stream != nullptr) stream->reset();
     } catch (const std::ios_base::failure&) {
         // Nobody has asked whether the file is whole.
     }
@@ -146,39 +149,35 @@ bool ofile::open(const std::string& name, bool /* POSIX files are all binary */)
     file = name;
     const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (descriptor < 0) return false;
-    first_failure = std::make_shared<int>(0);
+    stream = std::make_unique<chain>();
     const std::string extension = futils::extensionFile(name);
-    if (extension == "gz") push(io::gzip_compressor(io::gzip_params(), BUFFER_BYTES), BUFFER_BYTES);
-    if (extension == "bz2") push(io::bzip2_compressor(io::bzip2_params(), BUFFER_BYTES), BUFFER_BYTES);
-    push(checked_sink(descriptor, first_failure), BUFFER_BYTES);
-    clear();
+    if (extension == "gz") stream->push(io::gzip_compressor(io::gzip_params(), BUFFER_BYTES), BUFFER_BYTES);
+    if (extension == "bz2")
+        stream->push(io::bzip2_compressor(io::bzip2_params(), BUFFER_BYTES), BUFFER_BYTES);
+    stream->push(checked_sink(descriptor, stream->first_failure), BUFFER_BYTES);
     return true;
 }
 
 void ofile::close() {
-    if (empty()) return;
+    if (stream == nullptr) return;
+    const std::shared_ptr<int> failure = stream->first_failure;
     try {
-        flush();
-        reset();  // ends the chain: compressors write their last bytes, the device closes
+        stream->flush();
+        stream->reset();  // ends the chain: compressors write their last bytes, the device closes
     } catch (const std::ios_base::failure&) {
         // A compressor throws when its last bytes find no place; the sink knows the reason.
-        stopOnFailure();
+        stopOnFailure(*failure);
         throw;
     }
-    stopOnFailure();
+    stream.reset();
+    stopOnFailure(*failure);
 }
 
 void ofile::writeBytes(const char* bytes, std::streamsize n) {
-    write(bytes, n);
-    if (!good()) stopOnFailure();
+    stream->write(bytes, n);
+    if (!stream->good()) stopOnFailure(*stream->first_failure);
 }
 
-void ofile::writeString(const std::string& text) {
-    const auto length = static_cast<std::int32_t>(text.size());
-    writeBytes(reinterpret_cast<const char*>(&length), sizeof length);
-    writeText(text);
-}
-
-void ofile::stopOnFailure() const {
-    if (*first_failure != 0) LOG.error(file + " could not be written: " + std::strerror(*first_failure));
+void ofile::stopOnFailure(int reason) const {
+    if (reason != 0) LOG.error(file + " could not be written: " + std::strerror(reason));
 }

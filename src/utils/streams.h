@@ -1,16 +1,20 @@
 #pragma once
 
-#include <boost/iostreams/filtering_stream.hpp>
+#include <exception>
+#include <ios>
 #include <memory>
 #include <string>
 
-/// Input file, decompressed as its extension tells ("gz", "bz2", anything else plain). Damaged or truncated
-/// data and read errors end the run with the file's name: they never read as a shorter file.
-class ifile : public boost::iostreams::filtering_istream {
+/// Input file, decompressed by its extension ("gz", "bz2", anything else plain). Damaged or truncated data
+/// and read errors end the run with the file's name: they never read as a shorter file.
+class ifile {
   public:
-    ifile() = default;
+    ifile();
     /// Opens `name`, or ends the run with the message of a file that can't be opened.
     explicit ifile(const std::string& name, bool binary_mode = false);
+    ~ifile();
+    ifile(const ifile&) = delete;
+    ifile& operator=(const ifile&) = delete;
 
     /// Returns whether the file could be opened; a folder can't.
     bool open(const std::string& name, bool binary_mode = false);
@@ -22,25 +26,28 @@ class ifile : public boost::iostreams::filtering_istream {
     bool getLine(std::string& line);
     /// Reads exactly `n` bytes; false when the file ends before.
     bool readBytes(char* bytes, std::streamsize n);
-    /// Reads a text stored by ofile::writeString, up to its first zero byte; false when it is cut short.
-    bool readString(std::string& text);
+    /// Number of bytes that the last readBytes read.
+    std::streamsize gcount() const;
 
   private:
+    struct chain;
+
     [[noreturn]] void stopOnDamage(const std::exception& reason) const;
 
     std::string file;
+    std::unique_ptr<chain> stream;  // decompressor and device, empty while no file is open
     bool at_start = true;
 };
 
-/// Output file, compressed as its extension tells. A failed write or close ends the run with the file's name
-/// and the reason, so half a file never passes for a whole one.
-class ofile : public boost::iostreams::filtering_ostream {
+/// Output file, compressed by its extension. A failed write or close ends the run with the file's name and
+/// the reason, so half a file never passes for a whole one.
+class ofile {
   public:
-    ofile() = default;
+    ofile();
     /// Creates `name`, or ends the run with the message of a file that can't be created.
     explicit ofile(const std::string& name, bool binary_mode = false);
-    /// Ends the file without a check: only close() tells that it is whole.
-    ~ofile() override;
+    /// Ends the file without a check: only after close() it is known to be whole.
+    ~ofile();
     ofile(const ofile&) = delete;
     ofile& operator=(const ofile&) = delete;
 
@@ -55,12 +62,12 @@ class ofile : public boost::iostreams::filtering_ostream {
     void writeText(const std::string& text) {
         writeBytes(text.data(), static_cast<std::streamsize>(text.size()));
     }
-    /// Writes the length as a 4-byte int in host order, then the bytes.
-    void writeString(const std::string& text);
 
   private:
-    void stopOnFailure() const;
+    struct chain;
+
+    void stopOnFailure(int reason) const;
 
     std::string file;
-    std::shared_ptr<int> first_failure;  // errno of the first failed write or close, 0 while there is none
+    std::unique_ptr<chain> stream;  // compressor and device, empty while no file is open
 };

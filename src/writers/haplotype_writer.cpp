@@ -1,59 +1,68 @@
 #include "writers/haplotype_writer.h"
 
-#include <vector>
+#include <algorithm>
 
-#include "models/column_kernels.h"
+#include "objects/bit_kernels.h"
 #include "utils/lfile.h"
-#include "utils/streams.h"
-#include "utils/sutils.h"
 
 namespace {
 
+constexpr int BYTE_VARIANTS = 8;
+
 /// Appends a blank and a digit for each of `n` alleles.
-void appendAlleles(std::string& line, const unsigned char* alleles, int n) {
+void append_alleles(std::string& line, const unsigned char* alleles, std::size_t n) {
     const std::size_t start = line.size();
-    line.resize(start + 2 * static_cast<std::size_t>(n));
+    line.resize(start + 2 * n);
     char* text = line.data() + start;
-    for (int i = 0; i < n; ++i) {
+    for (std::size_t i = 0; i < n; ++i) {
         text[2 * i] = ' ';
         text[2 * i + 1] = static_cast<char>('0' + alleles[i]);
     }
 }
 
-}  // namespace
-
-void haplotype_writer::writeHaplotypeHap(const std::string& haps, const std::string& sample) const {
-    LOG.println("\nWriting sample information in [" + sample + "] in IMPUTE2 format");
-    writeSample(sample);
-    LOG.println("\nWriting haplotypes in [" + haps + "] in IMPUTE format");
-    writeHaps(haps);
-}
-
-void haplotype_writer::writeSample(const std::string& sample) const {
+void write_sample(const genhap_set& set, const std::string& sample) {
     ofile stream(sample);
     stream.writeText("ID_1 ID_2 missing\n0 0 0\n");
-    for (const genotype_graph* graph : GH.vecG) stream.writeText(graph->name + " " + graph->name + " 0\n");
+    for (const genotype_graph& graph : set.vecG) stream.writeText(graph.name + " " + graph.name + " 0\n");
     stream.close();
 }
 
-void haplotype_writer::writeHaps(const std::string& haps) const {
-    constexpr int BYTE = 8, WORD = 64;  // loci
-    ofile stream(haps);
-    const int n_haplotypes = 2 * static_cast<int>(GH.vecG.size());
-    std::vector<std::uint64_t> words(n_haplotypes);
-    std::vector<unsigned char> alleles(BYTE * words.size());
-    std::string line;
-    for (int l = 0; l < GH.snps->size(); ++l) {
-        if (l % WORD == 0)
-            for (int h = 0; h < n_haplotypes; ++h) words[h] = GH.vecH[h].get64(l);
-        if (l % BYTE == 0)
-            column_kernels::kernels().unpack(words.data(), l % WORD / BYTE, n_haplotypes, alleles.data());
-        const snp* variant = GH.snps->getByIndex(l);
-        line = variant->id + " " + variant->id + " " + sutils::int2str(variant->bp) + " " + variant->a0 +
-               " " + variant->a1;
-        appendAlleles(line, alleles.data() + (l % BYTE) * words.size(), n_haplotypes);
+}  // namespace
+
+void write_haplotypes(const genhap_set& set, haplotype_sink& sink) {
+    haplotype_block block;
+    block.words.resize(2 * set.vecG.size());
+    const auto& variants = set.snps.snp_list;
+    for (int first = 0; first < set.snps.size(); first += BLOCK_VARIANTS) {
+        const int end = std::min(first + BLOCK_VARIANTS, set.snps.size());
+        block.variants.assign(variants.begin() + first, variants.begin() + end);
+        for (std::size_t h = 0; h < block.words.size(); ++h) block.words[h] = set.vecH[h].get64(first);
+        sink.write(block);
+    }
+    sink.close();
+}
+
+void haps_sink::write(const haplotype_block& block) {
+    const std::size_t n = block.words.size();
+    alleles.resize(BYTE_VARIANTS * n);
+    for (std::size_t j = 0; j < block.variants.size(); ++j) {
+        const std::size_t byte = j / BYTE_VARIANTS, bit = j % BYTE_VARIANTS;
+        if (bit == 0)
+            bit_kernels::kernels().unpack(block.words.data(), static_cast<int>(byte), static_cast<int>(n),
+                                          alleles.data());
+        const snp& variant = block.variants[j];
+        line = variant.id + " " + variant.id + " " + std::to_string(variant.bp) + " " + variant.a0 + " " +
+               variant.a1;
+        append_alleles(line, alleles.data() + bit * n, n);
         line += '\n';
         stream.writeText(line);
     }
-    stream.close();
+}
+
+void writeHaplotypeHap(const genhap_set& set, const std::string& haps, const std::string& sample) {
+    LOG.println("\nWriting sample information in [" + sample + "] in IMPUTE2 format");
+    write_sample(set, sample);
+    LOG.println("\nWriting haplotypes in [" + haps + "] in IMPUTE format");
+    haps_sink sink(haps);
+    write_haplotypes(set, sink);
 }

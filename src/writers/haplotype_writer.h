@@ -1,21 +1,44 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "containers/genhap_set.h"
+#include "containers/variant_blocks.h"
+#include "utils/streams.h"
 
-/// Writes the haplotypes of a run as a HAPS/SAMPLE pair.
-class haplotype_writer {
+/// A file format of phased haplotypes: takes all variants in blocks, in order. A writer of a new format is a
+/// class of its own.
+class haplotype_sink {
   public:
-    explicit haplotype_writer(const genhap_set& g) : GH(g) {}
+    haplotype_sink() = default;
+    virtual ~haplotype_sink() = default;
+    haplotype_sink(const haplotype_sink&) = delete;
+    haplotype_sink& operator=(const haplotype_sink&) = delete;
 
-    /// Writes `sample`: two header lines, then "<name> <name> 0" for each individual; and `haps`: for each
-    /// variant its identifier twice, position and alleles, then two digits an individual, 0 for a0.
-    void writeHaplotypeHap(const std::string& haps, const std::string& sample) const;
+    virtual void write(const haplotype_block& block) = 0;
+    /// Ends the file and checks it.
+    virtual void close() = 0;
+};
+
+/// Hands the haplotypes of all individuals to a sink, and closes it.
+void write_haplotypes(const genhap_set& set, haplotype_sink& sink);
+
+/// A HAPS file: for each variant its identifier twice, position and alleles, then two digits an individual, 0
+/// for a0.
+class haps_sink : public haplotype_sink {
+  public:
+    /// Creates the file.
+    explicit haps_sink(const std::string& haps) : stream(haps) {}
+
+    void write(const haplotype_block& block) override;
+    void close() override { stream.close(); }
 
   private:
-    void writeSample(const std::string& sample) const;
-    void writeHaps(const std::string& haps) const;
-
-    const genhap_set& GH;
+    ofile stream;
+    std::vector<unsigned char> alleles;  // of 8 variants
+    std::string line;
 };
+
+/// Writes a HAPS/SAMPLE pair: the people first, two header lines and "<name> <name> 0" for each individual.
+void writeHaplotypeHap(const genhap_set& set, const std::string& haps, const std::string& sample);

@@ -16,41 +16,8 @@ TEST(Snp, StartsWithItsPositionAsName) {
     EXPECT_EQ(s.bp, 12345);
     EXPECT_EQ(s.idx, -1);
     EXPECT_FALSE(s.in_ref);
-}
-
-TEST(Snp, CopyHasNoIndexAndIsNotInThePanel) {
-    snp s(100, "A", "G");
-    s.id = "rs1";
-    s.cm = 2.5;
-    s.idx = 7;
-    s.in_ref = true;
-    const snp copy(&s);
-    EXPECT_EQ(copy.id, "rs1");
-    EXPECT_EQ(copy.a0, "A");
-    EXPECT_EQ(copy.a1, "G");
-    EXPECT_EQ(copy.cm, 2.5);
-    EXPECT_EQ(copy.bp, 100);
-    EXPECT_EQ(copy.idx, -1);
-    EXPECT_FALSE(copy.in_ref);
-}
-
-TEST(Get, CopiesAnAllele) {
-    const snp s(100, "A", "GT");
-    EXPECT_EQ(s.get(false), "A");
-    EXPECT_EQ(s.get(true), "GT");
-}
-
-TEST(Put, TakesTwoAllelesAndRefusesAThird) {
-    snp s(100, "", "");
-    EXPECT_EQ(s.put("G"), 0);
-    EXPECT_EQ(s.put("G"), 0) << "the same again is no second allele";
-    EXPECT_EQ(s.a1, "");
-    EXPECT_EQ(s.put("A"), 1);
-    EXPECT_EQ(s.put("T"), -1);
-    EXPECT_EQ(s.put("A"), 1);
-    EXPECT_EQ(s.put("G"), 0);
-    EXPECT_EQ(s.a0, "G");
-    EXPECT_EQ(s.a1, "A");
+    EXPECT_FALSE(s.is_turned);
+    EXPECT_EQ(s.chromosome, "");
 }
 
 struct strand_row {
@@ -102,6 +69,10 @@ TEST(Flip, SwapsTheAlleles) {
     s.flip();
     EXPECT_EQ(s.a0, "GT");
     EXPECT_EQ(s.a1, "A");
+    EXPECT_TRUE(s.is_turned);
+    s.flip();
+    EXPECT_EQ(s.a0, "A");
+    EXPECT_FALSE(s.is_turned);
 }
 
 TEST(Fill, GivesAnAbsentSecondAlleleTheFirst) {
@@ -110,16 +81,6 @@ TEST(Fill, GivesAnAbsentSecondAlleleTheFirst) {
     two.fill();
     EXPECT_EQ(one.a1, "A");
     EXPECT_EQ(two.a1, "G");
-}
-
-TEST(IsSNP, TwoSingleLettersThatDiffer) {
-    struct row {
-        const char *a0, *a1;
-        bool expected;
-    };
-    for (const row& r : {row{"A", "G", true}, row{"A", "A", false}, row{"AT", "A", false},
-                         row{"A", "AT", false}, row{"A", "", false}, row{"", "", false}, row{"0", "A", true}})
-        EXPECT_EQ(snp(1, r.a0, r.a1).isSNP(), r.expected) << r.a0 << " " << r.a1;
 }
 
 }  // namespace

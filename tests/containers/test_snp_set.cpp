@@ -8,7 +8,6 @@
 
 #include "support/child_process.h"
 #include "support/plain_generator.h"
-#include "utils/putils.h"
 
 namespace {
 
@@ -16,39 +15,49 @@ using support::aborts_on;
 using support::plain_generator;
 
 void put_all(snp_set& set, const std::vector<int>& positions) {
-    for (const int pos : positions) set.put(new snp(pos, "A", "G"));
+    for (const int pos : positions) set.put(snp(pos, "A", "G"));
 }
 
 std::vector<double> cm_of(const snp_set& set) {
     std::vector<double> cm;
-    for (const snp* s : set.snp_list) cm.push_back(s->cm);
+    for (const snp& s : set.snp_list) cm.push_back(s.cm);
     return cm;
+}
+
+/// The second alleles of the variants at a position.
+std::string alleles_at(snp_set& set, int pos) {
+    std::string text;
+    for (const snp& s : set.getByPos(pos)) text += s.a1;
+    return text;
 }
 
 TEST(SnpSet, HoldsVariantsInOrderAndByPosition) {
     snp_set set;
     EXPECT_EQ(set.size(), 0);
-    auto *first = new snp(100, "A", "G"), *second = new snp(200, "A", "C"), *third = new snp(200, "A", "T");
-    for (snp* s : {first, second, third}) set.put(s);
+    EXPECT_EQ(alleles_at(set, 100), "");
+    for (const auto& [pos, a1] : {std::pair(100, "G"), std::pair(200, "C"), std::pair(200, "T")})
+        set.put(snp(pos, "A", a1));
     EXPECT_EQ(set.size(), 3);
-    EXPECT_EQ(set.getByIndex(0), first);
-    EXPECT_EQ(set.getByIndex(2), third);
-    EXPECT_EQ(set.getByPos(100), std::vector<snp*>{first});
-    EXPECT_EQ(set.getByPos(200), (std::vector<snp*>{second, third}));
-    EXPECT_TRUE(set.getByPos(150).empty());
-    EXPECT_TRUE(set.getByPos(-1).empty());
+    EXPECT_EQ(set.getByIndex(0)->a1, "G");
+    EXPECT_EQ(set.getByIndex(2)->a1, "T");
+    EXPECT_EQ(alleles_at(set, 100), "G");
+    EXPECT_EQ(alleles_at(set, 200), "CT");
+    EXPECT_EQ(&set.getByPos(200)[1], set.getByIndex(2)) << "the variants themselves";
+    EXPECT_EQ(alleles_at(set, 150), "");
+    EXPECT_EQ(alleles_at(set, -1), "");
+    EXPECT_EQ(alleles_at(set, 201), "");
 }
 
 TEST(SnpSet, IndexingNumbersAndFills) {
     snp_set set;
-    set.put(new snp(100, "A", ""));
-    set.put(new snp(200, "A", "G"));
-    EXPECT_EQ(set.getIndexes(), (std::vector<int>{-1, -1}));
+    set.put(snp(100, "A", ""));
+    set.put(snp(200, "A", "G"));
+    for (const snp& s : set.snp_list) EXPECT_EQ(s.idx, -1);
     set.indexing();
-    EXPECT_EQ(set.getIndexes(), (std::vector<int>{0, 1}));
+    EXPECT_EQ(set.getByIndex(0)->idx, 0);
+    EXPECT_EQ(set.getByIndex(1)->idx, 1);
     EXPECT_EQ(set.getByIndex(0)->a1, "A");
     EXPECT_EQ(set.getByIndex(1)->a1, "G");
-    EXPECT_TRUE(snp_set().getIndexes().empty());
 }
 
 // ---- genetic positions
@@ -215,26 +224,23 @@ TEST(InterpolateCentiMorgan, AgreesWithALinearWalk) {
 /// `n` variants, evenly spread from 0 to `span` bp.
 void put_spread(snp_set& set, int n, int span) {
     for (int i = 0; i < n; ++i)
-        set.put(new snp(static_cast<int>(static_cast<long>(span) * i / (n - 1)), "A", "G"));
+        set.put(snp(static_cast<int>(static_cast<long>(span) * i / (n - 1)), "A", "G"));
 }
 
 TEST(Rpartition, ChromosomeShorterThanAWindowIsOne) {
     snp_set set;
     put_spread(set, 50, 999);
-    putils::initRandom(3);
-    std::vector<int> output = {1, 2, 3, 4};
-    EXPECT_EQ(set.rpartition(1000.0, output), 1);
-    EXPECT_EQ(output, (std::vector<int>{0, 50}));
-    EXPECT_EQ(putils::getRandom(), plain_generator(3).draw()) << "nothing was drawn";
+    random_source random(3);
+    EXPECT_EQ(set.rpartition(1000.0, random), (std::vector<int>{0, 50}));
+    EXPECT_EQ(random.draw(), plain_generator(3).draw()) << "nothing was drawn";
 }
 
 TEST(Rpartition, OnePlaceOrOneVariantIsOneWindow) {
     for (const std::vector<int>& positions : {std::vector<int>{500}, {500, 500, 500}}) {
         snp_set set;
         put_all(set, positions);
-        std::vector<int> output;
-        EXPECT_EQ(set.rpartition(1000.0, output), 1);
-        EXPECT_EQ(output, (std::vector<int>{0, static_cast<int>(positions.size())}));
+        random_source random(1);
+        EXPECT_EQ(set.rpartition(1000.0, random), (std::vector<int>{0, static_cast<int>(positions.size())}));
     }
 }
 
@@ -242,9 +248,8 @@ TEST(Rpartition, TwoWindowsDrawOnce) {
     for (int seed = 1; seed <= 50; ++seed) {
         snp_set set;
         put_spread(set, 400, 2500);
-        putils::initRandom(seed);
-        std::vector<int> output;
-        EXPECT_EQ(set.rpartition(1000.0, output), 2);
+        random_source random(seed);
+        const std::vector<int> output = set.rpartition(1000.0, random);
         ASSERT_EQ(output.size(), 3U);
         EXPECT_EQ(output[0], 0);
         EXPECT_EQ(output[2], 400);
@@ -252,7 +257,7 @@ TEST(Rpartition, TwoWindowsDrawOnce) {
         EXPECT_LE(output[1], 210);
         plain_generator plain(seed);
         plain.draw();
-        EXPECT_EQ(putils::getRandom(), plain.draw()) << "one number was drawn";
+        EXPECT_EQ(random.draw(), plain.draw()) << "one number was drawn";
     }
 }
 
@@ -267,8 +272,8 @@ TEST(Rpartition, QuotientJustBelowAWholeNumberGivesOneWindowLess) {
          {row{9, 1.2, 6}, row{25, 2.2, 10}, row{27, 2.0, 12}, row{8, 2.0, 4}, row{9, 2.0, 4}}) {
         snp_set set;
         put_spread(set, 1000, r.span);
-        std::vector<int> output;
-        EXPECT_EQ(set.rpartition(r.size, output), r.expected) << r.span << " bp by " << r.size;
+        random_source random(1);
+        EXPECT_EQ(set.rpartition(r.size, random).size(), r.expected + 1U) << r.span << " bp by " << r.size;
     }
 }
 
@@ -287,9 +292,8 @@ TEST(Rpartition, BordersFollowTheDraws) {
             expected.push_back(static_cast<int>(r * 0.1 + i * step - 0.05 * step));
         }
         expected.push_back(n);
-        putils::initRandom(seed);
-        std::vector<int> output;
-        EXPECT_EQ(set.rpartition(size, output), w);
+        random_source random(seed);
+        const std::vector<int> output = set.rpartition(size, random);
         ASSERT_EQ(output, expected) << "seed " << seed;
         for (int i = 1; i < w; ++i) {
             EXPECT_GE(output[i], i * step - 0.05 * step - 1.0);
@@ -302,8 +306,8 @@ TEST(Rpartition, WindowsWithoutVariantsAbort) {
     EXPECT_TRUE(aborts_on("(output[i] - prev) > 0", [] {
         snp_set set;
         put_all(set, {0, 500000, 1000000});
-        std::vector<int> output;
-        set.rpartition(1000.0, output);
+        random_source random(1);
+        set.rpartition(1000.0, random);
     }));
 }
 

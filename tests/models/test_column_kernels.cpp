@@ -279,21 +279,6 @@ TEST(EmissionsOf, GivesEachCandidateItsOwn) {
     }
 }
 
-TEST_P(column_kernels_of, UnpackTakesTheLowBitFirst) {
-    for (int K = 0; K < 140; ++K) {
-        std::vector<std::uint64_t> words;
-        for (int k = 0; k < K; ++k) words.push_back(std::uint64_t{random()} << 32 | random());
-        for (int byte = 0; byte < 8; ++byte) {
-            std::vector<unsigned char> alleles(8 * K, 9);
-            kernels.unpack(words.data(), byte, K, alleles.data());
-            for (int b = 0; b < 8; ++b)
-                for (int k = 0; k < K; ++k)
-                    ASSERT_EQ(alleles[b * K + k], words[k] >> (8 * byte + b) & 1)
-                        << "bit " << b << " of byte " << byte << " of word " << k << " of " << K;
-        }
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Sets, column_kernels_of, ::testing::ValuesIn(column_kernels::available_kernels()),
                          [](const auto& set) {
                              std::string name = set.param->name;

@@ -68,7 +68,8 @@ int expect_over(genotype_graph& graph, const run& r, const hmm_parameters& M,
                 const std::vector<chaplotype>& H, const std::vector<int>& idx) {
     std::fill(graph.trans_prob.begin(), graph.trans_prob.end(), UNTOUCHED);
     segment_buffers buffers;
-    haplotype_segment segment(H, idx, r.first_segment, r.last_segment, r.first_locus, r.last_locus, buffers);
+    haplotype_segment segment(H, idx, {r.first_locus, r.last_locus, r.first_segment, r.last_segment},
+                              buffers);
     return segment.expectation(M, &graph);
 }
 
@@ -229,7 +230,7 @@ TEST(HaplotypeSegment, PairMassIsThatOfAllPaths) {
         const std::vector<int> idx = all_of(H);
         const hmm_parameters M = random_model(5, 6, random);
         segment_buffers buffers;
-        haplotype_segment segment(H, idx, 0, 1, 0, 4, buffers);
+        haplotype_segment segment(H, idx, {0, 4, 0, 1}, buffers);
         segment.expectation(M, &graph);
         const auto mass = masses(graph, whole(graph), M, H, idx);
         double total = 0.0, pair_total = 0.0;
@@ -377,7 +378,8 @@ void expect_same_bits(genotype_graph& graph, const run& r, const hmm_parameters&
                       const std::vector<chaplotype>& H, const std::vector<int>& idx) {
     std::fill(graph.trans_prob.begin(), graph.trans_prob.end(), UNTOUCHED);
     segment_buffers buffers;
-    haplotype_segment segment(H, idx, r.first_segment, r.last_segment, r.first_locus, r.last_locus, buffers);
+    haplotype_segment segment(H, idx, {r.first_locus, r.last_locus, r.first_segment, r.last_segment},
+                              buffers);
     const int n_recovered = segment.expectation(M, &graph);
     plain_segment plain(graph, r, M, H, idx);
     const auto expect_sums = [](const column_kernels::lanes& sums, const std::vector<double>& expected) {
@@ -444,7 +446,7 @@ TEST(HaplotypeSegment, BuffersOfALargerJobMayBeUsedAgain) {
         chosen.resize(K);
         const hmm_parameters M = random_model(50, 40, random);
         const run r = whole(graph);
-        haplotype_segment segment(H, chosen, r.first_segment, r.last_segment, r.first_locus, r.last_locus,
+        haplotype_segment segment(H, chosen, {r.first_locus, r.last_locus, r.first_segment, r.last_segment},
                                   buffers);
         segment.expectation(M, &graph);
         expect_over(fresh, r, M, H, chosen);
@@ -461,7 +463,7 @@ TEST(Passes, OfOneLocusByHand) {
     const std::vector<int> idx = all_of(H);
     const hmm_parameters M = model(1, 0.0, 0.25, 4);
     segment_buffers buffers;
-    haplotype_segment segment(H, idx, 0, 0, 0, 0, buffers);
+    haplotype_segment segment(H, idx, {0, 0, 0, 0}, buffers);
     segment.forward(M, &graph);
     EXPECT_EQ(buffers.alpha_sum[0][0], 1.75 / 3);
     EXPECT_EQ(buffers.alpha_sum[0][1], 1.25 / 3);
@@ -478,7 +480,7 @@ TEST(Passes, OverNoLociReturnAtOnce) {
     const std::vector<int> idx = all_of(H);
     const hmm_parameters M = model(1, 0.0, 0.25, 2);
     segment_buffers buffers;
-    haplotype_segment segment(H, idx, 0, 0, 1, 0, buffers);
+    haplotype_segment segment(H, idx, {1, 0, 0, 0}, buffers);
     segment.forward(M, &graph);
     segment.backward(M, &graph);
     for (const auto* columns : {&buffers.alpha, &buffers.beta})

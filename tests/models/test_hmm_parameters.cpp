@@ -12,7 +12,7 @@ namespace {
 /// Variants at these positions in bp and cM.
 void fill(snp_set& set, const std::vector<std::pair<int, double>>& positions) {
     for (const auto& [bp, cm] : positions) {
-        set.put(new snp(bp, "A", "G"));
+        set.put(snp(bp, "A", "G"));
         set.getByIndex(set.size() - 1)->cm = cm;
     }
 }
@@ -56,15 +56,6 @@ TEST(HmmParameters, OddDistancesStay) {
     EXPECT_EQ(M.rho[0], -0.5);
     EXPECT_TRUE(std::isnan(M.rho[1]));
     EXPECT_TRUE(std::isnan(M.rho[2]));
-}
-
-TEST(HmmParameters, DistancesFromPositions) {
-    snp_set set;
-    fill(set, {{100, -1}, {350, -1}, {350, -1}, {2000000000, -1}});
-    hmm_parameters M;
-    M.initialise(set, 0.0004);
-    EXPECT_EQ(M.rho, (std::vector<double>{250.0 * 0.0004, 1e-5, 1999999650.0 * 0.0004}));
-    EXPECT_EQ(M.nt.size(), 3U);
 }
 
 TEST(HmmParameters, SecondInitialisationReplacesTheFirst) {
@@ -131,7 +122,7 @@ TEST(Update, ExponentialsAreTheNearestDoubles) {
     snp_set set;
     fill(set, {{0, 0.0}, {40, 0.0}, {2561, 0.0}, {6316, 0.0}});
     hmm_parameters M;
-    M.initialise(set, 0.0004);
+    M.set_distances(set, [](const snp& left, const snp& right) { return (right.bp - left.bp) * 0.0004; });
     M.update(1000, 100);
     EXPECT_EQ(M.nt[0], 0x1.fffde72225627p-1);
     EXPECT_EQ(M.nt[1], 0x1.ff7be4c3ea621p-1);
@@ -149,32 +140,6 @@ TEST(Update, DistanceIsSharedByAllHaplotypesAndJumpsByTheStates) {
     EXPECT_EQ(M.tn[0], M.t[0] / 100);
     EXPECT_GT(M.t[1], 0.0) << "a jump stays possible between variants at one place";
     EXPECT_NEAR(M.t[1], 1e-8, 1e-15);
-}
-
-TEST(UpdateFromEstimates, InstallsThemAndClearsTheList) {
-    snp_set set;
-    fill(set, {{1, 0.0}, {2, 1.0}, {3, 2.0}, {4, 3.0}});
-    hmm_parameters M;
-    M.initialise(set, 100);
-    std::vector<double> estimates = {0.25, 1e-6, 1e-5};
-    M.update(estimates, 50);
-    EXPECT_EQ(M.t, (std::vector<double>{0.25, 1e-5, 1e-5}));
-    EXPECT_EQ(M.tn, (std::vector<double>{0.25 / 50, 1e-5 / 50, 1e-5 / 50}));
-    EXPECT_EQ(M.nt, (std::vector<double>{0.75, 0.99999, 1.0 - 1e-5}));
-    EXPECT_EQ(estimates, std::vector<double>(3, 0.0));
-}
-
-TEST(UpdateFromEstimates, NoNumberIsNotRaised) {
-    snp_set set;
-    fill(set, {{1, 0.0}, {2, 1.0}});
-    hmm_parameters M;
-    M.initialise(set, 100);
-    std::vector<double> estimates = {std::numeric_limits<double>::quiet_NaN()};
-    M.update(estimates, 50);
-    EXPECT_TRUE(std::isnan(M.t[0]));
-    EXPECT_TRUE(std::isnan(M.tn[0]));
-    EXPECT_TRUE(std::isnan(M.nt[0]));
-    EXPECT_EQ(estimates[0], 0.0);
 }
 
 }  // namespace

@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <random>
 #include <string>
+#include <vector>
 
-#include "objects/haplotype_tiles.h"
+#include "objects/chaplotype.h"
 #include "support/haplotype_text.h"
 
 namespace {
@@ -49,46 +51,6 @@ TEST_P(bit_kernels_of, DistanceReadsNoByteBeyond) {
     }
 }
 
-TEST_P(bit_kernels_of, TilesGiveBothDistances) {
-    haplotype_tiles tiles;
-    for (int trial = 0; trial < 200; ++trial) {
-        const int n = 2 + static_cast<int>(random() % 40),
-                  n_loci = 1 + static_cast<int>(random() % (trial % 10 == 0 ? 6000 : 300));
-        const int n_bytes = (n_loci + 7) / 8, first = static_cast<int>(random() % n_bytes),
-                  n_range = 1 + static_cast<int>(random() % (n_bytes - first));
-        std::vector<std::string> texts;
-        for (int h = 0; h < n; ++h) texts.push_back(random_alleles(n_loci, random));
-        tiles.copy(support::haplotypes(texts));
-        ASSERT_EQ(tiles.size(), n);
-        ASSERT_EQ(tiles.all().size(), (n + 7) / 8);
-        const int t0 = static_cast<int>(random() % n), t1 = static_cast<int>(random() % n);
-        const std::vector<int> some = {tiles.all().back(), 0};
-        for (const std::vector<int>& of_tiles : {tiles.all(), some}) {
-            std::vector<int> d0(1, -1), d1(48, -1);
-            tiles.distances(of_tiles, t0, t1, first, n_range, d0, d1, kernels);
-            for (const int tile : of_tiles)
-                for (int h = 8 * tile; h < std::min(8 * tile + 8, n); ++h) {
-                    ASSERT_EQ(d0[h], plain_distance(texts[h], texts[t0], first, n_range));
-                    ASSERT_EQ(d1[h], plain_distance(texts[h], texts[t1], first, n_range));
-                }
-            if (of_tiles.size() == 2 && n > 16) {
-                EXPECT_EQ(d1[8], -1) << "a tile that was not asked for";
-            }
-        }
-    }
-}
-
-TEST_P(bit_kernels_of, TilesCountMoreThanAByteHolds) {
-    haplotype_tiles tiles;
-    tiles.copy({haplotype(std::string(5000, '0')), haplotype(std::string(5000, '1'))});
-    std::vector<int> d0, d1;
-    tiles.distances(tiles.all(), 0, 1, 1, 623, d0, d1, kernels);
-    EXPECT_EQ(d0[0], 0);
-    EXPECT_EQ(d0[1], 623 * 8);
-    EXPECT_EQ(d1[0], 623 * 8);
-    EXPECT_EQ(d1[1], 0);
-}
-
 TEST_P(bit_kernels_of, OverlapCountsLociOfTheRange) {
     for (int trial = 0; trial < 1000; ++trial) {
         const int n_loci = 1 + static_cast<int>(random() % 300);
@@ -103,11 +65,27 @@ TEST_P(bit_kernels_of, OverlapCountsLociOfTheRange) {
             only1 += match1 && !match0;
             both += match0 && match1 && h0[l] != h1[l];
         }
-        const auto counts =
-            kernels.overlap(haplotype(c0), haplotype(c1), haplotype(h0), haplotype(h1), first, last);
+        const chaplotype packed[] = {haplotype(c0), haplotype(c1), haplotype(h0), haplotype(h1)};
+        const auto counts = kernels.overlap(packed[0].data.data(), packed[1].data.data(),
+                                            packed[2].data.data(), packed[3].data.data(), first, last);
         ASSERT_EQ(counts.only0, only0) << first << " to " << last;
         ASSERT_EQ(counts.only1, only1) << first << " to " << last;
         ASSERT_EQ(counts.both, both) << first << " to " << last;
+    }
+}
+
+TEST_P(bit_kernels_of, UnpackTakesTheLowBitFirst) {
+    for (int K = 0; K < 140; ++K) {
+        std::vector<std::uint64_t> words;
+        for (int k = 0; k < K; ++k) words.push_back(std::uint64_t{random()} << 32 | random());
+        for (int byte = 0; byte < 8; ++byte) {
+            std::vector<unsigned char> alleles(8 * K, 9);
+            kernels.unpack(words.data(), byte, K, alleles.data());
+            for (int b = 0; b < 8; ++b)
+                for (int k = 0; k < K; ++k)
+                    ASSERT_EQ(alleles[b * K + k], words[k] >> (8 * byte + b) & 1)
+                        << "bit " << b << " of byte " << byte << " of word " << k << " of " << K;
+        }
     }
 }
 

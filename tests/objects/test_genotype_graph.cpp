@@ -119,21 +119,15 @@ TEST(GetClosestBoundaries, WidensToWholeSegments) {
          {row{5, 8, 4, 11, 1, 2}, row{0, 100, 0, 11, 0, 2}, row{0, 3, 0, 3, 0, 0}, row{3, 4, 0, 6, 0, 1},
           row{4, 6, 4, 6, 1, 1}, row{7, 11, 7, 11, 2, 2}, row{11, 12, 7, 11, 2, 2}, row{0, 11, 0, 11, 0, 2},
           row{8, 2, 7, 3, 2, 0}, row{8, -1, 7, 11, 2, 2}}) {
-        int first_locus = 0, last_locus = 0, first_segment = 0, last_segment = 0;
-        graph.getClosestBoundaries(r.from, r.to, first_locus, last_locus, first_segment, last_segment);
-        EXPECT_EQ(first_locus, r.first_locus) << r.from << " to " << r.to;
-        EXPECT_EQ(last_locus, r.last_locus) << r.from << " to " << r.to;
-        EXPECT_EQ(first_segment, r.first_segment) << r.from << " to " << r.to;
-        EXPECT_EQ(last_segment, r.last_segment) << r.from << " to " << r.to;
+        EXPECT_EQ(graph.getClosestBoundaries(r.from, r.to),
+                  (segment_range{r.first_locus, r.last_locus, r.first_segment, r.last_segment}))
+            << r.from << " to " << r.to;
     }
 }
 
 TEST(GetClosestBoundaries, StartOutsideTheGraphAborts) {
     const genotype_graph graph = graph_from(LENGTHS_4_3_5), empty("NA1");
-    const auto widen = [](const genotype_graph& g, int from, int to) {
-        int first_locus = 0, last_locus = 0, first_segment = 0, last_segment = 0;
-        g.getClosestBoundaries(from, to, first_locus, last_locus, first_segment, last_segment);
-    };
+    const auto widen = [](const genotype_graph& g, int from, int to) { g.getClosestBoundaries(from, to); };
     const std::string assertion = "fb >= 0 && tb >= 0";
     EXPECT_TRUE(support::aborts_on(assertion, [&] { widen(graph, 100, 100); }));
     EXPECT_TRUE(support::aborts_on(assertion, [&] { widen(graph, 12, 13); }));

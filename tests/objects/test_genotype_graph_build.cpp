@@ -10,7 +10,6 @@
 #include "support/graph_text.h"
 #include "support/haplotype_text.h"
 #include "support/plain_generator.h"
-#include "utils/putils.h"
 
 namespace {
 
@@ -113,10 +112,8 @@ TEST(BuildUnr, AmbiguousAndMissingLoci) {
     EXPECT_EQ(graph.site_missing, support::bits("000100010"));
 }
 
-TEST(BuildUnr, LeavesProbabilitiesAtZeroAndDrawsNothing) {
-    putils::initRandom(5);
+TEST(BuildUnr, LeavesProbabilitiesAtZero) {
     const genotype_graph graph = built_from("1 . 1 0 1 1 1 1 .");
-    EXPECT_EQ(putils::getRandom(), support::plain_generator(5).draw());
     EXPECT_EQ(graph.trans_prob, std::vector<float>(graph.trans_prob.size(), 0.0F));
     EXPECT_EQ(graph.trans_store, std::vector<float>(graph.trans_prob.size(), 0.0F));
 }
@@ -250,16 +247,6 @@ TEST(BuildUnr, SegmentsOfKnownGenotypesHoldThreeHeterozygotes) {
 
 // ---- windows
 
-struct windows {
-    std::vector<int> first_locus, last_locus, first_segment, last_segment;
-};
-
-windows windows_of(const genotype_graph& graph, int span, int window_size) {
-    windows w{{1, 2, 3}, {1, 2, 3}, {1, 2, 3}, {1, 2, 3}};  // left over from before
-    graph.cluster(span, window_size, w.first_locus, w.last_locus, w.first_segment, w.last_segment);
-    return w;
-}
-
 /// A graph of `n` segments, segment s of s % 3 + 1 loci.
 genotype_graph graph_of_segments(int n) {
     genotype_graph graph("NA1");
@@ -268,30 +255,28 @@ genotype_graph graph_of_segments(int n) {
 }
 
 TEST(Cluster, ChromosomeShorterThanAWindowIsOneWindow) {
-    putils::initRandom(3);
-    const windows w = windows_of(graph_of_segments(9), 999999, 1000000);
-    EXPECT_EQ(w.first_locus, std::vector<int>{0});
-    EXPECT_EQ(w.last_locus, std::vector<int>{17});
-    EXPECT_EQ(w.first_segment, std::vector<int>{0});
-    EXPECT_EQ(w.last_segment, std::vector<int>{8});
-    EXPECT_EQ(putils::getRandom(), support::plain_generator(3).draw()) << "nothing was drawn";
+    random_source draws(3);
+    EXPECT_EQ(graph_of_segments(9).cluster(999999, 1000000, draws),
+              (std::vector<segment_range>{{0, 17, 0, 8}}));
+    EXPECT_EQ(draws.draw(), support::plain_generator(3).draw()) << "nothing was drawn";
 }
 
 TEST(Cluster, FewSegmentsAreOneWindow) {
     for (const int n : {1, 2, 3}) {
-        const windows w = windows_of(graph_of_segments(n), 100000000, 1000000);
-        EXPECT_EQ(w.first_segment, std::vector<int>{0});
-        EXPECT_EQ(w.last_segment, std::vector<int>{n - 1});
+        random_source draws(1);
+        const auto windows = graph_of_segments(n).cluster(100000000, 1000000, draws);
+        ASSERT_EQ(windows.size(), 1U);
+        EXPECT_EQ(windows[0].first_segment, 0);
+        EXPECT_EQ(windows[0].last_segment, n - 1);
     }
 }
 
 TEST(Cluster, FourSegmentsInTwoWindowsByHand) {
-    // Two windows of at least 2: the only place to cut lets both hold three segments.
-    const windows w = windows_of(graph_of_segments(4), 2000000, 1000000);
-    EXPECT_EQ(w.first_segment, (std::vector<int>{0, 1}));
-    EXPECT_EQ(w.last_segment, (std::vector<int>{2, 3}));
-    EXPECT_EQ(w.first_locus, (std::vector<int>{0, 1}));  // segments of 1, 2, 3 and 1 loci
-    EXPECT_EQ(w.last_locus, (std::vector<int>{5, 6}));
+    // Two windows of at least 2: the only place to cut lets both hold three segments, which have 1, 2, 3 and
+    // 1 loci.
+    random_source draws(1);
+    EXPECT_EQ(graph_of_segments(4).cluster(2000000, 1000000, draws),
+              (std::vector<segment_range>{{0, 5, 0, 2}, {1, 6, 1, 3}}));
 }
 
 /// The windows of `n` segments as first and last segment, cut with draws from `random`.
@@ -315,20 +300,15 @@ TEST(Cluster, WindowsFollowTheDraws) {
         support::plain_generator random(seed);
         std::vector<std::pair<int, int>> expected;
         cut_plainly(std::max(2, n / n_windows), 0, n - 1, random, expected);
-        putils::initRandom(seed);
-        const windows w = windows_of(graph, span, size);
-        ASSERT_EQ(w.first_segment.size(), expected.size());
-        ASSERT_EQ(w.last_segment.size(), expected.size());
-        ASSERT_EQ(w.first_locus.size(), expected.size());
-        ASSERT_EQ(w.last_locus.size(), expected.size());
+        random_source draws(seed);
+        const std::vector<segment_range> windows = graph.cluster(span, size, draws);
+        ASSERT_EQ(windows.size(), expected.size());
         std::vector<int> start{0};
         for (int s = 0; s < n; ++s) start.push_back(start.back() + s % 3 + 1);
         for (std::size_t i = 0; i < expected.size(); ++i) {
             const auto [first, last] = expected[i];
-            ASSERT_EQ(w.first_segment[i], first) << "seed " << seed;
-            ASSERT_EQ(w.last_segment[i], last) << "seed " << seed;
-            ASSERT_EQ(w.first_locus[i], start[first]);
-            ASSERT_EQ(w.last_locus[i], start[last + 1] - 1);
+            ASSERT_EQ(windows[i], (segment_range{start[first], start[last + 1] - 1, first, last}))
+                << "seed " << seed;
         }
     }
 }

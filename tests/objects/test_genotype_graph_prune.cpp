@@ -134,9 +134,10 @@ TEST(PruneAndMerge, LeavesAllProbabilitiesAtZero) {
     EXPECT_EQ(graph.trans_store, std::vector<float>(graph.trans_nodes.size() / 2, 0.0F));
     EXPECT_EQ(graph.trans_prob, graph.trans_store);
     std::vector<chaplotype> haps(2, chaplotype(8));
+    random_source draws(1);
     const support::error_output_capture silenced;
     try {
-        graph.sample(haps, {0, 1}, false);
+        graph.sample(haps, {0, 1}, false, draws);
         ADD_FAILURE() << "sampled without weights";
     } catch (const myException& failure) {
         EXPECT_EQ(failure.msg.substr(0, 21), "Underflow in sampling");
@@ -471,8 +472,9 @@ TEST(PruneAndMerge, EveryWalkStillFitsTheGenotypes) {
         make_peaked(graph.trans_store, 20, random);
         graph.pruneAndMerge(0.99);
         std::vector<chaplotype> haps(2, chaplotype(80));
+        random_source draws(trial);
         for (int draw = 0; draw < 20; ++draw) {
-            graph.sample(haps, {0, 1}, true);
+            graph.sample(haps, {0, 1}, true, draws);
             ASSERT_TRUE(support::fits(genotypes, {haps[0].toString(), haps[1].toString()})) << genotypes;
         }
     }

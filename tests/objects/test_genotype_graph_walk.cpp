@@ -5,6 +5,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <memory>
 #include <random>
 
 #include "objects/genotype_graph.h"
@@ -15,7 +16,6 @@
 #include "support/log_capture.h"
 #include "support/plain_generator.h"
 #include "utils/my_exception.h"
-#include "utils/putils.h"
 
 namespace {
 
@@ -35,9 +35,9 @@ std::vector<chaplotype> blank_pair(const genotype_graph& graph) {
     return std::vector<chaplotype>(2, chaplotype(static_cast<unsigned>(graph.n_loci())));
 }
 
-ordered_pair guesses(const genotype_graph& graph, const std::vector<int>& path) {
+ordered_pair guesses(const genotype_graph& graph, const std::vector<int>& path, random_source& draws) {
     std::vector<chaplotype> haps = blank_pair(graph);
-    graph.buildGuesses(haps, {0, 1}, path);
+    graph.buildGuesses(haps, {0, 1}, path, draws);
     return texts_of(haps);
 }
 
@@ -69,14 +69,15 @@ TEST(BuildGuesses, ChromosomesFollowTheirCandidates) {
         [01 10]
         0> 1> | 1> 0>
     )");
-    putils::initRandom(1);
-    EXPECT_EQ(guesses(graph, {0, 0, 0}), ordered_pair("0010", "1101"));
-    EXPECT_EQ(guesses(graph, {0, 1, 0}), ordered_pair("0001", "1110"));
-    EXPECT_EQ(guesses(graph, {0, 2, 0}), ordered_pair("0010", "1101"))
+    random_source draws(1);
+    EXPECT_EQ(guesses(graph, {0, 0, 0}, draws), ordered_pair("0010", "1101"));
+    EXPECT_EQ(guesses(graph, {0, 1, 0}, draws), ordered_pair("0001", "1110"));
+    EXPECT_EQ(guesses(graph, {0, 2, 0}, draws), ordered_pair("0010", "1101"))
         << "the step that leaves 0 comes second";
-    EXPECT_EQ(guesses(graph, {1, 0, 0}), ordered_pair("1101", "0010"));
-    EXPECT_EQ(guesses(graph, {0, 0, 1}), ordered_pair("0010", "1101")) << "the last group plays no part";
-    EXPECT_EQ(putils::getRandom(), plain_generator(1).draw()) << "nothing was left to chance";
+    EXPECT_EQ(guesses(graph, {1, 0, 0}, draws), ordered_pair("1101", "0010"));
+    EXPECT_EQ(guesses(graph, {0, 0, 1}, draws), ordered_pair("0010", "1101"))
+        << "the last group plays no part";
+    EXPECT_EQ(draws.draw(), plain_generator(1).draw()) << "nothing was left to chance";
 }
 
 TEST(BuildGuesses, ChanceDecidesBetweenChromosomesAtOneCandidate) {
@@ -90,14 +91,14 @@ TEST(BuildGuesses, ChanceDecidesBetweenChromosomesAtOneCandidate) {
     for (long seed = 1; seed <= 50; ++seed) {
         plain_generator random(seed);
         const bool swapped = random.draw() < 0.5;
-        putils::initRandom(seed);
-        EXPECT_EQ(guesses(graph, {0, 0, 0}),
+        random_source draws(seed);
+        EXPECT_EQ(guesses(graph, {0, 0, 0}, draws),
                   swapped ? ordered_pair("11010", "11001") : ordered_pair("11001", "11010"));
-        EXPECT_EQ(putils::getRandom(), random.draw()) << "one draw was taken";
+        EXPECT_EQ(draws.draw(), random.draw()) << "one draw was taken";
     }
     int n_swapped = 0;
-    putils::initRandom(1);
-    for (int i = 0; i < 10000; ++i) n_swapped += guesses(graph, {0, 0, 0}).first == "11010";
+    random_source draws(1);
+    for (int i = 0; i < 10000; ++i) n_swapped += guesses(graph, {0, 0, 0}, draws).first == "11010";
     EXPECT_NEAR(n_swapped, 5000, 165);  // 3.3 standard deviations
 }
 
@@ -112,24 +113,26 @@ TEST(BuildGuesses, TakesTheDrawEvenIfBothWaysAreOne) {
         0> 0>
     )");
     plain_generator random(4);
-    putils::initRandom(4);
-    EXPECT_EQ(guesses(graph, {0, 0, 0, 0}), ordered_pair("010", "010"));
+    random_source draws(4);
+    EXPECT_EQ(guesses(graph, {0, 0, 0, 0}, draws), ordered_pair("010", "010"));
     random.draw();
     random.draw();
-    EXPECT_EQ(putils::getRandom(), random.draw()) << "one draw for each segment but the first";
+    EXPECT_EQ(draws.draw(), random.draw()) << "one draw for each segment but the first";
 }
 
 TEST(BuildGuesses, PathOfOneEntryWritesNothing) {
     const genotype_graph graph = graph_from(">0 >0");
     std::vector<chaplotype> haps = support::haplotypes({"101", "010"});
-    graph.buildGuesses(haps, {0, 1}, {0});
+    random_source draws(1);
+    graph.buildGuesses(haps, {0, 1}, {0}, draws);
     EXPECT_EQ(texts_of(haps), ordered_pair("101", "010"));
 }
 
 TEST(BuildGuesses, WritesOnlyTheIndividualsOwn) {
     const genotype_graph graph = graph_from(">0 >1\n[01 10]\n0> 1>");
     std::vector<chaplotype> haps = support::haplotypes({"11", "11", "11", "11", "11"});
-    graph.buildGuesses(haps, {3, 1}, {0, 0});
+    random_source draws(1);
+    graph.buildGuesses(haps, {3, 1}, {0, 0}, draws);
     EXPECT_EQ(haps[0].toString() + haps[2].toString() + haps[4].toString(), "111111");
     EXPECT_EQ(haps[3].toString(), "01");
     EXPECT_EQ(haps[1].toString(), "10");
@@ -141,8 +144,9 @@ TEST(BuildGuesses, GivesAPairOfItsWalk) {
         const std::string genotypes =
             support::random_genotypes(1 + static_cast<int>(random() % 7), 60, 15, random);
         const genotype_graph graph = built_from(genotypes);
+        random_source draws(trial);
         support::for_each_walk(graph, [&](const std::vector<unsigned>& walk) {
-            const ordered_pair pair = guesses(graph, positions(graph, walk));
+            const ordered_pair pair = guesses(graph, positions(graph, walk), draws);
             ASSERT_TRUE(
                 support::pairs_of_walk(graph, walk).contains(support::unordered(pair.first, pair.second)))
                 << genotypes << ": " << pair.first << " " << pair.second;
@@ -152,7 +156,7 @@ TEST(BuildGuesses, GivesAPairOfItsWalk) {
 
 // ---- sample
 
-/// Draws a walk as told in words, and its haplotypes, from the twin generator.
+/// Draws a walk by the rules written out, and its haplotypes, from the twin generator.
 ordered_pair sample_plainly(const genotype_graph& graph, bool uniform, plain_generator& random) {
     const int G = graph.n_groups();
     std::vector<unsigned> walk(G);
@@ -204,14 +208,14 @@ TEST(Sample, FollowsTheDrawsOneByOne) {
         randomise(graph.trans_prob, random);
         for (const bool uniform : {false, true}) {
             plain_generator plain(trial);
-            putils::initRandom(trial);
+            random_source draws(trial);
             for (int draw = 0; draw < 5; ++draw) {
                 std::vector<chaplotype> haps = blank_pair(graph);
-                graph.sample(haps, {0, 1}, uniform);
+                graph.sample(haps, {0, 1}, uniform, draws);
                 ASSERT_EQ(texts_of(haps), sample_plainly(graph, uniform, plain)) << "trial " << trial;
             }
-            ASSERT_EQ(putils::getRandom(), plain.draw()) << "one draw for the direction, one for each group, "
-                                                            "and those of the haplotypes";
+            ASSERT_EQ(draws.draw(), plain.draw()) << "one draw for the direction, one for each group, "
+                                                     "and those of the haplotypes";
         }
     }
 }
@@ -270,15 +274,14 @@ double chi_square_bound(double freedom) {
     return freedom * std::pow(1.0 - part + 3.09 * std::sqrt(part), 3.0);
 }
 
-/// Draws `n` walks, each after a call of `prepare`, and compares the counts of haplotype pairs with their
-/// law.
+/// Draws `n` walks, each from the source that `next_source` gives, and compares the counts of haplotype pairs
+/// with their law.
 void expect_law(const genotype_graph& graph, bool uniform, const std::map<ordered_pair, double>& law, int n,
-                const std::function<void()>& prepare) {
+                const std::function<random_source*()>& next_source) {
     std::map<ordered_pair, int> seen;
     for (int draw = 0; draw < n; ++draw) {
-        prepare();
         std::vector<chaplotype> haps = blank_pair(graph);
-        graph.sample(haps, {0, 1}, uniform);
+        graph.sample(haps, {0, 1}, uniform, *next_source());
         ++seen[texts_of(haps)];
     }
     for (const auto& [pair, count] : seen)
@@ -324,19 +327,21 @@ TEST_P(sample_law, OfBothDirectionsTogether) {
     auto law = law_of_pairs(graph, uniform, true);
     for (auto& [pair, probability] : law) probability /= 2;
     for (const auto& [pair, probability] : law_of_pairs(graph, uniform, false)) law[pair] += probability / 2;
-    putils::initRandom(2024);
-    expect_law(graph, uniform, law, 20000, [] {});
+    random_source draws(2024);
+    expect_law(graph, uniform, law, 20000, [&] { return &draws; });
 }
 
 TEST_P(sample_law, OfEachDirection) {
     for (const bool forward : {true, false}) {
         long seed = 0;
-        const auto choose_direction = [&] {
+        std::unique_ptr<random_source> draws;
+        const auto in_direction = [&] {
             do ++seed;
             while ((plain_generator(seed).draw() < 0.5) != forward);
-            putils::initRandom(seed);
+            draws = std::make_unique<random_source>(seed);
+            return draws.get();
         };
-        expect_law(graph, uniform, law_of_pairs(graph, uniform, forward), 5000, choose_direction);
+        expect_law(graph, uniform, law_of_pairs(graph, uniform, forward), 5000, in_direction);
     }
 }
 
@@ -354,19 +359,19 @@ TEST(Sample, OfOneSegmentReadsGroupZeroOnly) {
         0> 1> =.5 | 2> 3> =.5
     )");
     // Backward draws may choose the second exit, which only the second entry, of weight 0, precedes.
-    putils::initRandom(seed_for(true));
+    random_source draws(seed_for(true));
     std::vector<chaplotype> haps = blank_pair(graph);
-    graph.sample(haps, {0, 1}, false);
+    graph.sample(haps, {0, 1}, false, draws);
     EXPECT_EQ(texts_of(haps), ordered_pair("00", "11"));
 }
 
 TEST(Sample, UniformDrawsTransitionsOfProbabilityZero) {
     const genotype_graph graph = built_from("11111");
     std::map<ordered_pair, int> seen;
-    putils::initRandom(5);
+    random_source draws(5);
     for (int draw = 0; draw < 2000; ++draw) {
         std::vector<chaplotype> haps = blank_pair(graph);
-        graph.sample(haps, {0, 1}, true);
+        graph.sample(haps, {0, 1}, true, draws);
         ++seen[texts_of(haps)];
     }
     EXPECT_EQ(seen.size(), 16U) << "one pair for each way to order five heterozygotes";
@@ -382,9 +387,9 @@ sample_failure failure_of(const genotype_graph& graph, bool forward) {
     sample_failure failure;
     const support::error_output_capture err;
     std::vector<chaplotype> haps = support::haplotypes({"101", "110"});
-    putils::initRandom(seed_for(forward));
+    random_source draws(seed_for(forward));
     try {
-        graph.sample(haps, {0, 1}, false);
+        graph.sample(haps, {0, 1}, false, draws);
         failure.text = "none";
     } catch (const myException& thrown) {
         failure.text = thrown.msg;
@@ -456,8 +461,9 @@ TEST(SampleFailure, NoNumber) {
 // ---- maximize
 
 ordered_pair maximised(const genotype_graph& graph) {
+    random_source draws(1);
     std::vector<chaplotype> haps = blank_pair(graph);
-    graph.maximize(haps, {0, 1});
+    graph.maximize(haps, {0, 1}, draws);
     return texts_of(haps);
 }
 

@@ -47,7 +47,7 @@ std::string keys(const std::map<Key, bool>& list) {
 
 std::string content(const study& s) {
     std::string text;
-    for (const std::string& name : s.reader.ind_ids) text += name + ";";
+    for (const std::string& name : s.store.ind_ids) text += name + ";";
     for (const std::string& variant : s.variants()) text += variant + ";";
     for (const std::string& genotypes : s.genotypes()) text += genotypes + ";";
     return text;
@@ -62,15 +62,15 @@ const std::string GEN = "20 s1 rs1 100 A G 1 0 0 0 1 0\n20 s2 rs2 200 C T 0 0 1 
 std::string read_plink(const std::string& bed, const std::string& bim, const std::string& fam,
                        const temporary_folder& folder) {
     study s;
-    s.reader.readGenotypeBed(bed.empty() ? folder.put("good.bed", BED) : bed,
-                             bim.empty() ? folder.put("good.bim", BIM) : bim,
-                             fam.empty() ? folder.put("good.fam", FAM) : fam);
+    s.read_bed(bed.empty() ? folder.put("good.bed", BED) : bed,
+               bim.empty() ? folder.put("good.bim", BIM) : bim,
+               fam.empty() ? folder.put("good.fam", FAM) : fam);
     return content(s);
 }
 std::string read_impute(const std::string& gen, const std::string& sample, const temporary_folder& folder) {
     study s;
-    s.reader.readGenotypeImpute(gen.empty() ? folder.put("good.gen", GEN) : gen,
-                                sample.empty() ? folder.put("good.sample", SAMPLE) : sample, 0.9);
+    s.read_gen(gen.empty() ? folder.put("good.gen", GEN) : gen,
+               sample.empty() ? folder.put("good.sample", SAMPLE) : sample, 0.9);
     return content(s);
 }
 
@@ -81,12 +81,12 @@ const std::string HAPS = "0 1 1 1\n1 0 0 0\n", LEGEND = "id position a0 a1\nrs1 
 std::string read_panel(const std::string& haps, const std::string& legend, const std::string& sample,
                        const temporary_folder& folder) {
     study s;
-    s.reader.readGenotypeImpute(folder.put("good.gen", GEN), folder.put("good.sample", SAMPLE), 0.9);
-    s.reader.readHaplotypeImpute(haps.empty() ? folder.put("good.haps", HAPS) : haps,
-                                 legend.empty() ? folder.put("good.legend", LEGEND) : legend,
-                                 sample.empty() ? folder.put("good.panel", PANEL) : sample);
+    s.read_gen(folder.put("good.gen", GEN), folder.put("good.sample", SAMPLE), 0.9);
+    s.read_panel(haps.empty() ? folder.put("good.haps", HAPS) : haps,
+                 legend.empty() ? folder.put("good.legend", LEGEND) : legend,
+                 sample.empty() ? folder.put("good.panel", PANEL) : sample);
     std::string text;
-    for (const auto& alleles : s.reader.ref_haps) text += alleles.toString() + ";";
+    for (const std::string& alleles : s.panel_haplotypes()) text += alleles + ";";
     return text;
 }
 

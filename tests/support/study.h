@@ -3,30 +3,36 @@
 #include <string>
 #include <vector>
 
+#include "containers/genotype_store.h"
 #include "readers/filter_reader.h"
-#include "readers/genotype_reader.h"
 
 namespace support {
 
-/// A reader with its filter, which keeps all that is offered until the test says otherwise; owns the variants
-/// as a run would.
+/// A store of these genotypes (see genotypes_from), one text an individual, of variants at 100, 200, ... bp
+/// with alleles A and G and of individuals named I0, I1, ...
+genotype_store study_of(const std::vector<std::string>& genotypes);
+
+/// The genotypes of a store, one text an individual; '?' for a code that stands for none.
+std::vector<std::string> genotypes_of(const genotype_store& store);
+/// Each variant as "id:bp:a0:a1".
+std::vector<std::string> variants_of(const snp_set& snps);
+
+/// Reads files with a filter, which keeps all that is offered until the test says otherwise.
 struct study {
     study();
-    /// Holds these genotypes (see genotypes_from), one text an individual, of variants at 100, 200, ... bp
-    /// with alleles A and G and of individuals named I0, I1, ...
-    explicit study(const std::vector<std::string>& genotypes);
-    ~study();
-    study(const study&) = delete;
-    study& operator=(const study&) = delete;
+    void read_bed(const std::string& bed, const std::string& bim, const std::string& fam);
+    void read_gen(const std::string& gen, const std::string& sample, double threshold);
+    /// Reads a panel without asking whether it covers the study.
+    void read_panel(const std::string& haps, const std::string& legend, const std::string& sample);
 
-    /// The genotypes of an individual as text; '?' for a code that stands for none.
-    std::string genotypes(int ind) const;
-    std::vector<std::string> genotypes() const;
-    /// Each variant as "id:bp:a0:a1".
-    std::vector<std::string> variants() const;
+    std::vector<std::string> genotypes() const { return genotypes_of(store); }
+    std::vector<std::string> variants() const { return variants_of(store.snps); }
+    /// Texts of the panel's haplotypes.
+    std::vector<std::string> panel_haplotypes() const;
 
     filter_reader filter;
-    genotype_reader reader;
+    genotype_store store;
+    std::vector<chaplotype> panel;
 };
 
 }  // namespace support

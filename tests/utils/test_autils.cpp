@@ -6,7 +6,6 @@
 #include <string>
 
 #include "support/plain_generator.h"
-#include "utils/putils.h"
 
 namespace {
 
@@ -26,49 +25,6 @@ TEST(Max, IndexOfTheFirstLargest) {
         EXPECT_EQ(autils::max(r.values), r.expected) << r.name;
 }
 
-TEST(Max, IndexOfTheFirstLargestInt) {
-    struct row {
-        const char* name;
-        std::vector<int> values;
-        int expected;
-    };
-    for (const row& r : {row{"empty", {}, 0}, row{"one entry", {-5}, 0}, row{"middle", {1, 9, 3}, 1},
-                         row{"first of equals", {4, 1, 4}, 0},
-                         row{"all below the start of the search", {-2000000000, -1500000000}, 0},
-                         row{"exactly the start of the search", {-2000000000, -1000000000}, 0},
-                         row{"just above the start", {-2000000000, -999999999}, 1}})
-        EXPECT_EQ(autils::max(r.values), r.expected) << r.name;
-}
-
-TEST(Argmin, IndexOfTheFirstSmallest) {
-    struct row {
-        const char* name;
-        std::vector<int> values;
-        int expected;
-    };
-    for (const row& r : {row{"empty", {}, 0}, row{"one entry", {8}, 0}, row{"last", {3, 2, 1}, 2},
-                         row{"first of equals", {5, 2, 2, 9}, 1}, row{"negative", {0, -1, 1}, 1}}) {
-        EXPECT_EQ(argmin(r.values), r.expected) << r.name;
-        EXPECT_EQ(argmin(std::vector<float>(r.values.begin(), r.values.end())), r.expected) << r.name;
-    }
-}
-
-TEST(Argmin2, IndicesOfTheTwoSmallest) {
-    struct row {
-        const char* name;
-        std::vector<float> values;
-        std::pair<int, int> expected;
-    };
-    for (const row& r :
-         {row{"two in order", {1, 2}, {0, 1}}, row{"two in reverse", {2, 1}, {1, 0}},
-          row{"two equals keep their order", {1, 1}, {0, 1}},
-          row{"new smallest pushes the old one down", {3, 4, 1}, {2, 0}},
-          row{"new second", {1, 4, 2}, {0, 2}}, row{"equal to the smallest is second", {1, 4, 1}, {0, 2}},
-          row{"equal to the second stays out", {1, 2, 2}, {0, 1}}, row{"all equal", {5, 5, 5, 5}, {0, 1}},
-          row{"falling", {5, 4, 3, 2, 1}, {4, 3}}})
-        EXPECT_EQ(argmin2(r.values), r.expected) << r.name;
-}
-
 using runs_list = std::vector<autils::item_run>;
 
 /// First and last item of each run, as in "0-4 3-9".
@@ -84,18 +40,18 @@ TEST(Decompose, ListsTooShortToSplitStayWhole) {
         int min_size, n_items;
     };
     for (const row& r : {row{2, 3}, row{2, 2}, row{1, 2}, row{2, 1}, row{5, 9}}) {
-        putils::initRandom(7);
+        random_source random(7);
         runs_list runs;
-        autils::decompose(r.min_size, {0, r.n_items - 1}, runs);
+        autils::decompose(r.min_size, {0, r.n_items - 1}, runs, random);
         EXPECT_EQ(runs_text(runs), "0-" + std::to_string(r.n_items - 1));
-        EXPECT_EQ(putils::getRandom(), support::plain_generator(7).draw()) << "no number was drawn";
+        EXPECT_EQ(random.draw(), support::plain_generator(7).draw()) << "no number was drawn";
     }
 }
 
 TEST(Decompose, RunsAreAppended) {
     runs_list runs = {{97, 99}};
-    putils::initRandom(1);
-    autils::decompose(2, {0, 3}, runs);
+    random_source random(1);
+    autils::decompose(2, {0, 3}, runs, random);
     EXPECT_EQ(runs_text(runs), "97-99 0-2 1-3");  // 4 items leave one place to split, whatever is drawn
 }
 
@@ -114,12 +70,12 @@ void split_plainly(int min_size, int first, int last, support::plain_generator& 
 TEST(Decompose, DrawsForTheSplitThenTheLeftPartThenTheRight) {
     for (int seed = 1; seed <= 200; ++seed) {
         const int n = 2 + seed % 60, min_size = 2 + seed % 7;
-        support::plain_generator random(seed);
+        support::plain_generator plain(seed);
         std::string expected;
-        split_plainly(min_size, 0, n - 1, random, expected);
-        putils::initRandom(seed);
+        split_plainly(min_size, 0, n - 1, plain, expected);
+        random_source random(seed);
         runs_list runs;
-        autils::decompose(min_size, {0, n - 1}, runs);
+        autils::decompose(min_size, {0, n - 1}, runs, random);
         ASSERT_EQ(runs_text(runs), expected) << "seed " << seed;
     }
 }
@@ -127,9 +83,9 @@ TEST(Decompose, DrawsForTheSplitThenTheLeftPartThenTheRight) {
 TEST(Decompose, RunsCoverTheListAndNeighboursShareTwoItems) {
     for (int seed = 1; seed <= 100; ++seed) {
         const int n = 3 + seed, min_size = 2 + seed % 4;
-        putils::initRandom(seed);
+        random_source random(seed);
         runs_list runs;
-        autils::decompose(min_size, {0, n - 1}, runs);
+        autils::decompose(min_size, {0, n - 1}, runs, random);
         EXPECT_EQ(runs.front().first, 0);
         EXPECT_EQ(runs.back().last, n - 1);
         for (std::size_t w = 0; w + 1 < runs.size(); ++w)

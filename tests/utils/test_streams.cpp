@@ -232,13 +232,13 @@ TEST(Ofile, WritesEachKind) {
         }
 }
 
-TEST(Ofile, TakesFormattedTextAndEmptiesAnOldFile) {
+TEST(Ofile, EmptiesAnOldFile) {
     const temporary_folder folder;
     const std::string name = folder.put("old.txt", "a much longer old text\n");
     ofile file(name);
-    file << "n = " << 3 << '\n';
+    file.writeText("new\n");
     file.close();
-    EXPECT_EQ(read_file(name), "n = 3\n");
+    EXPECT_EQ(read_file(name), "new\n");
 }
 
 TEST(Ofile, OpensOneFileAfterTheOther) {
@@ -294,73 +294,6 @@ TEST(Ofile, FullDiskStopsTheRunAtTheLatestWhenTheFileIsClosed) {
             EXPECT_TRUE(stops_with(name + " could not be written: No space left on device", write))
                 << kind.ending << ", " << text.size() << " bytes";
         }
-}
-
-// A compressor that fails between two writes would throw out of close().
-TEST(Ofile, FullDiskIsFoundAfterFormattedTextToo) {
-    std::mt19937 random(6);
-    std::string noise;
-    for (int i = 0; i < 1000000; ++i) noise += static_cast<char>(random());
-    for (const file_kind& kind : KINDS)
-        for (const std::string& text : {std::string("short\n"), noise}) {
-            const temporary_folder folder;
-            const std::string name = folder.at(std::string("full") + kind.ending);
-            ASSERT_EQ(::symlink("/dev/full", name.c_str()), 0);
-            const auto write = [&] {
-                ofile file(name);
-                file << text;
-                file.close();
-            };
-            EXPECT_TRUE(stops_with(name + " could not be written: No space left on device", write))
-                << kind.ending << ", " << text.size() << " bytes";
-        }
-}
-
-TEST(Strings, AreStoredWithTheirLength) {
-    const temporary_folder folder;
-    const std::string name = folder.at("strings");
-    ofile out(name, true);
-    out.writeString("abc");
-    out.writeString("");
-    out.writeString(std::string(200000, 'x'));
-    out.close();
-    EXPECT_EQ(read_file(name).substr(0, 11), std::string("\3\0\0\0abc\0\0\0\0", 11));
-
-    ifile in(name, true);
-    std::string text = "left over";
-    EXPECT_TRUE(in.readString(text));
-    EXPECT_EQ(text, "abc");
-    EXPECT_TRUE(in.readString(text));
-    EXPECT_EQ(text, "");
-    EXPECT_TRUE(in.readString(text));
-    EXPECT_EQ(text, std::string(200000, 'x'));
-    EXPECT_FALSE(in.readString(text));
-}
-
-TEST(Strings, EndAtTheFirstZeroByte) {
-    const temporary_folder folder;
-    ifile in(folder.put("strings", std::string("\5\0\0\0ab\0cd\1\0\0\0e", 14)), true);
-    std::string text;
-    EXPECT_TRUE(in.readString(text));
-    EXPECT_EQ(text, "ab");
-    EXPECT_TRUE(in.readString(text)) << "the next one starts after all five bytes";
-    EXPECT_EQ(text, "e");
-}
-
-TEST(Strings, CutShortOrOfAbsurdLengthAreRefused) {
-    const temporary_folder folder;
-    for (const std::string& bytes :
-         {std::string("\3\0", 2), std::string("\3\0\0\0ab", 6), std::string("\xFF\xFF\xFF\x7Fxyz", 7)}) {
-        ifile in(folder.put("strings", bytes), true);
-        std::string text;
-        EXPECT_FALSE(in.readString(text));
-    }
-    const std::string negative = folder.put("negative", std::string("\xFF\xFF\xFF\xFFxyz", 7));
-    EXPECT_TRUE(stops_with(negative + " declares a text of -1 bytes", [&] {
-        ifile in(negative, true);
-        std::string text;
-        in.readString(text);
-    }));
 }
 
 }  // namespace

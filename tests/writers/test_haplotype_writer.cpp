@@ -5,6 +5,7 @@
 
 #include <random>
 #include <sstream>
+#include <utility>
 
 #include "support/child_process.h"
 #include "support/files.h"
@@ -19,33 +20,26 @@ using support::read_file;
 using support::stops_with;
 
 /// Individuals of these names, and variants at 100, 200, ... bp with alleles A and G.
-struct cohort {
-    cohort(const std::vector<std::string>& names, int n_variants,
-           const std::vector<std::string>& haplotypes) {
-        for (int v = 0; v < n_variants; ++v) {
-            snps.put(new snp(100 * (v + 1), "A", "G"));
-            snps.getByIndex(v)->id = "rs" + std::to_string(v + 1);
-        }
-        std::vector<genotype_graph*> graphs;
-        for (const std::string& name : names) graphs.push_back(new genotype_graph(name));
-        set.initialise(graphs, &snps);
-        for (std::size_t h = 0; h < haplotypes.size(); ++h) {
-            if (h == set.vecH.size()) set.vecH.emplace_back();
-            set.vecH[h] = support::haplotype(haplotypes[h]);
-        }
-    }
-    void write(const std::string& haps, const std::string& sample) const {
-        haplotype_writer(set).writeHaplotypeHap(haps, sample);
-    }
+genhap_set cohort(const std::vector<std::string>& names, int n_variants,
+                  const std::vector<std::string>& haplotypes) {
     snp_set snps;
-    genhap_set set;
-};
+    for (int v = 0; v < n_variants; ++v) {
+        snps.put(snp(100 * (v + 1), "A", "G"));
+        snps.getByIndex(v)->id = "rs" + std::to_string(v + 1);
+    }
+    genhap_set set(std::move(snps), {names.begin(), names.end()});
+    for (std::size_t h = 0; h < haplotypes.size(); ++h) {
+        if (h == set.vecH.size()) set.vecH.emplace_back();
+        set.vecH[h] = support::haplotype(haplotypes[h]);
+    }
+    return set;
+}
 
 TEST(HaplotypeWriter, BytesOfBothFiles) {
     const log_capture capture;
-    const cohort c({"X", "Y"}, 2, {"00", "11", "10", "10"});
+    const genhap_set c = cohort({"X", "Y"}, 2, {"00", "11", "10", "10"});
     const std::string haps = capture.folder().at("out.haps"), sample = capture.folder().at("out.sample");
-    c.write(haps, sample);
+    writeHaplotypeHap(c, haps, sample);
     EXPECT_EQ(read_file(sample), "ID_1 ID_2 missing\n0 0 0\nX X 0\nY Y 0\n");
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 A G 0 1 1 1\nrs2 rs2 200 A G 0 1 0 0\n");
     EXPECT_EQ(capture.log(), "\nWriting sample information in [" + sample +
@@ -56,29 +50,29 @@ TEST(HaplotypeWriter, BytesOfBothFiles) {
 
 TEST(HaplotypeWriter, PanelIsNotWritten) {
     const log_capture capture;
-    const cohort c({"X"}, 1, {"0", "1", "1", "1"});
+    const genhap_set c = cohort({"X"}, 1, {"0", "1", "1", "1"});
     const std::string haps = capture.folder().at("out.haps");
-    c.write(haps, capture.folder().at("out.sample"));
+    writeHaplotypeHap(c, haps, capture.folder().at("out.sample"));
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 A G 0 1\n");
 }
 
-TEST(HaplotypeWriter, AllelesStandAsTheyAreNow) {
+TEST(HaplotypeWriter, AllelesAreWrittenAsTheyAreNow) {
     const log_capture capture;
-    cohort c({"X"}, 1, {"0", "0"});
+    genhap_set c = cohort({"X"}, 1, {"0", "0"});
     c.snps.getByIndex(0)->flip();
     c.snps.getByIndex(0)->a1 = "<DEL>";
     const std::string haps = capture.folder().at("out.haps");
-    c.write(haps, capture.folder().at("out.sample"));
+    writeHaplotypeHap(c, haps, capture.folder().at("out.sample"));
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 G <DEL> 0 0\n");
 }
 
 TEST(HaplotypeWriter, NobodyAndNothing) {
     const log_capture capture;
     const std::string haps = capture.folder().at("out.haps"), sample = capture.folder().at("out.sample");
-    cohort({}, 1, {}).write(haps, sample);
+    writeHaplotypeHap(cohort({}, 1, {}), haps, sample);
     EXPECT_EQ(read_file(sample), "ID_1 ID_2 missing\n0 0 0\n");
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 A G\n");
-    cohort({"X"}, 0, {}).write(haps, sample);
+    writeHaplotypeHap(cohort({"X"}, 0, {}), haps, sample);
     EXPECT_EQ(read_file(sample), "ID_1 ID_2 missing\n0 0 0\nX X 0\n");
     EXPECT_EQ(read_file(haps), "");
 }
@@ -93,7 +87,7 @@ TEST(HaplotypeWriter, EveryDigitIsInItsPlace) {
     }
     const log_capture capture;
     const std::string haps = capture.folder().at("out.haps");
-    cohort(names, 37, haplotypes).write(haps, capture.folder().at("out.sample"));
+    writeHaplotypeHap(cohort(names, 37, haplotypes), haps, capture.folder().at("out.sample"));
     const auto lines = support::lines_of(read_file(haps));
     ASSERT_EQ(lines.size(), 37U);
     for (int v = 0; v < 37; ++v) {
@@ -104,34 +98,34 @@ TEST(HaplotypeWriter, EveryDigitIsInItsPlace) {
     }
 }
 
-TEST(HaplotypeWriter, PacksAsTheEndingTells) {
+TEST(HaplotypeWriter, PacksByTheEnding) {
     const log_capture capture;
-    const cohort c({"X"}, 1, {"0", "1"});
+    const genhap_set c = cohort({"X"}, 1, {"0", "1"});
     const std::string haps = capture.folder().at("out.haps.gz"),
                       sample = capture.folder().at("out.sample.bz2");
-    c.write(haps, sample);
+    writeHaplotypeHap(c, haps, sample);
     EXPECT_EQ(support::gunzip(read_file(haps)), "rs1 rs1 100 A G 0 1\n");
     EXPECT_EQ(support::bunzip2(read_file(sample)), "ID_1 ID_2 missing\n0 0 0\nX X 0\n");
 }
 
 TEST(HaplotypeWriter, FilesThatCannotBeCreatedStopTheRun) {
     const log_capture capture;
-    const cohort c({"X"}, 1, {"0", "1"});
+    const genhap_set c = cohort({"X"}, 1, {"0", "1"});
     const std::string good = capture.folder().at("good"), bad = capture.folder().at("missing/file");
-    EXPECT_TRUE(stops_with(futils::cannotCreate(bad), [&] { c.write(bad, good); }));
-    EXPECT_TRUE(stops_with(futils::cannotCreate(bad), [&] { c.write(good, bad); }));
+    EXPECT_TRUE(stops_with(futils::cannotCreate(bad), [&] { writeHaplotypeHap(c, bad, good); }));
+    EXPECT_TRUE(stops_with(futils::cannotCreate(bad), [&] { writeHaplotypeHap(c, good, bad); }));
 }
 
 TEST(HaplotypeWriter, FullDiskStopsTheRun) {
     for (const char* ending : {"", ".gz", ".bz2"}) {
         const log_capture capture;
-        const cohort c({"X"}, 1, {"0", "1"});
+        const genhap_set c = cohort({"X"}, 1, {"0", "1"});
         const std::string good = capture.folder().at("good");
         const std::string full = capture.folder().at(std::string("full") + ending);
         ASSERT_EQ(::symlink("/dev/full", full.c_str()), 0);
         const std::string message = full + " could not be written: No space left on device";
-        EXPECT_TRUE(stops_with(message, [&] { c.write(full, good); }));
-        EXPECT_TRUE(stops_with(message, [&] { c.write(good, full); }));
+        EXPECT_TRUE(stops_with(message, [&] { writeHaplotypeHap(c, full, good); }));
+        EXPECT_TRUE(stops_with(message, [&] { writeHaplotypeHap(c, good, full); }));
     }
 }
 

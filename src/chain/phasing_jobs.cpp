@@ -1,0 +1,96 @@
+#include "chain/phasing_jobs.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "utils/assertion.h"
+#include "utils/lfile.h"
+#include "utils/my_exception.h"
+
+namespace {
+
+/// Gives the seconds between laps.
+class stopwatch {
+  public:
+    double lap() {
+        const clock::time_point before = now;
+        now = clock::now();
+        return std::chrono::duration<double>(now - before).count();
+    }
+
+  private:
+    using clock = std::chrono::steady_clock;
+    clock::time_point now = clock::now();
+};
+
+/// Where the jobs of each individual start, and one entry for the end of all.
+std::vector<int> starts_of_individuals(const std::vector<phasing_job>& jobs) {
+    std::vector<int> starts;
+    for (int j = 0; j < static_cast<int>(jobs.size()); ++j)
+        if (j == 0 || jobs[j].individual != jobs[j - 1].individual) starts.push_back(j);
+    starts.push_back(static_cast<int>(jobs.size()));
+    return starts;
+}
+
+}  // namespace
+
+struct phasing_jobs::worker {
+    std::unique_ptr<conditioning_selector::worker> selection;
+    std::vector<int> idxH;  // conditioning haplotypes
+    segment_buffers buffers;
+    int n_underflows = 0;  // of the iteration in hand
+    double selection_seconds = 0.0;
+    double model_seconds = 0.0;
+};
+
+phasing_jobs::phasing_jobs(genhap_set& set, const hmm_parameters& parameters,
+                           conditioning_selector& conditioning, worker_team& threads, random_source& source)
+    : GH(set),
+      hmm(parameters),
+      selector(conditioning),
+      team(threads),
+      random(source),
+      workers(threads.size()) {
+    for (worker& w : workers) w.selection = selector.make_worker();
+}
+
+phasing_jobs::~phasing_jobs() = default;
+
+int phasing_jobs::run(bool renew, bool skip_matched) {
+    selector.prepare(renew, random);
+    const std::vector<phasing_job> jobs = selector.list_jobs(random);
+    const std::vector<int> starts = starts_of_individuals(jobs);
+    for (worker& w : workers) w.n_underflows = 0;
+    team.run(static_cast<int>(starts.size()) - 1, [&](int i, int number) {
+        run_individual(jobs.data() + starts[i], jobs.data() + starts[i + 1], skip_matched, workers[number]);
+    });
+    int n_underflows = 0;
+    for (const worker& w : workers) n_underflows += w.n_underflows;
+    return n_underflows;
+}
+
+void phasing_jobs::run_individual(const phasing_job* first, const phasing_job* end, bool skip_matched,
+                                  worker& w) {
+    stopwatch watch;
+    for (const phasing_job* job = first; job != end; ++job) {
+        w.selection->measure(*job);
+        const int distance = w.selection->choose(*job, random, w.idxH);
+        TOLVANE_ASSERT(w.idxH.size() > 4, "idxH.size()>4");
+        std::sort(w.idxH.begin(), w.idxH.end());
+        w.selection_seconds += watch.lap();
+        if (skip_matched && distance < 1) continue;
+        try {
+            haplotype_segment segment(GH.vecH, w.idxH, job->range, w.buffers);
+            w.n_underflows += segment.expectation(hmm, &GH.vecG[job->individual]);
+        } catch (const myException& failure) {
+            LOG.error(failure.msg);
+        }
+        w.model_seconds += watch.lap();
+    }
+}
+
+job_cost phasing_jobs::cost() const {
+    job_cost total;
+    for (const worker& w : workers) total += {w.selection_seconds, w.model_seconds, w.buffers.work};
+    return total;
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "containers/snp.h"
+
+/// Rows of variants as files hold them, up to 64 variants in a row: readers yield blocks, and writers take
+/// them. Files go from variant to variant and the program from individual to individual, so a block packs the
+/// variants of one individual, or of one haplotype, into a word: bit j belongs to variant j.
+constexpr int BLOCK_VARIANTS = 64;
+
+/// Genotypes of one individual at the variants of a block, in the code of genotype_store.
+struct genotype_word {
+    std::uint64_t allele_a = 0;
+    std::uint64_t allele_b = 0;
+    std::uint64_t missing = 0;
+
+    bool operator==(const genotype_word&) const = default;
+};
+
+/// Variants with the genotypes of all individuals.
+struct genotype_block {
+    explicit genotype_block(std::size_t n_individuals) : words(n_individuals) {}
+
+    bool is_full() const { return variants.size() == BLOCK_VARIANTS; }
+    void clear() {
+        variants.clear();
+        words.assign(words.size(), {});
+    }
+
+    std::vector<snp> variants;
+    std::vector<genotype_word> words;  // one an individual
+};
+
+/// Variants with the alleles of all haplotypes.
+struct haplotype_block {
+    std::vector<snp> variants;
+    std::vector<std::uint64_t> words;  // one a haplotype
+};

@@ -1,0 +1,289 @@
+#include "modes/options.h"
+
+#include <algorithm>
+#include <boost/program_options.hpp>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <ostream>
+#include <variant>
+
+#include "utils/assertion.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+#include "utils/units.h"
+
+namespace po = boost::program_options;
+
+namespace {
+
+// ---- declaration
+
+constexpr double FAST_CLUSTER_SIZE = 4000.0;
+
+template <class Value>
+using member = setting<Value> run_options::*;
+
+/// One option. A new one needs a field in run_options and a row in the table; and where its value can be out
+/// of range a line in check_options, where it shapes the run one in echo_options.
+struct option_row {
+    const char* group;
+    const char* name;  // with the short one behind a comma
+    std::variant<member<bool>, member<int>, member<double>, member<std::string>, member<file_names>> field;
+    const char* shown_default;  // as the help shows it; nullptr if there is none
+    const char* help;
+};
+
+constexpr const char* BASIC = "Basic options";
+constexpr const char* SUBSETTING = "Subsetting options";
+constexpr const char* MCMC = "MCMC options";
+constexpr const char* INPUT = "Input files options";
+constexpr const char* MODEL = "Model options";
+constexpr const char* OUTPUT = "Output file options";
+constexpr const char* NOW = "now";  // the seed's default: the seconds since 1970
+constexpr const char* NONE = nullptr;
+
+const option_row OPTIONS[] = {
+    {BASIC, "help,H", &run_options::help, NONE, "Produce help message."},
+    {BASIC, "seed", &run_options::seed, NOW, "Seed of the random number generator."},
+    {BASIC, "thread,T", &run_options::thread, "1", "Number of thread used for phasing."},
+    {BASIC, "output-log,L", &run_options::output_log, "tolvane_date_time_UUID.log",
+     "Log file containing a duplicate of the screen output."},
+
+    {SUBSETTING, "exclude-snp", &run_options::exclude_snp, NONE,
+     "File containing all the positions of the SNPs to exclude in input/output files."},
+    {SUBSETTING, "include-snp", &run_options::include_snp, NONE,
+     "File containing all the positions of the SNPs to include in input/output files."},
+    {SUBSETTING, "exclude-ind", &run_options::exclude_ind, NONE,
+     "File containing all the ID of the individuals to exclude in input/output files."},
+    {SUBSETTING, "include-ind", &run_options::include_ind, NONE,
+     "File containing all the ID of the individuals to include in input/output files."},
+    {SUBSETTING, "input-from", &run_options::input_from, "0",
+     "First physical position to consider in input files."},
+    {SUBSETTING, "input-to", &run_options::input_to, "1000000000",
+     "Last physical position to consider in input file."},
+
+    {MCMC, "burn", &run_options::burn, "7", "Number of burn-in MCMC iterations."},
+    {MCMC, "prune", &run_options::prune, "8", "Number of pruning MCMC iterations."},
+    {MCMC, "main", &run_options::main, "20", "Number of main MCMC iterations."},
+
+    {INPUT, "input-bed,B", &run_options::input_bed, NONE, "Unphased genotypes in Plink BED/BIM/FAM format."},
+    {INPUT, "input-map,M", &run_options::input_map, NONE, "Genetic map in HapMap format."},
+    {INPUT, "input-gen,G", &run_options::input_gen, NONE, "Unphased genotypes in Impute2 GEN/SAMPLE format."},
+    {INPUT, "input-thr", &run_options::input_thr, "0.9",
+     "Probability threshold used to call a genotype in GEN file."},
+    {INPUT, "input-ref,R", &run_options::input_ref, NONE,
+     "Reference set of haplotypes in HAPS/SAMPLE format."},
+
+    {MODEL, "cluster_burn,cb", &run_options::cluster_burn, "1",
+     "Frequency of clustering in burnin iterations."},
+    {MODEL, "cluster_prune,cp", &run_options::cluster_prune, "1",
+     "Frequency of clustering in pruning iterations."},
+    {MODEL, "cluster_main,cm", &run_options::cluster_main, "1",
+     "Frequency of clustering in main iterations."},
+    {MODEL, "states,S", &run_options::states, "100", "Number of hidden states used for phasing."},
+    {MODEL, "effective-size", &run_options::effective_size, "15000", "Effective size of the population."},
+    // Checked and otherwise unused: a run needs a genetic map, which gives the rates.
+    {MODEL, "rho", &run_options::rho, "0.0004", "Constant recombination rate."},
+    {MODEL, "fast", &run_options::fast, NONE,
+     "Turn on fast mode. Greater speed with a small decrease in accuracy. (suitable for N>10,000)"},
+    {MODEL, "cluster-size", &run_options::cluster_size, NONE,
+     "cluster size for fast conditioning haplotype search"},
+    {MODEL, "early-stopping", &run_options::early_stopping, NONE,
+     "do not perform HMM calculations when perfect matches are found with conditioning haplotypes"},
+    {MODEL, "window,W", &run_options::window, "2",
+     "Mean size of the windows in which conditioning haplotypes are defined."},
+
+    {OUTPUT, "output-max,O", &run_options::output_max, NONE, "Phased haplotypes in Impute2 format."},
+};
+
+run_options defaults(long start) {
+    run_options options;
+    options.seed.value = static_cast<int>(start);
+    return options;
+}
+
+/// What the library has to know of an option's values. Ownership passes to the library.
+template <class Value>
+po::value_semantic* semantics(const option_row& row, const run_options& with_defaults,
+                              setting<Value> run_options::*field) {
+    if constexpr (std::is_same_v<Value, bool>) {
+        return new po::untyped_value(true);
+    } else {
+        auto* typed = po::value<Value>();
+        if constexpr (std::is_same_v<Value, file_names>)
+            typed->multitoken();
+        else if (row.shown_default == NOW)
+            typed->default_value((with_defaults.*field).value);
+        else if (row.shown_default != NONE)
+            typed->default_value((with_defaults.*field).value, row.shown_default);
+        return typed;
+    }
+}
+
+/// The table in the terms of the library.
+po::options_description describe(const run_options& with_defaults) {
+    const unsigned WIDTH = po::options_description::m_default_line_length;
+    po::options_description all(WIDTH, WIDTH / 2);
+    for (const option_row* row = std::begin(OPTIONS); row != std::end(OPTIONS);) {
+        const char* title = row->group;
+        po::options_description group("\033[33m" + std::string(title) + "\033[0m");
+        for (; row != std::end(OPTIONS) && row->group == title; ++row) {
+            const auto declare = [&](auto field) {
+                group.add_options()(row->name, semantics(*row, with_defaults, field), row->help);
+            };
+            std::visit(declare, row->field);
+        }
+        all.add(group);
+    }
+    return all;
+}
+
+std::string long_name(const option_row& row) {
+    const std::string name = row.name;
+    return name.substr(0, name.find(','));
+}
+
+/// Copies a value that the library has parsed.
+template <class Value>
+void take_value(const po::variable_value& parsed, setting<Value>& into) {
+    into.is_given = !parsed.empty() && !parsed.defaulted();
+    if constexpr (std::is_same_v<Value, bool>)
+        into.value = into.is_given;
+    else if (!parsed.empty())
+        into.value = parsed.as<Value>();
+}
+
+}  // namespace
+
+double run_options::tree_size() const {
+    return fast.is_given ? FAST_CLUSTER_SIZE : cluster_size.value;
+}
+
+std::string parse_options(const std::vector<std::string>& args, long start, run_options& options) {
+    options = defaults(start);
+    const po::options_description descriptions = describe(options);
+    try {
+        po::variables_map parsed;
+        po::store(po::command_line_parser(args).options(descriptions).run(), parsed);
+        po::notify(parsed);
+        for (const option_row& row : OPTIONS)
+            std::visit([&](auto field) { take_value(parsed[long_name(row)], options.*field); }, row.field);
+        return {};
+    } catch (const po::error& failure) {
+        const auto has_mark = [](const std::string& word) { return word.find('%') != std::string::npos; };
+        if (std::none_of(args.begin(), args.end(), has_mark)) return failure.what();
+    }
+    // The library puts words of the command line into its message in the place of marks like %value%, as long
+    // as it finds any: for ever, if a word is such a mark. So each % is hidden from it.
+    constexpr char HIDDEN = '\1';
+    std::vector<std::string> words = args;
+    for (std::string& word : words) std::replace(word.begin(), word.end(), '%', HIDDEN);
+    run_options unused;
+    std::string message = parse_options(words, start, unused);
+    TOLVANE_ASSERT(!message.empty(), "a line that fails with % fails without");
+    std::replace(message.begin(), message.end(), HIDDEN, '%');
+    return message;
+}
+
+void print_help(long start, std::ostream& out) {
+    out << describe(defaults(start)) << std::endl;
+}
+
+// ---- checks
+
+namespace {
+
+void check_number(double x, const std::string& option) {
+    if (std::isnan(x)) LOG.error("You must specify a number for --" + option);
+}
+
+void check_clustering(const run_options& o) {
+    if (o.fast.is_given) {
+        if (o.cluster_size.is_given) LOG.error("--cluster-size is not compatible with --fast");
+        if (o.early_stopping.is_given) LOG.error("--early-stopping is not compatible with --fast");
+        return;
+    }
+    if (!o.cluster_size.is_given) return;
+    const double size = o.cluster_size.value;
+    check_number(size, "cluster-size");
+    TOLVANE_ASSERT(size > 1, "cluster_size>1");
+    constexpr int MOST = std::numeric_limits<int>::max() / 2;
+    if (size > MOST) LOG.error("You must specify a cluster size of at most " + sutils::int2str(MOST));
+}
+
+void check_step(int step, int n_iterations, const std::string& phase) {
+    const std::string option = "cluster_" + phase;
+    // 0 passes here and ends the run at the first iteration of its phase.
+    if (step < 0) LOG.error("You must use " + option + " > 0");
+    if (step > n_iterations) LOG.warning(option + " > " + phase + ", check parameters");
+}
+
+void check_iterations(int n, const std::string& text, int least, int many) {
+    if (n < least) LOG.error("You must use at least " + sutils::int2str(least) + " " + text + " iteration");
+    if (n > many) LOG.warning("High number of " + text + " iteration, check parameters");
+}
+
+void check_model(const run_options& o) {
+    if (o.effective_size.value < 100) LOG.warning("Small effective size, check parameters.");
+    if (o.effective_size.value <= 0) LOG.error("You must specify a positive effective size");
+    check_number(o.rho.value, "rho");
+    if (o.rho.value <= 0 || o.rho.value >= 1)
+        LOG.error("You must specify a rho value comprised between 0 and 1");
+    check_number(o.input_thr.value, "input-thr");
+    if (o.input_thr.value <= 0.5 || o.input_thr.value > 1)
+        LOG.error("You must specify a --input-thr value comprised between 0.5 and 1");
+    const double window = o.window.value;
+    check_number(window, "window");
+    if (window < 0.1) LOG.error("You must specify a window size of at least 0.1 Mb");
+    if (window * BASES_PER_MB >= std::numeric_limits<int>::max())
+        LOG.error("You must specify a window size of at most 2147 Mb");
+    if (window > 10) LOG.warning("Long window size may decrease accuracy. No more than 10 Mb is advised.");
+}
+
+}  // namespace
+
+void check_options(const run_options& o) {
+    if (o.seed.value < 0) LOG.error("Random number generator needs a positive seed value");
+    if (o.thread.value < 1) LOG.error("You must use at least 1 thread");
+    const int from = o.input_from.value, to = o.input_to.value;
+    if (!(to > 0 && from < to && from >= 0))
+        LOG.error(
+            "The input window coordinates are incorrect (must have --input-from >= 0 & --input-to > 0 & "
+            "--input-from < input-to");
+    if (!o.input_map.is_given) LOG.error("You did not specify a genetic map!");
+    check_clustering(o);
+    check_step(o.cluster_burn.value, o.burn.value, "burn");
+    check_step(o.cluster_prune.value, o.prune.value, "prune");
+    check_step(o.cluster_main.value, o.main.value, "main");
+    check_iterations(o.burn.value, "burn-in", 0, 100);
+    check_iterations(o.prune.value, "pruning", 1, 100);
+    check_iterations(o.main.value, "main", 1, 500);
+    check_model(o);
+}
+
+// ---- echo
+
+void echo_mode(const run_options& o) {
+    LOG.printlnL("\nMODE -phase : PHASING GENOTYPE DATA");
+    LOG.printlnC("\nMODE \033[33m-phase\033[0m : PHASING GENOTYPE DATA");
+    LOG.println("  * Autosome (chr1 ... chr22)");
+    LOG.println(o.uses_trees() ? "  * Nlog(N) time Hamming distances calculation (TOLVANE v3)"
+                               : "  * Quadratic time Hamming distances calculation (TOLVANE v2)");
+    LOG.println("  * MCMC iteration");
+}
+
+void echo_options(const run_options& o) {
+    using sutils::int2str;
+    LOG.println("\nParameters :");
+    LOG.println("  * Seed : " + int2str(o.seed.value));
+    if (o.input_from.is_given || o.input_to.is_given)
+        LOG.println("  * Input  window: [" + int2str(o.input_from.value) + " -> " +
+                    int2str(o.input_to.value) + "[");
+    LOG.println("  * Parallelisation: " + int2str(o.thread.value) + " threads");
+    const long n_iterations = static_cast<long>(o.burn.value) + o.prune.value + o.main.value;
+    LOG.println("  * MCMC: " + sutils::long2str(n_iterations) + " iterations [" + int2str(o.burn.value) +
+                " B + " + int2str(o.prune.value) + " P + " + int2str(o.main.value) + " M]");
+    LOG.println("  * Model: " + int2str(o.states.value) + " states / Windows of ~" +
+                sutils::double2str(o.window.value, 1) + "Mb / Ne = " + int2str(o.effective_size.value));
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+/// The value of an option, and whether the command line gave it.
+template <class Value>
+struct setting {
+    Value value{};
+    bool is_given = false;
+};
+
+using file_names = std::vector<std::string>;
+
+/// All options of a run, with their defaults. options.cpp has the table that declares them.
+struct run_options {
+    // Basic options
+    setting<bool> help;
+    setting<int> seed;
+    setting<int> thread{1};
+    setting<std::string> output_log;
+
+    // Subsetting options
+    setting<std::string> exclude_snp, include_snp, exclude_ind, include_ind;
+    setting<int> input_from{0};            // first position kept, in bp
+    setting<int> input_to{1'000'000'000};  // first position no longer kept, in bp
+
+    // MCMC options: iterations
+    setting<int> burn{7}, prune{8}, main{20};
+
+    // Input files options
+    setting<file_names> input_bed;
+    setting<std::string> input_map;
+    setting<file_names> input_gen;
+    setting<double> input_thr{0.9};
+    setting<file_names> input_ref;
+
+    // Model options
+    setting<int> cluster_burn{1}, cluster_prune{1}, cluster_main{1};  // iterations from tree to tree
+    setting<int> states{100};
+    setting<int> effective_size{15000};
+    setting<double> rho{0.0004};
+    setting<bool> fast;
+    setting<double> cluster_size;
+    setting<bool> early_stopping;
+    setting<double> window{2.0};  // Mb
+
+    // Output file options
+    setting<file_names> output_max;
+
+    /// Whether conditioning haplotypes are selected through trees, and the haplotypes of a cluster.
+    bool uses_trees() const { return fast.is_given || cluster_size.is_given; }
+    double tree_size() const;
+    /// Whether jobs skip the model where the nearest haplotype matches.
+    bool stops_early() const { return fast.is_given || early_stopping.is_given; }
+};
+
+/// Reads a command line (without the name of the program) into `options`; `start` is the default of the seed,
+/// in seconds since 1970. Returns what is wrong with its syntax, or nothing.
+std::string parse_options(const std::vector<std::string>& args, long start, run_options& options);
+
+/// Prints all options with their defaults.
+void print_help(long start, std::ostream& out);
+
+/// Ends the run at the first value that is out of range.
+void check_options(const run_options& options);
+
+/// Prints the mode, and the values that shape the run.
+void echo_mode(const run_options& options);
+void echo_options(const run_options& options);

@@ -1,0 +1,73 @@
+#include "modes/phaser.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "chain/markov_chain.h"
+#include "modes/command_line.h"
+#include "modes/run_files.h"
+#include "modes/study.h"
+#include "modules/stages.h"
+#include "selection/scan_selector.h"
+#include "selection/tree_selector.h"
+#include "utils/units.h"
+#include "writers/haplotype_writer.h"
+
+namespace {
+
+/// The form of selection that the options ask for.
+std::unique_ptr<conditioning_selector> make_selector(const run_options& o, const genhap_set& set,
+                                                     worker_team& team) {
+    const double window = BASES_PER_MB * o.window.value;
+    if (o.uses_trees()) {
+        // In single precision, as sizes have always been compared: a large one is rounded to 24 bits.
+        const int cluster_size = static_cast<int>(static_cast<float>(o.tree_size()));
+        return std::make_unique<tree_selector>(set, o.states.value, cluster_size, window, team);
+    }
+    return std::make_unique<scan_selector>(set, o.states.value, static_cast<int>(std::floor(window)));
+}
+
+chain_schedule schedule_of(const run_options& o) {
+    return {{o.burn.value, o.cluster_burn.value},
+            {o.prune.value, o.cluster_prune.value},
+            {o.main.value, o.cluster_main.value},
+            o.stops_early()};
+}
+
+}  // namespace
+
+phaser::phaser(const std::vector<std::string>& args, long start)
+    : options(start_run(args, start)), random(options.seed.value), team(options.thread.value) {
+    check_options(options);
+    check_files(options);
+    print_version_and_date(start);
+    echo_mode(options);
+    echo_options(options);
+}
+
+void phaser::phase() {
+    read_files_and_initialise();
+    run_chain();
+    write_files_and_finalise();
+}
+
+void phaser::read_files_and_initialise() {
+    haplotypes = read_input(options, team);
+    haplotypes.summarise();
+    sample_first_haplotypes(haplotypes, team, random);
+    const int n_haplotypes = haplotypes.n_haplotypes();
+    hmm.initialise(haplotypes.snps, options.effective_size.value);
+    hmm.update(n_haplotypes, std::min(options.states.value, n_haplotypes));
+    selector = make_selector(options, haplotypes, team);
+    jobs = std::make_unique<phasing_jobs>(haplotypes, hmm, *selector, team, random);
+}
+
+void phaser::run_chain() {
+    markov_chain(haplotypes, *jobs, team, random).run(schedule_of(options));
+}
+
+void phaser::write_files_and_finalise() {
+    solve_haplotypes(haplotypes, team, random);
+    const file_names output = haplotype_files(options);
+    writeHaplotypeHap(haplotypes, output[0], output[1]);
+}

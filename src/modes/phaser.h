@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "chain/job_cost.h"
+#include "chain/phasing_jobs.h"
+#include "containers/genhap_set.h"
+#include "models/hmm_parameters.h"
+#include "modes/options.h"
+#include "modules/worker_team.h"
+#include "selection/conditioning_selector.h"
+#include "utils/random_source.h"
+
+/// A phasing run: reads unphased genotypes, runs a Markov chain over the haplotype graphs of all individuals,
+/// and writes the most likely haplotypes.
+class phaser {
+  public:
+    /// Reads the command line of a run that started at `start` (seconds since 1970), and checks options and
+    /// files.
+    phaser(const std::vector<std::string>& args, long start);
+
+    /// The whole run.
+    void phase();
+
+    // Its three parts, in order.
+
+    /// Reads the input, builds the graphs and samples the first haplotypes.
+    void read_files_and_initialise();
+    /// Burn-in, pruning and main iterations.
+    void run_chain();
+    /// Finds the best haplotypes and writes them.
+    void write_files_and_finalise();
+
+    /// What the jobs of the chain have cost; for measuring.
+    job_cost cost_of_jobs() const { return jobs->cost(); }
+
+  private:
+    run_options options;
+    random_source random;
+    worker_team team;
+    genhap_set haplotypes;
+    hmm_parameters hmm;
+    std::unique_ptr<conditioning_selector> selector;
+    std::unique_ptr<phasing_jobs> jobs;
+};

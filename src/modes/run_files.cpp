@@ -1,0 +1,121 @@
+#include "modes/run_files.h"
+
+#include "utils/futils.h"
+#include "utils/lfile.h"
+
+namespace {
+
+const file_names BED_ENDINGS = {".bed", ".bim", ".fam"};
+const file_names GEN_ENDINGS = {".gen", ".sample"};
+const file_names OUTPUT_ENDINGS = {".haps", ".sample"};
+constexpr std::size_t N_PANEL_FILES = 3;
+
+file_names expanded(const setting<file_names>& given, const file_names& endings) {
+    if (!given.is_given) return {};
+    if (given.value.size() == endings.size()) return given.value;
+    file_names names;
+    if (given.value.size() == 1)
+        for (const std::string& ending : endings) names.push_back(given.value[0] + ending);
+    return names;
+}
+
+void append(file_names& names, const file_names& more) {
+    names.insert(names.end(), more.begin(), more.end());
+}
+
+std::vector<const setting<std::string>*> filter_lists(const run_options& o) {
+    return {&o.exclude_snp, &o.include_snp, &o.exclude_ind, &o.include_ind};
+}
+
+/// Files that the run writes when its log is called `log`.
+file_names output_files(const run_options& o, const std::string& log) {
+    const std::string prefix = lfile::getPrefix(log);
+    file_names names = {log, prefix + ".ind.mm", prefix + ".snp.mm"};
+    if (o.input_ref.is_given) append(names, {prefix + ".snp.strand", prefix + ".snp.strand.exclude"});
+    append(names, haplotype_files(o));
+    return names;
+}
+
+std::string wrong_count(const std::string& option, std::size_t n) {
+    return "Incorrect number of arguments given to --" + option + " (it must be " + std::to_string(n) +
+           " files)";
+}
+
+void check_readable(const std::string& file) {
+    if (!futils::isFile(file)) LOG.error(futils::cannotOpen(file));
+}
+
+void check_genotypes(const file_names& names, const std::string& option, std::size_t n) {
+    if (names.empty()) LOG.error(wrong_count(option, n));
+    for (const std::string& name : names) check_readable(name);
+}
+
+}  // namespace
+
+file_names bed_files(const run_options& o) {
+    return expanded(o.input_bed, BED_ENDINGS);
+}
+file_names gen_files(const run_options& o) {
+    return expanded(o.input_gen, GEN_ENDINGS);
+}
+file_names haplotype_files(const run_options& o) {
+    return expanded(o.output_max, OUTPUT_ENDINGS);
+}
+
+file_names input_files(const run_options& o) {
+    file_names names;
+    for (const auto* list : filter_lists(o))
+        if (list->is_given) names.push_back(list->value);
+    append(names, bed_files(o));
+    append(names, gen_files(o));
+    append(names, o.input_ref.value);
+    if (o.input_map.is_given) names.push_back(o.input_map.value);
+    return names;
+}
+
+void refuse_overwriting(const run_options& options, const std::string& log) {
+    const file_names inputs = input_files(options), outputs = output_files(options, log);
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        for (const std::string& input : inputs)
+            if (futils::isSameFile(input, outputs[i]))
+                LOG.error(outputs[i] + " would be overwritten by this run, which reads it as " + input +
+                          "; give another name to the output or the log");
+        for (std::size_t j = 0; j < i; ++j)
+            if (futils::isSameFile(outputs[j], outputs[i]))
+                LOG.error(outputs[j] + " and " + outputs[i] + " are one file, and this run would write both" +
+                          "; give them different names");
+    }
+}
+
+void take_output(const std::string& file) {
+    // Two runs writing to one file at a time would leave a mixture of both that looks whole.
+    if (!futils::takeFile(file))
+        LOG.error(file + " is being written by another run; give another name to the output or the log");
+}
+
+void check_files(const run_options& o) {
+    for (const auto* list : filter_lists(o))
+        if (list->is_given && !futils::isFile(list->value))
+            LOG.error("[" + list->value +
+                      "] is impossible to open, check file existence or reading permissions");
+    const bool bed = o.input_bed.is_given, gen = o.input_gen.is_given;
+    if (!bed && !gen)
+        LOG.error("You must specify at least one unphased input file with --input-bed or --input-gen");
+    if (bed && gen)
+        LOG.error("You must specify no more than one unphased input file with --input-bed or --input-gen");
+    if (!o.output_max.is_given)
+        LOG.error("You must specify at least one phased output file with --output-max or --output-graph");
+    if (bed) check_genotypes(bed_files(o), "input-bed", BED_ENDINGS.size());
+    if (gen) check_genotypes(gen_files(o), "input-gen", GEN_ENDINGS.size());
+    if (o.input_ref.is_given) {
+        if (o.input_ref.value.size() != N_PANEL_FILES) LOG.error(wrong_count("input-ref", N_PANEL_FILES));
+        for (const std::string& file : o.input_ref.value) check_readable(file);
+    }
+    check_readable(o.input_map.value);
+    const file_names outputs = haplotype_files(o);
+    if (outputs.empty()) LOG.error("Incorrect number of arguments given to --output-max");
+    for (const std::string& output : outputs) {
+        take_output(output);
+        if (!futils::createFile(output)) LOG.error(futils::cannotCreate(output));
+    }
+}

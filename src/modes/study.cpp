@@ -1,0 +1,104 @@
+#include "modes/study.h"
+
+#include <memory>
+#include <utility>
+
+#include "containers/genotype_counts.h"
+#include "modes/run_files.h"
+#include "modules/stages.h"
+#include "readers/bed_source.h"
+#include "readers/filter_reader.h"
+#include "readers/gen_source.h"
+#include "readers/genotype_checks.h"
+#include "readers/gmap_reader.h"
+#include "readers/panel_source.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+#include "utils/units.h"
+#include "writers/side_files.h"
+
+namespace {
+
+filter_reader read_filters(const run_options& o) {
+    filter_reader filter;
+    filter.initialise(o.input_from.value, o.input_to.value);
+    if (o.exclude_snp.is_given) filter.readSnpExcludeList(o.exclude_snp.value);
+    if (o.include_snp.is_given) filter.readSnpIncludeList(o.include_snp.value);
+    if (o.exclude_ind.is_given) filter.readIndExcludeList(o.exclude_ind.value);
+    if (o.include_ind.is_given) filter.readIndIncludeList(o.include_ind.value);
+    return filter;
+}
+
+genotype_store read_genotypes(const run_options& o, const filter_reader& filter) {
+    std::unique_ptr<genotype_source> source;
+    if (o.input_bed.is_given) {
+        const file_names bed = bed_files(o);
+        source = std::make_unique<bed_source>(bed[0], bed[1], bed[2], filter);
+    } else {
+        const file_names gen = gen_files(o);
+        source = std::make_unique<gen_source>(gen[0], gen[1], o.input_thr.value, filter);
+    }
+    return read_study(*source);
+}
+
+/// Ends the run when the panel lacks variants of the study.
+void check_panel_covers(const snp_set& study, const std::string& prefix) {
+    LOG.println("\nChecking that all SNPs in main panel are also within the reference panel");
+    const std::vector<const snp*> absent = absent_variants(study);
+    if (absent.empty()) {
+        LOG.println("  * All variants have been found in the reference panel");
+        return;
+    }
+    write_absent_variants(absent, prefix);
+    LOG.println("  * " + std::to_string(absent.size()) +
+                " variants could not be found in the reference panel, please exclude them!");
+    LOG.error("Reference and Main panels are not well aligned!");
+}
+
+std::vector<chaplotype> read_panel(const run_options& o, const filter_reader& filter, snp_set& study,
+                                   const std::string& prefix) {
+    if (!o.input_ref.is_given) return {};
+    const file_names& files = o.input_ref.value;
+    panel_source panel(files[1], files[2], filter, study);
+    check_panel_covers(study, prefix);
+    panel.open(files[0]);
+    return read_haplotypes(panel);
+}
+
+void place_on_map(const std::string& file, snp_set& variants) {
+    gmap_reader map;
+    map.readGeneticMapFile(file);
+    const int n_set = variants.setCentiMorgan(map.map_pos, map.map_cm);
+    const int n_interpolated = variants.interpolateCentiMorgan(map.map_pos, map.map_cm);
+    LOG.println("  * #set=" + sutils::int2str(n_set) + " / #interpolated=" + sutils::int2str(n_interpolated));
+    if (variants.size() == 0) return;  // the checks stop such a run
+    const auto range = [](double first, double last, const std::string& unit) {
+        return " map [" + sutils::double2str(first, 2) + unit + " -> " + sutils::double2str(last, 2) + unit +
+               "]";
+    };
+    constexpr double MB = 1.0 / BASES_PER_MB;
+    const snp &first = variants.snp_list.front(), &last = variants.snp_list.back();
+    LOG.print("  * Physical" + range(first.bp * MB, last.bp * MB, " Mb"));
+    LOG.println(" / Genetic" + range(first.cm, last.cm, " cM"));
+}
+
+void check_and_repair(genotype_store& store, const std::string& prefix) {
+    LOG.println("\nChecking missingness and MAF...");
+    const genotype_counts counts = count_genotypes(store);
+    check_missing(counts);
+    repair_monomorphic(store, counts);
+    write_counts(store, counts, prefix);
+}
+
+}  // namespace
+
+genhap_set read_input(const run_options& o, worker_team& team) {
+    const std::string prefix = lfile::getPrefix(LOG.name());
+    const filter_reader filter = read_filters(o);
+    genotype_store store = read_genotypes(o, filter);
+    std::vector<chaplotype> panel = read_panel(o, filter, store.snps, prefix);
+    place_on_map(o.input_map.value, store.snps);
+    check_and_repair(store, prefix);
+    std::vector<genotype_graph> graphs = build_graphs(store, team);
+    return {std::move(store.snps), std::move(graphs), std::move(panel)};
+}

@@ -1,0 +1,50 @@
+#include "modules/stages.h"
+
+#include "modules/pass.h"
+#include "utils/lfile.h"
+#include "utils/my_exception.h"
+
+namespace {
+
+void sample_individual(genhap_set& set, int ind, bool uniform, random_source& random) {
+    try {
+        set.vecG[ind].sample(set.vecH, haplotypes_of(ind), uniform, random);
+    } catch (const myException& failure) {
+        LOG.error(failure.msg);
+    }
+}
+
+}  // namespace
+
+std::vector<genotype_graph> build_graphs(const genotype_store& genotypes, worker_team& team) {
+    std::vector<genotype_graph> graphs(genotypes.ind_ids.begin(), genotypes.ind_ids.end());
+    run_pass(team, {"Building graphs ... ", "Building graphs"}, genotypes.n_individuals(), [&](int ind) {
+        graphs[ind].buildUnr(genotypes.allele_a[ind], genotypes.allele_b[ind], genotypes.missing[ind]);
+    });
+    return graphs;
+}
+
+void sample_haplotypes(genhap_set& set, bool uniform, worker_team& team, random_source& random) {
+    team.run(set.n_individuals(),
+             [&](int ind, int /*worker*/) { sample_individual(set, ind, uniform, random); });
+}
+
+void sample_first_haplotypes(genhap_set& set, worker_team& team, random_source& random) {
+    run_pass(team, {"Sampling haplotypes", "Sampling haplotypes"}, set.n_individuals(),
+             [&](int ind) { sample_individual(set, ind, true, random); });
+}
+
+void prune_graphs(genhap_set& set, double kept_share, worker_team& team) {
+    run_pass(team, {"Pruning graphs", "Pruning graphs"}, set.n_individuals(),
+             [&](int ind) { set.vecG[ind].pruneAndMerge(kept_share); });
+}
+
+void normalise_graphs(genhap_set& set, worker_team& team) {
+    run_pass(team, {"Normalising graphs", "Normalising graphs"}, set.n_individuals(),
+             [&](int ind) { set.vecG[ind].normalize(); });
+}
+
+void solve_haplotypes(genhap_set& set, worker_team& team, random_source& random) {
+    run_pass(team, {"Solving haplotypes", "Solving haplotypes"}, set.n_individuals(),
+             [&](int ind) { set.vecG[ind].maximize(set.vecH, haplotypes_of(ind), random); });
+}

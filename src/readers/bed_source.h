@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "objects/chaplotype.h"
+#include "readers/genotype_source.h"
+#include "readers/study_intake.h"
+#include "utils/streams.h"
+
+/// A Plink binary set: variants from BIM, individuals from FAM, genotypes in either order from BED.
+class bed_source : public genotype_source {
+  public:
+    /// Reads BIM and FAM, and opens BED.
+    bed_source(const std::string& bed, const std::string& bim, const std::string& fam,
+               const filter_reader& filter);
+
+    const std::vector<std::string>& individuals() const override { return ids; }
+    bool read(genotype_block& block) override;
+
+  private:
+    void read_bim(const std::string& bim);
+    void read_fam(const std::string& fam);
+    void open_bed(const std::string& bed);
+    void check_end();
+
+    void read_variant_rows(genotype_block& block);
+    void read_individual_rows();
+    void take_individual_rows(genotype_block& block);
+
+    study_intake intake;
+    std::vector<snp> variants;        // those kept
+    std::vector<bool> keeps_variant;  // one entry a line of BIM
+    std::vector<std::string> ids;     // those kept
+    std::vector<int> ind_at;          // index among those kept of each line of FAM, -1 for those left out
+    ifile stream;
+    bool is_by_variant = true;
+    bool is_at_end = false;
+    std::size_t n_taken = 0;           // variants yielded so far
+    std::size_t line = 0;              // next line of BIM whose row is to be read
+    std::vector<unsigned char> rows;   // of BED: those of a block, or one individual's
+    std::vector<genotype_word> words;  // one for each line of FAM
+    // Of the individuals kept, where BED goes from individual to individual.
+    std::vector<chaplotype> allele_a, allele_b, missing;
+};

@@ -1,0 +1,65 @@
+#include "readers/genotype_checks.h"
+
+#include <algorithm>
+#include <string>
+
+#include "utils/lfile.h"
+
+namespace {
+
+constexpr double HIGH_MISSING_RATE = 0.05;
+
+void report(int count, const std::string& text) {
+    if (count > 0) LOG.println("  * " + std::to_string(count) + text);
+}
+
+/// How many of the counts are above the rate that is worth a word.
+int count_high(const std::vector<int>& n_missing, int n) {
+    return static_cast<int>(std::count_if(n_missing.begin(), n_missing.end(),
+                                          [n](int missing) { return missing > HIGH_MISSING_RATE * n; }));
+}
+
+int count_equal(const std::vector<int>& n_missing, int n) {
+    return static_cast<int>(std::count(n_missing.begin(), n_missing.end(), n));
+}
+
+}  // namespace
+
+void check_missing(const genotype_counts& counts, bool tolerate_empty) {
+    const int n_ind = static_cast<int>(counts.ind_missing.size());
+    const int n_snp = static_cast<int>(counts.snp_missing.size());
+    report(count_high(counts.ind_missing, n_snp), " individuals with high rates of missing data (>5%)");
+    report(count_high(counts.snp_missing, n_ind), " SNPs with high rates of missing data (>5%)");
+
+    const auto stop_at_empty = [tolerate_empty](int count, const std::string& text, bool stop_at_none) {
+        if (count == 0 && !stop_at_none) return;
+        if (!tolerate_empty) LOG.error(std::to_string(count) + text);
+        report(count, text);
+    };
+    // Without variants each individual is fully missing, and the reverse; with neither there is nothing to
+    // phase either.
+    const bool nothing = n_ind == 0 && n_snp == 0;
+    stop_at_empty(count_equal(counts.ind_missing, n_snp), " fully missing individuals (=100%)", nothing);
+    stop_at_empty(count_equal(counts.snp_missing, n_ind), " fully missing SNPs (=100%)", false);
+}
+
+void repair_monomorphic(genotype_store& store, const genotype_counts& counts) {
+    int monomorphic = 0, imputed = 0, singletons = 0;
+    for (int v = 0; v < store.snps.size(); ++v) {
+        if (counts.count_a0[v] > 0 && counts.count_a1[v] > 0) {
+            singletons += counts.count_a0[v] == 1 || counts.count_a1[v] == 1;
+            continue;
+        }
+        ++monomorphic;
+        imputed += store.resetSnp(v);
+        snp* variant = store.snps.getByIndex(v);
+        if (counts.count_a0[v] > 0)
+            variant->fill();
+        else
+            variant->flip();
+        if (variant->a1 == "0") variant->a1 = variant->a0;  // Plink's mark for an allele never seen
+    }
+    report(monomorphic, " monomorphic SNPs");
+    report(imputed, " missing genotypes automatically imputed at monomorphic SNPs");
+    report(singletons, " singletons SNPs");
+}

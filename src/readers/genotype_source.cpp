@@ -1,0 +1,11 @@
+#include "readers/genotype_source.h"
+
+#include <utility>
+
+genotype_store read_study(genotype_source& source) {
+    genotype_store store(source.individuals());
+    genotype_block block(source.individuals().size());
+    while (source.read(block)) store.append(std::move(block));
+    store.snps.indexing();
+    return store;
+}

@@ -1,0 +1,124 @@
+#include "readers/panel_source.h"
+
+#include "utils/futils.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+namespace {
+
+constexpr int NONE = -1;
+constexpr int LEAST_LEGEND_FIELDS = 4;
+
+}  // namespace
+
+panel_source::panel_source(const std::string& legend, const std::string& sample, const filter_reader& filter,
+                           snp_set& variants)
+    : study(variants) {
+    read_sample(sample, filter);
+    read_legend(legend);
+}
+
+void panel_source::read_sample(const std::string& sample, const filter_reader& filter) {
+    LOG.println("\nReading sample list [" + sample + "]");
+    ifile list(sample);
+    std::vector<std::string> words;
+    list.getLine(text);  // header
+    for (int line = 0; list.getLine(text); ++line) {
+        if (sutils::tokenize(text, words, 1) < 1)
+            LOG.error("Line=" + sutils::int2str(line) + " expected at least 1 column!");
+        keeps_column.insert(keeps_column.end(), 2, filter.checkInd(words[0]));
+        if (keeps_column.back()) n_kept += 2;
+    }
+    list.close();
+    const int excluded = static_cast<int>(keeps_column.size()) - n_kept;
+    LOG.println("  * " + sutils::int2str(n_kept) + " reference haplotypes included");
+    if (excluded > 0) LOG.println("  * " + sutils::int2str(excluded) + " reference haplotypes excluded");
+}
+
+void panel_source::read_legend(const std::string& legend) {
+    LOG.println("\nReading SNPs in [" + legend + "]");
+    ifile list(legend);
+    std::vector<std::string> words;
+    list.getLine(text);  // header
+    while (list.getLine(text)) {
+        const int n_words = sutils::tokenize(text, words, LEAST_LEGEND_FIELDS);
+        // The text is fixed: it names line 1, whichever line it is.
+        if (n_words < LEAST_LEGEND_FIELDS)
+            LOG.error("Line=1 found=" + sutils::int2str(n_words) + " fields, expected more  than 4");
+        const int position = sutils::str2int(words[1], legend, static_cast<long>(lines.size()) + 1);
+        lines.push_back(match(position, words[2], words[3]));
+    }
+    list.close();
+}
+
+panel_source::legend_line panel_source::match(int position, const std::string& a0, const std::string& a1) {
+    for (snp& candidate : study.getByPos(position)) {
+        const int strand = candidate.strand(a0, a1);
+        if (strand < 0) continue;
+        candidate.in_ref = true;
+        return {candidate.idx, strand == 1};
+    }
+    return {NONE, false};
+}
+
+void panel_source::open(const std::string& haps) {
+    LOG.println("\nReading reference haplotypes in [" + haps + "]");
+    if (!stream.open(haps)) LOG.error(futils::cannotOpen(haps));
+}
+
+bool panel_source::read(haplotype_block& block) {
+    block.variants.clear();
+    block.words.assign(n_kept, 0);
+    while (!is_finished && block.variants.size() < BLOCK_VARIANTS) {
+        if (row == lines.size() || !stream.getLine(text)) {
+            finish();
+            break;
+        }
+        if (lines[row].target != NONE) take_row(block);
+        ++row;
+    }
+    return !block.variants.empty();
+}
+
+void panel_source::take_row(haplotype_block& block) {
+    const int n_fields = sutils::tokenize(text, fields);
+    if (n_fields != static_cast<int>(keeps_column.size()))
+        LOG.error("Line=" + std::to_string(row + 1) + " found=" + sutils::int2str(n_fields) +
+                  " fields, expected=" + std::to_string(keeps_column.size()));
+    const std::size_t j = block.variants.size();
+    snp& variant = block.variants.emplace_back(*study.getByIndex(lines[row].target));
+    variant.is_turned = lines[row].is_turned;
+    std::uint64_t* word = block.words.data();
+    for (std::size_t column = 0; column < fields.size(); ++column)
+        if (keeps_column[column]) *word++ |= std::uint64_t{fields[column] == "1"} << j;
+}
+
+void panel_source::finish() {
+    is_finished = true;
+    long beyond = 0;
+    while (row == lines.size() && stream.getLine(text)) ++beyond;
+    const std::string haps = stream.name();
+    stream.close();
+    if (beyond > 0)
+        LOG.warning(sutils::long2str(beyond) + " lines of [" + haps +
+                    "] lie beyond the last line of the legend and were not used");
+}
+
+std::vector<chaplotype> read_haplotypes(panel_source& panel) {
+    std::vector<chaplotype> haplotypes(panel.n_haplotypes(),
+                                       chaplotype(static_cast<unsigned>(panel.n_lines())));
+    haplotype_block block;
+    while (panel.read(block))
+        for (std::size_t j = 0; j < block.variants.size(); ++j)
+            for (std::size_t h = 0; h < haplotypes.size(); ++h)
+                haplotypes[h].set(block.variants[j].idx,
+                                  (block.words[h] >> j & 1) != std::uint64_t{block.variants[j].is_turned});
+    return haplotypes;
+}
+
+std::vector<const snp*> absent_variants(const snp_set& study) {
+    std::vector<const snp*> absent;
+    for (const snp& variant : study.snp_list)
+        if (!variant.in_ref) absent.push_back(&variant);
+    return absent;
+}

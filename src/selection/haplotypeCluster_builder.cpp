@@ -1,0 +1,119 @@
+#include "selection/haplotypeCluster_builder.h"
+
+#include <algorithm>
+
+#include "utils/assertion.h"
+#include "utils/lfile.h"
+
+namespace {
+
+constexpr int MOST_ITERATIONS = 20;  // of one split
+constexpr int DEEPEST_LEVEL = 30;    // beyond it a cluster's number would not fit an int
+constexpr int BYTE_LOCI = 8;
+
+}  // namespace
+
+haplotypeCluster_builder::haplotypeCluster_builder(const std::vector<chaplotype>& haplotypes,
+                                                   int cluster_size, int least)
+    : H(haplotypes), cond_size(std::max(least, cluster_size)), min_size(least) {}
+
+haplotypeCluster haplotypeCluster_builder::build(int a, int b, random_source& random) {
+    TOLVANE_ASSERT(a < b, "a<b");
+    if (cond_size >= static_cast<int>(H.size()))
+        LOG.error(
+            "2*nsamples < cluster_size (c1).\n"
+            "Note we suggest only using --fast when sample size > 10,000");
+    first_byte = a / BYTE_LOCI;
+    n_bytes = b / BYTE_LOCI - first_byte;
+    clusters.clear();
+    assign.assign(H.size(), 0);
+    const auto [first, second] = split(0, 0, random);
+    TOLVANE_ASSERT(first > 0 && second > 0, "n.first>0&&n.second>0");
+    grow(0, 1, random);
+    grow(1, 1, random);
+    top_up(random);
+    return haplotypeCluster({a, b, cond_size, min_size, std::move(clusters), std::move(assign)});
+}
+
+/// Splits cluster `c` at `level`, and its halves in turn.
+void haplotypeCluster_builder::grow(unsigned int c, int level, random_source& random) {
+    const int id = static_cast<int>(c);
+    if (level + 1 > DEEPEST_LEVEL) {
+        take_branch(c);
+        make_leaf(id);
+        return;
+    }
+    const auto [first, second] = split(c, level + 1, random);
+    if (first < min_size || second < min_size) {
+        make_leaf(id);
+        return;
+    }
+    const unsigned int c2 = c + (1U << (level + 1));
+    // Closing a half reads the means of this split, so it comes before any further split.
+    if (first <= cond_size) close_half(0, id);
+    if (second <= cond_size) close_half(1, static_cast<int>(c2));
+    if (first > cond_size) grow(c, level + 1, random);
+    if (second > cond_size) grow(c2, level + 1, random);
+}
+
+/// Splits cluster `c` into `c` and `c` + 2^level; returns both sizes, or (n, 0) for a branch too small or too
+/// uniform to be split.
+std::pair<int, int> haplotypeCluster_builder::split(unsigned int c, int level, random_source& random) {
+    const thinned_loci loci(H, first_byte, n_bytes, random.draw_below(BYTE_LOCI));
+    const int first_id = static_cast<int>(c), second_id = static_cast<int>(c + (1U << level));
+    take_branch(c);
+    std::pair<int, int> seeds;
+    if (!draw_distant_pair(branch, loci, random, seeds)) return {static_cast<int>(branch.size()), 0};
+    halves.emplace(loci, seeds);
+
+    std::pair<int, int> sizes;
+    for (int iteration = 0; iteration < MOST_ITERATIONS; ++iteration) {
+        halves->fix();
+        bool has_changed = false;
+        for (const int h : branch) {
+            // A tie goes to the second half.
+            const int number = halves->distance(h, 1) > halves->distance(h, 0) ? first_id : second_id;
+            has_changed |= assign[h] != number;
+            assign[h] = number;
+        }
+        sizes = halves->update(branch, [&](int h) { return assign[h] == first_id; });
+        if (!has_changed) break;
+    }
+    TOLVANE_ASSERT(sizes.first > 0 || sizes.second > 0, "cluster_size.first>0 || cluster_size.second>0");
+    return sizes;
+}
+
+void haplotypeCluster_builder::take_branch(unsigned int c) {
+    branch.clear();
+    for (int h = 0; h < static_cast<int>(H.size()); ++h)
+        if (assign[h] == static_cast<int>(c)) branch.push_back(h);
+}
+
+/// Makes the whole branch in hand cluster `c`.
+void haplotypeCluster_builder::make_leaf(int c) {
+    clusters[c] = branch;
+    for (const int h : branch) assign[h] = c;
+}
+
+/// Closes half `m` of the last split as cluster `c`, a list of exactly cond_size entries.
+void haplotypeCluster_builder::close_half(int m, int c) {
+    // A branch of fewer members leaves the rest of the list as the branch before filled it. The list is used
+    // as a set, and its members keep `assign`, so this only widens a scan.
+    take_closest(
+        branch, cond_size, [this, m](int h) { return halves->distance(h, m); }, closest);
+    std::vector<int>& members = clusters[c];
+    members.clear();
+    for (const auto& [h, distance] : closest) members.push_back(h);
+}
+
+/// Fills clusters of fewer than cond_size entries with random haplotypes of other clusters; one may be drawn
+/// twice.
+void haplotypeCluster_builder::top_up(random_source& random) {
+    for (auto& [number, members] : clusters) {
+        TOLVANE_ASSERT(!members.empty(), "it->second.size()>0");
+        while (static_cast<int>(members.size()) < cond_size) {
+            const int h = random.draw_below(static_cast<int>(H.size()));
+            if (assign[h] != number) members.push_back(h);
+        }
+    }
+}

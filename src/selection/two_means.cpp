@@ -1,0 +1,70 @@
+#include "selection/two_means.h"
+
+#include "utils/assertion.h"
+
+namespace {
+
+constexpr int LEAST_ROUNDS = 100;
+
+/// Two different members. Only the first draw of the second one counts as seen.
+std::pair<int, int> draw_pair(const std::vector<int>& branch, std::set<int>& seen, random_source& random) {
+    const int n = static_cast<int>(branch.size());
+    const int first = branch[random.draw_below(n)];
+    seen.insert(first);
+    int second = branch[random.draw_below(n)];
+    seen.insert(second);
+    while (second == first) second = branch[random.draw_below(n)];
+    return {first, second};
+}
+
+}  // namespace
+
+int thinned_loci::hamming(int a, int b) const {
+    int distance = 0;
+    for (int j = 0; j < n_loci; ++j) distance += allele(a, j) != allele(b, j);
+    return distance;
+}
+
+bool draw_distant_pair(const std::vector<int>& branch, const thinned_loci& loci, random_source& random,
+                       std::pair<int, int>& seeds) {
+    if (branch.size() < 2) return false;  // has no pair to draw
+    std::set<int> seen;
+    seeds = draw_pair(branch, seen, random);
+    int best = loci.hamming(seeds.first, seeds.second);
+    for (int round = 1;; ++round) {
+        const std::pair<int, int> pair = draw_pair(branch, seen, random);
+        const int d = loci.hamming(pair.first, pair.second);
+        if (best < d) {
+            best = d;
+            seeds = pair;
+        }
+        if (seen.size() == branch.size()) return false;
+        if (round >= LEAST_ROUNDS && best != 0) break;
+    }
+    TOLVANE_ASSERT(seeds.first != seeds.second, "idx1!=idx2");
+    return true;
+}
+
+two_means::two_means(const thinned_loci& loci, std::pair<int, int> seeds) : thinned(loci) {
+    for (int m = 0; m < 2; ++m)
+        for (int j = 0; j < thinned.size(); ++j)
+            mu[m].push_back(static_cast<float>(thinned.allele(m == 0 ? seeds.first : seeds.second, j)));
+    fix();
+}
+
+void two_means::fix() {
+    for (int m = 0; m < 2; ++m) {
+        squared_distances[m].resize(2 * mu[m].size());
+        for (int j = 0; j < thinned.size(); ++j)
+            for (int allele = 0; allele < 2; ++allele) {
+                const float difference = mu[m][j] - static_cast<float>(allele);
+                squared_distances[m][2 * j + allele] = difference * difference;
+            }
+    }
+}
+
+float two_means::distance(int h, int m) const {
+    float sum = 0.0F;
+    for (int j = 0; j < thinned.size(); ++j) sum += squared_distances[m][2 * j + thinned.allele(h, j)];
+    return sum;
+}

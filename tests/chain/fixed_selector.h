@@ -1,0 +1,68 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <numeric>
+#include <set>
+#include <vector>
+
+#include "containers/genhap_set.h"
+#include "selection/conditioning_selector.h"
+
+/// Selects all haplotypes of others for each individual, in two windows that overlap by two segments, and
+/// notes what it is asked for. The distance that it gives is `distance`.
+class fixed_selector : public conditioning_selector {
+  public:
+    explicit fixed_selector(const genhap_set& set) : GH(set) {}
+
+    void prepare(bool renew, random_source& /*random*/) override { renewals.push_back(renew); }
+
+    std::vector<phasing_job> list_jobs(random_source& /*random*/) const override {
+        std::vector<phasing_job> jobs;
+        for (int ind = 0; ind < GH.n_individuals(); ++ind) {
+            const genotype_graph& graph = GH.vecG[ind];
+            const int n = graph.n_segments(), middle = n / 2;
+            jobs.push_back({ind, 0, range_of(graph, 0, middle)});
+            jobs.push_back({ind, 1, range_of(graph, middle - 1, n - 1)});
+        }
+        return jobs;
+    }
+
+    std::unique_ptr<worker> make_worker() const override { return std::make_unique<all_others>(*this); }
+
+    int distance = 5;
+    int n_selected = -1;  // haplotypes of a selection; -1 for all others
+    std::vector<bool> renewals;
+    mutable std::atomic<int> n_chosen = 0;
+
+  private:
+    class all_others : public worker {
+      public:
+        explicit all_others(const fixed_selector& selector) : owner(selector) {}
+        void measure(const phasing_job& job) override { measured = job.individual; }
+        int choose(const phasing_job& job, random_source& /*random*/, std::vector<int>& idx) override {
+            EXPECT_EQ(measured, job.individual) << "a job is measured before it is chosen for";
+            ++owner.n_chosen;
+            idx.clear();
+            // In falling order: the jobs have to sort them.
+            for (int h = owner.GH.n_haplotypes() - 1; h >= 0; --h)
+                if (h / 2 != job.individual) idx.push_back(h);
+            if (owner.n_selected >= 0) idx.resize(owner.n_selected);
+            return owner.distance;
+        }
+
+      private:
+        const fixed_selector& owner;
+        int measured = -1;
+    };
+
+    static segment_range range_of(const genotype_graph& graph, int first, int last) {
+        const auto start = [&graph](int s) {
+            return static_cast<int>(
+                std::accumulate(graph.seg_length.begin(), graph.seg_length.begin() + s, 0U));
+        };
+        return {start(first), start(last + 1) - 1, first, last};
+    }
+
+    const genhap_set& GH;
+};

@@ -1,0 +1,135 @@
+#include "chain/phasing_jobs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "fixed_selector.h"
+#include "support/child_process.h"
+#include "support/graph_text.h"
+#include "support/population.h"
+
+namespace {
+
+using support::population;
+
+/// A population, and all that jobs need.
+struct jobs_of {
+    explicit jobs_of(int n_threads, int n = 6) : p(n), selector(p.set), team(n_threads) {
+        for (int l = 0; l < p.set.snps.size(); ++l) p.set.snps.getByIndex(l)->cm = 0.01 * l;
+        hmm.initialise(p.set.snps, 15000);
+        hmm.update(p.set.n_haplotypes(), p.set.n_haplotypes());
+        jobs = std::make_unique<phasing_jobs>(p.set, hmm, selector, team, draws);
+    }
+    population p;
+    hmm_parameters hmm;
+    fixed_selector selector;
+    worker_team team;
+    random_source draws{1};
+    std::unique_ptr<phasing_jobs> jobs;
+};
+
+TEST(PhasingJobs, RunTheModelOnEachWindowInOrder) {
+    jobs_of expected(1);
+    segment_buffers buffers;
+    const auto jobs = expected.selector.list_jobs(expected.draws);
+    for (const phasing_job& job : jobs) {
+        std::vector<int> others;
+        for (int h = 0; h < 12; ++h)
+            if (h / 2 != job.individual) others.push_back(h);
+        haplotype_segment(expected.p.set.vecH, others, job.range, buffers)
+            .expectation(expected.hmm, &expected.p.set.vecG[job.individual]);
+    }
+    const std::string before = jobs_of(1).p.state();
+    for (const int n_threads : {1, 2, 7}) {
+        jobs_of j(n_threads);
+        EXPECT_EQ(j.jobs->run(true, false), 0);
+        EXPECT_EQ(j.p.state(), expected.p.state()) << n_threads << " threads";
+        EXPECT_NE(j.p.state(), before);
+        EXPECT_EQ(j.selector.n_chosen, static_cast<int>(jobs.size()));
+    }
+}
+
+TEST(PhasingJobs, HandTheRenewalToTheSelector) {
+    jobs_of j(1);
+    for (const bool renew : {true, false, true}) j.jobs->run(renew, false);
+    EXPECT_EQ(j.selector.renewals, (std::vector<bool>{true, false, true}));
+}
+
+TEST(PhasingJobs, SkipTheModelWhereTheNearestMatches) {
+    for (const int distance : {0, 1})
+        for (const bool skip : {false, true}) {
+            jobs_of j(1);
+            j.selector.distance = distance;
+            const std::string before = j.p.state();
+            j.jobs->run(true, skip);
+            EXPECT_EQ(j.p.state() == before, skip && distance == 0) << distance;
+        }
+}
+
+TEST(PhasingJobs, AddUpWhatTheyCost) {
+    jobs_of j(2);
+    j.jobs->run(true, false);
+    const job_cost once = j.jobs->cost();
+    EXPECT_GT(once.model_seconds, 0.0);
+    const auto rows = [](const job_cost& cost) {
+        long n = 0;
+        for (const long r : cost.model.rows) n += r;
+        return n;
+    };
+    EXPECT_GT(rows(once), 0);
+    j.jobs->run(true, false);
+    EXPECT_EQ(rows(j.jobs->cost()), 2 * rows(once));
+}
+
+TEST(PhasingJobs, TooFewConditioningHaplotypesAbort) {
+    EXPECT_TRUE(support::aborts_on("idxH.size()>4", [] {
+        jobs_of j(1);
+        j.selector.n_selected = 4;
+        j.jobs->run(true, false);
+    }));
+    jobs_of j(1);
+    j.selector.n_selected = 5;
+    j.jobs->run(true, false);
+}
+
+TEST(PhasingJobs, FailureOfTheModelStopsTheRun) {
+    EXPECT_TRUE(support::stops_naming({"Nan in expectation haploid / i=I0"}, [] {
+        jobs_of j(2);
+        std::fill(j.hmm.nt.begin(), j.hmm.nt.end(), std::nan(""));
+        j.jobs->run(true, false);
+    }));
+}
+
+TEST(PhasingJobs, UnderflowsAreCountedAnewInEachIteration) {
+    // All other haplotypes carry 00, and the middle group asks for a 1 on both sides: its products underflow.
+    const char* const odd = R"(
+        >0 >1
+        [0 1]
+        1>1 1>1 | 1>0 1>1 | 1>1 1>0
+        [0 1]
+        0> 1>
+    )";
+    std::vector<genotype_graph> graphs(4, support::graph_from(odd));
+    snp_set snps;
+    for (const int position : {100, 200}) snps.put(snp(position, "A", "G"));
+    genhap_set set(std::move(snps), std::move(graphs));
+    hmm_parameters hmm;
+    hmm.update(8, 6);
+    hmm.t = {0.0};
+    hmm.nt = {1.0};
+    hmm.tn = {0.0};
+    hmm.em_mismatch = 1e-200;
+    hmm.em_mismatch_n = 1e-200 / 6;
+    fixed_selector selector(set);
+    for (const int n_threads : {1, 3}) {
+        worker_team team(n_threads);
+        random_source draws(1);
+        phasing_jobs jobs(set, hmm, selector, team, draws);
+        for (int iteration = 0; iteration < 3; ++iteration)
+            EXPECT_EQ(jobs.run(true, false), 8) << "one in each of two windows of four individuals";
+    }
+}
+
+}  // namespace

@@ -1,0 +1,54 @@
+#include "containers/genotype_store.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "support/haplotype_text.h"
+#include "support/study.h"
+
+namespace {
+
+TEST(GenotypeStore, TakesBlocksOfVariants) {
+    std::mt19937 random(1);
+    for (const int n_variants : {0, 1, 63, 64, 65, 128, 200}) {
+        std::vector<std::string> genotypes;
+        for (int i = 0; i < 5; ++i)
+            genotypes.push_back(support::random_genotypes(n_variants, 40, 10, random));
+        const genotype_store expected = support::study_of(genotypes);
+        genotype_store store(expected.ind_ids);
+        store.reserve(n_variants);
+        for (int first = 0; first < n_variants; first += BLOCK_VARIANTS) {
+            genotype_block block(5);
+            for (int v = first; v < std::min(first + BLOCK_VARIANTS, n_variants); ++v)
+                block.variants.push_back(*expected.snps.getByIndex(v));
+            for (int i = 0; i < 5; ++i)
+                block.words[i] = {expected.allele_a[i].get64(first), expected.allele_b[i].get64(first),
+                                  expected.missing[i].get64(first)};
+            EXPECT_EQ(block.is_full(), n_variants - first >= BLOCK_VARIANTS);
+            store.append(std::move(block));
+        }
+        EXPECT_EQ(store.n_individuals(), 5);
+        EXPECT_EQ(support::genotypes_of(store), genotypes) << n_variants << " variants";
+        EXPECT_EQ(support::variants_of(store.snps), support::variants_of(expected.snps));
+    }
+}
+
+TEST(GenotypeBlock, ClearForgetsVariantsAndGenotypes) {
+    genotype_block block(2);
+    block.variants.push_back(snp(1, "A", "G"));
+    block.words[1] = {1, 1, 0};
+    block.clear();
+    EXPECT_TRUE(block.variants.empty());
+    EXPECT_EQ(block.words, std::vector<genotype_word>(2));
+}
+
+TEST(ResetSnp, MakesAllHomozygousAndCountsTheMissing) {
+    genotype_store s = support::study_of({"0.2", "1.1", "2.0", "112"});
+    EXPECT_EQ(s.resetSnp(1), 3);
+    EXPECT_EQ(support::genotypes_of(s), (std::vector<std::string>{"002", "101", "200", "102"}));
+    EXPECT_EQ(s.resetSnp(0), 0);
+    EXPECT_EQ(support::genotypes_of(s), (std::vector<std::string>{"002", "001", "000", "002"}));
+}
+
+}  // namespace

@@ -1,0 +1,183 @@
+#include "modules/stages.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "support/child_process.h"
+#include "support/graph_laws.h"
+#include "support/graph_text.h"
+#include "support/haplotype_text.h"
+#include "support/log_capture.h"
+#include "support/population.h"
+#include "support/study.h"
+
+namespace {
+
+using support::log_capture;
+using support::population;
+
+/// A stage over individuals: its lines, its pass, and what it does with one individual.
+struct any_stage {
+    const char* name;
+    const char* heading;  // also the name in the progress line; empty for a silent stage
+    bool draws;
+    std::function<void(population&, worker_team&, random_source&)> pass;
+    std::function<void(population&, int ind, random_source&)> one;
+};
+
+const std::vector<any_stage> STAGES = {
+    {"normalise", "Normalising graphs", false,
+     [](population& p, worker_team& t, random_source&) { normalise_graphs(p.set, t); },
+     [](population& p, int ind, random_source&) { p.set.vecG[ind].normalize(); }},
+    {"prune", "Pruning graphs", false,
+     [](population& p, worker_team& t, random_source&) { prune_graphs(p.set, 0.9, t); },
+     [](population& p, int ind, random_source&) { p.set.vecG[ind].pruneAndMerge(0.9); }},
+    {"solve", "Solving haplotypes", false,
+     [](population& p, worker_team& t, random_source& r) { solve_haplotypes(p.set, t, r); },
+     [](population& p, int ind, random_source& r) {
+         p.set.vecG[ind].maximize(p.set.vecH, haplotypes_of(ind), r);
+     }},
+    {"sample_first", "Sampling haplotypes", true,
+     [](population& p, worker_team& t, random_source& r) { sample_first_haplotypes(p.set, t, r); },
+     [](population& p, int ind, random_source& r) {
+         p.set.vecG[ind].sample(p.set.vecH, haplotypes_of(ind), true, r);
+     }},
+    {"sample", "", true,
+     [](population& p, worker_team& t, random_source& r) { sample_haplotypes(p.set, false, t, r); },
+     [](population& p, int ind, random_source& r) {
+         p.set.vecG[ind].sample(p.set.vecH, haplotypes_of(ind), false, r);
+     }},
+};
+
+class stages : public ::testing::TestWithParam<any_stage> {};
+
+TEST_P(stages, TreatEachIndividualOnceInOrder) {
+    for (const int n : {0, 1, 5}) {
+        population expected(n);
+        random_source plain(1);
+        for (int ind = 0; ind < n; ++ind) GetParam().one(expected, ind, plain);
+        for (const int n_threads : {1, 2, 7}) {
+            // With threads the draws reach individuals in any order.
+            if (n_threads > 1 && GetParam().draws) continue;
+            const log_capture silenced;
+            population p(n);
+            worker_team team(n_threads);
+            random_source draws(1);
+            GetParam().pass(p, team, draws);
+            EXPECT_EQ(p.state(), expected.state()) << n << " individuals, " << n_threads << " threads";
+        }
+    }
+}
+
+TEST_P(stages, WithThreadsEachIndividualGetsAPairOfItsOwn) {
+    if (!GetParam().draws) return;
+    for (const int n_threads : {2, 7}) {
+        const log_capture silenced;
+        population p(8);
+        const std::string zeros(population::N_LOCI, '0');
+        worker_team team(n_threads);
+        random_source draws(1);
+        GetParam().pass(p, team, draws);
+        const auto haplotypes = p.haplotypes();
+        for (int i = 0; i < 8; ++i) {
+            const support::haplotype_pair pair{haplotypes[2 * i], haplotypes[2 * i + 1]};
+            EXPECT_TRUE(support::fits(p.genotypes[i], pair)) << i;
+            EXPECT_NE(pair, support::haplotype_pair(zeros, zeros)) << "nobody is left as he was";
+        }
+    }
+}
+
+TEST_P(stages, PrintTheirLines) {
+    for (const int n : {0, 2}) {
+        const log_capture capture;
+        population p(n);
+        worker_team team(1);
+        random_source draws(1);
+        GetParam().pass(p, team, draws);
+        const std::string heading = GetParam().heading;
+        if (heading.empty()) {
+            EXPECT_EQ(capture.log() + capture.console(), "");
+            continue;
+        }
+        const auto line = [&](int done) {
+            return "\r" + heading + " [" + std::to_string(done) + "/" + std::to_string(n) + "]";
+        };
+        EXPECT_EQ(capture.log(), "\n" + heading + "\n\n");
+        EXPECT_EQ(capture.console(), "\n" + (n == 2 ? line(1) + line(2) : "") + line(n) + "\n");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Modules, stages, ::testing::ValuesIn(STAGES),
+                         [](const auto& stage) { return std::string(stage.param.name); });
+
+TEST(BuildGraphs, OfEachIndividual) {
+    std::mt19937 random(1);
+    for (const int n_threads : {1, 2, 7})
+        for (const int n : {0, 1, 5}) {
+            const log_capture silenced;
+            std::vector<std::string> genotypes;
+            for (int i = 0; i < n; ++i) genotypes.push_back(support::random_genotypes(50, 40, 10, random));
+            worker_team team(n_threads);
+            const std::vector<genotype_graph> graphs = build_graphs(support::study_of(genotypes), team);
+            ASSERT_EQ(graphs.size(), static_cast<std::size_t>(n));
+            for (int i = 0; i < n; ++i) {
+                std::ostringstream text, expected;
+                graphs[i].print_state(text);
+                support::built_from(genotypes[i], "I" + std::to_string(i)).print_state(expected);
+                EXPECT_EQ(text.str(), expected.str()) << n_threads << " threads";
+            }
+        }
+}
+
+TEST(BuildGraphs, PrintsItsLines) {
+    for (const int n_threads : {1, 2}) {
+        const log_capture capture;
+        worker_team team(n_threads);
+        build_graphs(support::study_of({"01", "1."}), team);
+        EXPECT_EQ(capture.log(), "\nBuilding graphs ... \n\n");
+        EXPECT_NE(capture.console().find("\rBuilding graphs [2/2]\n"), std::string::npos);
+    }
+}
+
+TEST(SampleHaplotypes, FailureStopsTheRunFromAnyThread) {
+    for (const int n_threads : {1, 2, 7})
+        EXPECT_TRUE(support::stops_naming({"Underflow in sampling", " / i=I3 b=", " sp=0.0000000000"},
+                                          [=] {
+                                              population p(5);
+                                              for (float& weight : p.set.vecG[3].trans_prob) weight = 0.0F;
+                                              worker_team team(n_threads);
+                                              random_source draws(1);
+                                              sample_haplotypes(p.set, false, team, draws);
+                                          }))
+            << n_threads << " threads";
+}
+
+TEST(NormaliseGraphs, EveryGroupSumsToOne) {
+    const log_capture silenced;
+    population p(4);
+    worker_team team(2);
+    normalise_graphs(p.set, team);
+    for (const genotype_graph& graph : p.set.vecG)
+        for (int g = 0; g < graph.n_groups(); ++g) {
+            double sum = 0.0;
+            for (unsigned k = 0; k < graph.trans_count[g]; ++k)
+                sum += graph.trans_store[graph.trans_offset[g] + k];
+            EXPECT_NEAR(sum, 1.0, 1e-5);
+        }
+}
+
+TEST(PruneGraphs, KeepsTheirLaws) {
+    for (const double kept_share : {0.1, 0.99}) {
+        const log_capture silenced;
+        population p(3);
+        worker_team team(1);
+        prune_graphs(p.set, kept_share, team);
+        for (const genotype_graph& graph : p.set.vecG) EXPECT_TRUE(support::check_invariants(graph));
+    }
+}
+
+}  // namespace

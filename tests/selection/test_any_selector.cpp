@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <random>
+
+#include "modules/stages.h"
+#include "selection/scan_selector.h"
+#include "selection/tree_selector.h"
+#include "support/graph_text.h"
+#include "support/haplotype_text.h"
+#include "support/log_capture.h"
+
+/// What holds for every form of selection.
+namespace {
+
+constexpr int N_INDIVIDUALS = 150, N_PANEL = 6, N_LOCI = 400, K = 8;
+
+/// Individuals and a panel around a few founders, at variants 100 bp apart, with first haplotypes.
+genhap_set cohort() {
+    std::mt19937 random(3);
+    std::vector<std::string> founders;
+    for (int f = 0; f < 12; ++f) founders.push_back(support::random_alleles(N_LOCI, random));
+    snp_set snps;
+    for (int l = 0; l < N_LOCI; ++l) snps.put(snp(100 * l, "A", "G"));
+    std::vector<genotype_graph> graphs;
+    for (int i = 0; i < N_INDIVIDUALS; ++i) {
+        const std::string &a = founders[random() % 12], &b = founders[random() % 12];
+        std::string genotypes;
+        for (int l = 0; l < N_LOCI; ++l)
+            genotypes += random() % 50 == 0 ? '.' : static_cast<char>('0' + (a[l] == '1') + (b[l] == '1'));
+        graphs.push_back(support::built_from(genotypes, "I" + std::to_string(i)));
+    }
+    std::vector<chaplotype> panel;
+    for (int h = 0; h < N_PANEL; ++h) panel.push_back(support::haplotype(founders[h]));
+    genhap_set set(std::move(snps), std::move(graphs), std::move(panel));
+    worker_team team(1);
+    random_source draws(5);
+    sample_haplotypes(set, true, team, draws);
+    return set;
+}
+
+struct any_form {
+    const char* name;
+    std::function<std::unique_ptr<conditioning_selector>(const genhap_set&, worker_team&)> make;
+};
+
+const std::vector<any_form> FORMS = {
+    {"scan",
+     [](const genhap_set& set, worker_team&) { return std::make_unique<scan_selector>(set, K, 8000); }},
+    {"tree", [](const genhap_set& set,
+                worker_team& team) { return std::make_unique<tree_selector>(set, K, 40, 8000.0, team); }},
+};
+
+class selectors : public ::testing::TestWithParam<any_form> {
+  protected:
+    support::log_capture silenced;
+    genhap_set set = cohort();
+    worker_team team{1};
+    std::unique_ptr<conditioning_selector> selector = GetParam().make(set, team);
+    random_source draws{7};
+};
+
+TEST_P(selectors, JobsCoverEveryIndividualInOrder) {
+    selector->prepare(true, draws);
+    const std::vector<phasing_job> jobs = selector->list_jobs(draws);
+    ASSERT_FALSE(jobs.empty());
+    int next = 0;
+    EXPECT_GT(jobs.size(), 2U * N_INDIVIDUALS) << "several windows for most";
+    for (int ind = 0; ind < N_INDIVIDUALS; ++ind) {
+        int end_locus = -1, n_windows = 0;
+        for (; next < static_cast<int>(jobs.size()) && jobs[next].individual == ind; ++next, ++n_windows) {
+            const segment_range& range = jobs[next].range;
+            EXPECT_EQ(jobs[next].window, n_windows);
+            EXPECT_LE(range.first_locus, end_locus + 1) << "no gap";
+            EXPECT_LE(range.first_locus, range.last_locus);
+            EXPECT_LE(range.first_segment, range.last_segment);
+            end_locus = range.last_locus;
+        }
+        EXPECT_GT(n_windows, 0);
+        EXPECT_EQ(end_locus, N_LOCI - 1) << "up to the last locus";
+    }
+    EXPECT_EQ(next, static_cast<int>(jobs.size()));
+}
+
+TEST_P(selectors, SelectOthersAndThePanel) {
+    selector->prepare(true, draws);
+    const auto worker = selector->make_worker();
+    bool is_panel_selected = false;
+    for (const phasing_job& job : selector->list_jobs(draws)) {
+        std::vector<int> idx = {-5};
+        worker->measure(job);
+        worker->choose(job, draws, idx);
+        EXPECT_EQ(idx.size(), static_cast<std::size_t>(K));
+        for (const int h : idx) {
+            EXPECT_GE(h, 0);
+            EXPECT_LT(h, set.n_haplotypes());
+            EXPECT_NE(h / 2, job.individual) << "never its own";
+            is_panel_selected |= h >= 2 * N_INDIVIDUALS;
+        }
+    }
+    EXPECT_TRUE(is_panel_selected);
+}
+
+TEST_P(selectors, SameDrawsSameSelectionInAnyMemory) {
+    const auto select_all = [this](bool with_one_worker) {
+        const auto fresh = GetParam().make(set, team);
+        random_source same(11);
+        fresh->prepare(true, same);
+        auto worker = fresh->make_worker();
+        std::vector<int> all, idx;
+        for (const phasing_job& job : fresh->list_jobs(same)) {
+            if (!with_one_worker) worker = fresh->make_worker();
+            worker->measure(job);
+            all.push_back(worker->choose(job, same, idx));
+            all.insert(all.end(), idx.begin(), idx.end());
+        }
+        return all;
+    };
+    EXPECT_EQ(select_all(true), select_all(false));
+}
+
+TEST_P(selectors, MeasuringTakesNoDraw) {
+    selector->prepare(true, draws);
+    const std::vector<phasing_job> jobs = selector->list_jobs(draws);
+    const auto first = selector->make_worker(), second = selector->make_worker();
+    std::vector<int> once, again;
+    random_source one(3), other(3);
+    first->measure(jobs[0]);
+    first->choose(jobs[0], one, once);
+    second->measure(jobs[1]);
+    second->measure(jobs[0]);
+    second->choose(jobs[0], other, again);
+    EXPECT_EQ(again, once);
+}
+
+TEST_P(selectors, SeeTheHaplotypesAsTheyWereWhenPrepared) {
+    selector->prepare(true, draws);
+    const phasing_job job = selector->list_jobs(draws)[0];
+    const auto worker = selector->make_worker();
+    // All others become equal to the individual's first haplotype.
+    for (int h = 2; h < set.n_haplotypes(); ++h) set.vecH[h] = set.vecH[0];
+    selector->prepare(false, draws);
+    std::vector<int> idx;
+    worker->measure(job);
+    EXPECT_EQ(worker->choose(job, draws, idx), 0) << "the nearest is equal";
+}
+
+INSTANTIATE_TEST_SUITE_P(Selection, selectors, ::testing::ValuesIn(FORMS),
+                         [](const auto& form) { return std::string(form.param.name); });
+
+}  // namespace

@@ -1,0 +1,113 @@
+#include "selection/tree_selector.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "support/haplotype_text.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using support::log_capture;
+
+/// Many haplotypes of nobody over variants at 0, 100, 200, ... bp.
+genhap_set cohort(int n_loci = 320) {
+    std::mt19937 random(1);
+    snp_set snps;
+    for (int l = 0; l < n_loci; ++l) snps.put(snp(100 * l, "A", "G"));
+    std::vector<chaplotype> H;
+    for (int h = 0; h < 200; ++h) H.push_back(support::haplotype(support::random_alleles(n_loci, random)));
+    return {std::move(snps), {}, std::move(H)};
+}
+
+std::string line(int done, int total) {
+    return "\rClustering in window [" + std::to_string(done) + "/" + std::to_string(total) + "]";
+}
+
+TEST(TreeSelector, BuildsATreeInEachWindow) {
+    const log_capture capture;
+    const genhap_set set = cohort();
+    worker_team team(1);
+    tree_selector selector(set, 5, 20, 10000.0, team);
+    random_source draws(1);
+    selector.prepare(true, draws);
+    // 31,900 bp by 10,000 are three windows.
+    random_source plain(1);
+    const std::vector<int> borders = set.snps.rpartition(10000.0, plain);
+    ASSERT_EQ(borders.size(), 4U);
+    EXPECT_EQ(selector.borders(), borders) << "the windows are drawn first";
+    ASSERT_EQ(selector.trees().size(), 3U);
+    for (int w = 0; w < 3; ++w) {
+        const haplotypeCluster tree =
+            haplotypeCluster_builder(set.vecH, 20, 5).build(borders[w], borders[w + 1], plain);
+        EXPECT_EQ(selector.trees()[w].start(), borders[w]);
+        EXPECT_EQ(selector.trees()[w].stop(), borders[w + 1]);
+        EXPECT_EQ(selector.trees()[w].clusters(), tree.clusters()) << "then window after window";
+        EXPECT_EQ(selector.trees()[w].assign(), tree.assign());
+    }
+    EXPECT_EQ(draws.draw(), plain.draw());
+    EXPECT_EQ(capture.log(),
+              "Partition of the map into windows\nBuilding 4 haplotypeCluster objects\n"
+              "\nClustering in window ... \n\n");
+    EXPECT_EQ(capture.console(),
+              "Partition of the map into windows\nBuilding 4 haplotypeCluster objects\n\n" + line(1, 3) +
+                  line(2, 3) + line(3, 3) + line(3, 3) + "\n");
+}
+
+TEST(TreeSelector, KeepsItsTreesUntilTheyAreRenewed) {
+    const log_capture silenced;
+    const genhap_set set = cohort();
+    worker_team team(1);
+    tree_selector selector(set, 5, 20, 10000.0, team);
+    random_source draws(1), plain(2);
+    selector.prepare(true, draws);
+    const std::vector<int> assign = selector.trees()[1].assign();
+    random_source untouched(2);
+    selector.prepare(false, untouched);
+    EXPECT_EQ(selector.trees()[1].assign(), assign);
+    EXPECT_EQ(untouched.draw(), plain.draw()) << "nothing was drawn";
+    selector.prepare(true, draws);
+    EXPECT_NE(selector.trees()[1].assign(), assign);
+}
+
+TEST(TreeSelector, WithThreadsEveryWindowHasItsTree) {
+    for (const int n_threads : {2, 7}) {
+        const log_capture capture;
+        const genhap_set set = cohort();
+        worker_team team(n_threads);
+        tree_selector selector(set, 5, 20, 10000.0, team);
+        random_source draws(1);
+        selector.prepare(true, draws);
+        ASSERT_EQ(selector.trees().size(), 3U);
+        for (int w = 0; w < 3; ++w) {
+            EXPECT_EQ(selector.trees()[w].start(), selector.borders()[w]);
+            EXPECT_EQ(selector.trees()[w].stop(), selector.borders()[w + 1]);
+            EXPECT_FALSE(selector.trees()[w].clusters().empty());
+            EXPECT_EQ(selector.trees()[w].assign().size(), 200U);
+        }
+        for (int done = 1; done <= 3; ++done)
+            EXPECT_NE(capture.console().find(line(done, 3)), std::string::npos);
+    }
+}
+
+TEST(TreeSelector, FewerWindowsLeaveTheSurplusTrees) {
+    const log_capture silenced;
+    genhap_set set = cohort();
+    worker_team team(1);
+    tree_selector selector(set, 5, 20, 10000.0, team);
+    random_source draws(1);
+    selector.prepare(true, draws);
+    const haplotypeCluster last = selector.trees()[2];
+    // Bringing the last variant nearer leaves room for two windows only.
+    set.snps.getByIndex(319)->bp = 25000;
+    selector.prepare(true, draws);
+    EXPECT_EQ(selector.borders().size(), 3U);
+    ASSERT_EQ(selector.trees().size(), 3U);
+    EXPECT_EQ(selector.trees()[1].stop(), 320);
+    EXPECT_EQ(selector.trees()[2].start(), last.start());
+    EXPECT_EQ(selector.trees()[2].stop(), last.stop());
+    EXPECT_EQ(selector.trees()[2].clusters(), last.clusters());
+}
+
+}  // namespace
