@@ -57,7 +57,7 @@ class chaplotype {
         const std::uint64_t next = byte + sizeof alleles < data.size() ? data[byte + sizeof alleles] : 0;
         return alleles >> (l & 7) | next << (64 - (l & 7));
     }
-    /// The same of `count` loci, at most 64; 0 behind them.
+    /// The same with 0 behind the first `count` of them.
     std::uint64_t get64(int l, int count) const {
         return count < 64 ? get64(l) & ((std::uint64_t{1} << count) - 1) : get64(l);
     }
