@@ -502,15 +502,15 @@ TEST(PruneAndMerge, AgreesWithThePlainTwinOnLongGraphs) {
         unsigned spread;
     };
     for (const row& r :
-         {row{30000, 30, 1, 18}, row{60000, 5, 1, 10}, row{15000, 40, 10, 18}, row{6000, 0, 100, 18}}) {
+         {row{30000, 30, 1, 18}, row{30000, 5, 1, 10}, row{15000, 40, 10, 18}, row{6000, 0, 100, 18}}) {
         genotype_graph graph =
             built_from(support::random_genotypes(r.n_loci, r.percent_het, r.percent_missing, random));
         int n_merges = 0;
-        for (int round = 0; round < 3; ++round) {
+        for (int round = 0; round < 2; ++round) {
             make_peaked_in_accord(graph, r.spread, random);
             ASSERT_NO_FATAL_FAILURE(prune_as_plainly(graph, 0.99, n_merges)) << r.percent_het;
         }
-        EXPECT_GT(n_merges, 500) << r.percent_het;
+        EXPECT_GT(n_merges, 200) << r.percent_het;
     }
 }
 
