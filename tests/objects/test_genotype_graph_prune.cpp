@@ -502,7 +502,7 @@ TEST(PruneAndMerge, AgreesWithThePlainTwinOnLongGraphs) {
         unsigned spread;
     };
     for (const row& r :
-         {row{30000, 30, 1, 18}, row{30000, 5, 1, 10}, row{15000, 40, 10, 18}, row{6000, 0, 100, 18}}) {
+         {row{30000, 30, 1, 18}, row{30000, 5, 1, 10}, row{6000, 40, 10, 18}, row{3000, 0, 100, 18}}) {
         genotype_graph graph =
             built_from(support::random_genotypes(r.n_loci, r.percent_het, r.percent_missing, random));
         int n_merges = 0;
