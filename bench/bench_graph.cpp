@@ -1,5 +1,6 @@
 // The graphs of genotypes: building, drawing a walk, the best walk, pruning and merging; and the trees of
 // haplotypes. An item is one locus of one individual, or one haplotype of a tree.
+#include <algorithm>
 #include <cmath>
 #include <list>
 
@@ -24,22 +25,34 @@ bool fits(const bench::cohort& data, const genotype_graph& graph) {
     return true;
 }
 
+/// Gives the pairs of each segment probabilities that prefer few of them by far, as the copying model does,
+/// and each transition the product of those of the pairs that it joins.
+void spread(genotype_graph& graph, random_source& draws) {
+    constexpr int N_PAIRS = MAX_SEGMENT_HAPS * MAX_SEGMENT_HAPS;
+    const auto pair_of = [](int c, int d) { return std::min(c, d) * MAX_SEGMENT_HAPS + std::max(c, d); };
+    std::vector<double> left(N_PAIRS, 1.0), right(N_PAIRS);
+    for (int g = 0; g < graph.n_groups(); ++g) {
+        for (double& probability : right) probability = std::pow(std::max(draws.draw(), 0.5), 40.0);
+        for (unsigned t = graph.trans_offset[g]; t < graph.trans_offset[g] + graph.trans_count[g]; ++t) {
+            const int step0 = graph.trans_nodes[2 * t], step1 = graph.trans_nodes[2 * t + 1];
+            graph.trans_prob[t] = static_cast<float>(left[pair_of(step0 & 15, step1 & 15)] *
+                                                     right[pair_of(step0 >> 4, step1 >> 4)]);
+        }
+        left.swap(right);
+    }
+    graph.store();
+}
+
 void measure_graphs(double density) {
     bench::cohort& data = cohorts.emplace_back(20, 10, density);
     const std::string size = "/" + std::to_string(static_cast<int>(density)) + " a Mb";
     genotype_graph& fresh = graphs.emplace_back(data.haplotypes.vecG[0]);
     const double n_loci = fresh.n_loci();
-    // Probabilities that prefer some walks by far, as those of the copying model do.
     static random_source draws(1);
-    const auto spread = [](genotype_graph& graph) {
-        for (float& probability : graph.trans_prob)
-            probability = static_cast<float>(std::pow(draws.draw(), 20.0));
-        graph.store();
-    };
-    spread(fresh);
+    spread(fresh, draws);
     genotype_graph& pruned = graphs.emplace_back(fresh);
     pruned.pruneAndMerge(0.99);
-    spread(pruned);
+    spread(pruned, draws);
 
     std::vector<chaplotype>& H = data.haplotypes.vecH;
     constexpr haplotype_indexes OWN = {0, 1};
@@ -53,10 +66,26 @@ void measure_graphs(double density) {
                      [g, &H] { g->sample(H, OWN, false, draws); });
         bench::alone(std::string("maximize/") + name + size, n_loci, [g, &H] { g->maximize(H, OWN, draws); });
     }
-    bench::alone("copy, prune and merge" + size, n_loci, [&fresh] {
-        genotype_graph copy = fresh;
-        copy.pruneAndMerge(0.99);
-    });
+}
+
+/// Both take a time in proportion to the length: nanoseconds a locus stay as they are.
+void measure_lengths(double density) {
+    for (const double megabases : {10.0, 60.0}) {
+        const bench::cohort& data = cohorts.emplace_back(20, megabases, density);
+        const std::string size = "/" + std::to_string(static_cast<int>(megabases)) + " Mb/" +
+                                 std::to_string(static_cast<int>(density)) + " a Mb";
+        const bench::genotype_code& code = data.observed[0];
+        genotype_graph& fresh = graphs.emplace_back(data.haplotypes.vecG[0]);
+        const double n_loci = fresh.n_loci();
+        random_source draws(1);
+        spread(fresh, draws);
+        bench::alone("build" + size, n_loci,
+                     [&code] { genotype_graph("built").buildUnr(code.a, code.b, code.missing); });
+        bench::alone("copy, prune and merge" + size, n_loci, [&fresh] {
+            genotype_graph copy = fresh;
+            copy.pruneAndMerge(0.99);
+        });
+    }
 }
 
 void measure_trees(int individuals, int cluster_size) {
@@ -67,7 +96,8 @@ void measure_trees(int individuals, int cluster_size) {
         return haplotypeCluster_builder(data.haplotypes.vecH, cluster_size, 100).build(first, last, draws);
     };
     std::size_t n_members = 0;
-    for (const auto& [number, members] : build().clusters()) n_members += members.size();
+    const haplotypeCluster tree = build();
+    for (const auto& [number, members] : tree.clusters()) n_members += members.size();
     bench::expect(n_members >= data.haplotypes.vecH.size() / 2, "tree");
     bench::alone(
         "tree/" + std::to_string(individuals) + " individuals/clusters of " + std::to_string(cluster_size),
@@ -79,6 +109,8 @@ void measure_trees(int individuals, int cluster_size) {
 int main(int argc, char** argv) {
     measure_graphs(250);
     measure_graphs(2000);
+    measure_lengths(250);
+    measure_lengths(2000);
     measure_trees(1000, 500);
     measure_trees(5000, 1000);
     measure_trees(5000, 4000);

@@ -33,21 +33,11 @@ double middle(const simulation::Cohort& cohort) {
     return cohort.settings.first_position + cohort.settings.megabases * 5e5;
 }
 
-genotype_graph graph_of(const simulation::Cohort& cohort,
-                        const std::vector<std::vector<simulation::Genotype>>& observed, std::size_t ind) {
-    const auto n = static_cast<unsigned>(cohort.loci.size());
-    chaplotype a(n), b(n), missing(n);
-    for (unsigned l = 0; l < n; ++l) {
-        const simulation::Genotype genotype = observed[l][ind];
-        const int v = static_cast<int>(l);
-        missing.set(v, genotype == simulation::Genotype::missing);
-        a.set(v, genotype == simulation::Genotype::homozygous1);
-        b.set(v, genotype == simulation::Genotype::homozygous1 ||
-                     genotype == simulation::Genotype::heterozygous);
-    }
-    genotype_graph graph(cohort.study_ids[ind]);
-    graph.buildUnr(a, b, missing);
-    return graph;
+void set(genotype_code& code, int l, simulation::Genotype genotype) {
+    code.missing.set(l, genotype == simulation::Genotype::missing);
+    code.a.set(l, genotype == simulation::Genotype::homozygous1);
+    code.b.set(
+        l, genotype == simulation::Genotype::homozygous1 || genotype == simulation::Genotype::heterozygous);
 }
 
 }  // namespace
@@ -55,15 +45,20 @@ genotype_graph graph_of(const simulation::Cohort& cohort,
 cohort::cohort(int individuals, double megabases, double density)
     : simulated(simulate(individuals, megabases, density)) {
     snp_set variants;
-    std::vector<std::vector<simulation::Genotype>> observed;
+    const chaplotype zeros(static_cast<unsigned>(simulated.loci.size()));
+    observed.assign(individuals, {zeros, zeros, zeros});
     for (std::size_t l = 0; l < simulated.loci.size(); ++l) {
         const simulation::Locus& locus = simulated.loci[l];
         variants.put(snp(locus.position, locus.allele0, locus.allele1));
-        observed.push_back(simulation::observed_genotypes(simulated, l));
+        const auto genotypes = simulation::observed_genotypes(simulated, l);
+        for (std::size_t i = 0; i < observed.size(); ++i) set(observed[i], static_cast<int>(l), genotypes[i]);
     }
     variants.indexing();
     std::vector<genotype_graph> graphs;
-    for (int i = 0; i < individuals; ++i) graphs.push_back(graph_of(simulated, observed, i));
+    for (std::size_t i = 0; i < observed.size(); ++i) {
+        graphs.emplace_back(simulated.study_ids[i]);
+        graphs.back().buildUnr(observed[i].a, observed[i].b, observed[i].missing);
+    }
     haplotypes = genhap_set(std::move(variants), std::move(graphs));
     for (std::size_t h = 0; h < haplotypes.vecH.size(); ++h)
         for (std::size_t l = 0; l < simulated.loci.size(); ++l)

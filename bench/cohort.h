@@ -2,11 +2,17 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "containers/genhap_set.h"
 #include "tools/simulation.h"
 
 namespace bench {
+
+/// The genotypes of one individual, one allele a locus (see genotype_store).
+struct genotype_code {
+    chaplotype a, b, missing;
+};
 
 /// A generated cohort in the program's own objects: graphs of the observed genotypes, true haplotypes.
 struct cohort {
@@ -17,6 +23,7 @@ struct cohort {
     int last_locus() const;
 
     simulation::Cohort simulated;
+    std::vector<genotype_code> observed;  // one an individual
     genhap_set haplotypes;
 };
 

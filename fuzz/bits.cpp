@@ -32,35 +32,46 @@ std::uint64_t bits_at(const alleles& list, int l, int count) {
     return bits;
 }
 
-std::vector<bool> in_bits(const alleles& list, std::size_t first, std::size_t end) {
-    return {list.begin() + static_cast<std::ptrdiff_t>(first),
-            list.begin() + static_cast<std::ptrdiff_t>(end)};
+std::vector<bool> in_bits(const alleles& list, int first, int end) {
+    return {list.begin() + first, list.begin() + end};
 }
 
-chaplotype in_words(const alleles& list) {
+/// Appended in words, the first of which holds `cut` alleles.
+chaplotype in_words(const alleles& list, int cut) {
     chaplotype hap;
     const int n = static_cast<int>(list.size());
-    for (int l = 0; l < n; l += 64) hap.push_back(bits_at(list, l, 64), std::min(n - l, 64));
+    for (int l = 0, count = std::min(cut, 64); l < n; l += count, count = std::min(n - l, 64))
+        hap.push_back(bits_at(list, l, count), count);
     return hap;
 }
 
-chaplotype in_pieces(const alleles& list, std::size_t cut) {
+chaplotype in_pieces(const alleles& list, int cut) {
     chaplotype hap(in_bits(list, 0, cut));
-    hap.push_back(in_bits(list, cut, list.size()));
+    hap.push_back(in_bits(list, cut, static_cast<int>(list.size())));
     return hap;
 }
 
-void check_access(const chaplotype& hap, const alleles& list, std::size_t cut) {
+/// `hap` once more, taken from it in two parts.
+chaplotype joined(const chaplotype& hap, int cut) {
+    chaplotype copy;
+    copy.push_back(hap, 0, cut);
+    copy.push_back(hap, cut, hap.size() - cut);
+    return copy;
+}
+
+void check_access(const chaplotype& hap, const alleles& list, int cut) {
     const int n = static_cast<int>(list.size());
-    FUZZ_LAW(in_words(list).data == hap.data && in_pieces(list, cut).data == hap.data);
+    FUZZ_LAW(in_words(list, cut) == hap && in_pieces(list, cut) == hap && joined(hap, cut) == hap);
+    FUZZ_LAW(hap.count(cut, n - cut) == std::count(list.begin() + cut, list.end(), 1));
     chaplotype copy(static_cast<unsigned>(n));
     for (int l = 0; l < n; ++l) {
         FUZZ_LAW(hap.get(l) == list[l]);
         FUZZ_LAW(hap.get8(l) == bits_at(list, l, 8));
-        if (l % 8 == 0) FUZZ_LAW(hap.get64(l) == bits_at(list, l, 64));
+        FUZZ_LAW(hap.get64(l) == bits_at(list, l, 64));
+        FUZZ_LAW(hap.next(l) == std::find(list.begin() + l, list.end(), 1) - list.begin());
         copy.set8(l, hap.get8(l), std::min(n - l, 8));
     }
-    FUZZ_LAW(copy.data == hap.data);
+    FUZZ_LAW(copy == hap);
 }
 
 /// Differing alleles at the loci of whole bytes.
@@ -127,9 +138,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::array<chaplotype, 4> haps;
     for (std::size_t h = 0; h < haps.size(); ++h) {
         lists[h] = read_alleles(bytes, n_loci);
-        haps[h] = chaplotype(in_bits(lists[h], 0, lists[h].size()));
+        haps[h] = chaplotype(in_bits(lists[h], 0, n_loci));
     }
-    check_access(haps[0], lists[0], static_cast<std::size_t>(first));
+    check_access(haps[0], lists[0], first);
     check_kernels(haps, lists, first, last);
     check_bed(bytes.rest(), n_individuals);
     return 0;

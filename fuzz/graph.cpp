@@ -62,8 +62,8 @@ struct person {
 
     void check_graph() const {
         FUZZ_LAW(support::check_invariants(graph));
-        FUZZ_LAW(graph.site_missing == truth.missing);
-        for (std::size_t l = 0; l < truth.a.size(); ++l)
+        FUZZ_LAW(graph.site_missing == chaplotype(truth.missing));
+        for (int l = 0; l < graph.n_loci(); ++l)
             FUZZ_LAW(!graph.site_ambiguous[l] || truth.missing[l] || truth.a[l] != truth.b[l]);
     }
 

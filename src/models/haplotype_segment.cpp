@@ -23,6 +23,7 @@ constexpr int LARGEST_GROUP = 8192;   // transitions
 constexpr double SMALLEST_MASS = 1e-300;
 constexpr double SMALLEST_PROBABILITY = 1e-30;
 constexpr unsigned ALLELE_SETS = 1U << LANES;
+static_assert(LANES == MAX_SEGMENT_HAPS, "a row of a column holds a value for each candidate");
 constexpr int LEFT_NIBBLE = 0;  // shift of a transition byte
 constexpr int RIGHT_NIBBLE = 4;
 

@@ -1,7 +1,9 @@
 #include "objects/chaplotype.h"
 
+#include <algorithm>
+#include <bit>
+
 #include "objects/bit_kernels.h"
-#include "utils/assertion.h"
 
 namespace {
 
@@ -30,11 +32,31 @@ void chaplotype::push_back(const std::vector<bool>& alleles) {
 }
 
 void chaplotype::push_back(std::uint64_t alleles, int count) {
-    TOLVANE_ASSERT((n & 7) == 0, "(n & 7) == 0");
+    const unsigned in_last_byte = n & 7;
     std::size_t byte = data.size();
     n += static_cast<unsigned int>(count);
     data.resize(bytes_for(n));
+    if (in_last_byte > 0) {
+        data[byte - 1] = static_cast<unsigned char>(data[byte - 1] | alleles << in_last_byte);
+        alleles >>= 8 - in_last_byte;
+    }
     for (; byte < data.size(); ++byte, alleles >>= 8) data[byte] = static_cast<unsigned char>(alleles);
+}
+
+void chaplotype::push_back(const chaplotype& o, int first, int count) {
+    for (; count > 0; first += 64, count -= 64) push_back(o.get64(first, count), std::min(count, 64));
+}
+
+int chaplotype::next(int l) const {
+    for (; l < size(); l += 64)
+        if (const std::uint64_t alleles = get64(l); alleles != 0) return l + std::countr_zero(alleles);
+    return size();
+}
+
+int chaplotype::count(int first, int n_loci) const {
+    int n_set = 0;
+    for (; n_loci > 0; first += 64, n_loci -= 64) n_set += std::popcount(get64(first, n_loci));
+    return n_set;
 }
 
 int chaplotype::hamming(const chaplotype& o) const {

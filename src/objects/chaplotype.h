@@ -9,7 +9,8 @@
 constexpr int DISTANCE_BEYOND_LIMIT = 1000000000;
 
 /// A haplotype: biallelic alleles packed eight to the byte. Locus l is bit l & 7 of byte l >> 3; bits past
-/// the last locus are 0, on which the distances rely. Distances work on whole bytes.
+/// the last locus are 0, on which the distances rely. Distances work on whole bytes. Other flags of loci are
+/// held in the same way.
 class chaplotype {
   public:
     chaplotype() = default;
@@ -33,16 +34,22 @@ class chaplotype {
         const unsigned next = byte + 1 < data.size() ? data[byte + 1] : 0;
         return (data[byte] | next << 8) >> (l & 7) & 0xFF;
     }
-    /// The alleles of the 64 loci from `l` on, which starts a byte, locus l + j at bit j; 0 behind the last
-    /// one.
+    /// The alleles of the 64 loci from `l` on, locus l + j at bit j; 0 behind the last locus.
     std::uint64_t get64(int l) const {
         const auto byte = static_cast<std::size_t>(l) >> 3;
         std::uint64_t alleles = 0;
-        if (byte + sizeof alleles <= data.size())
-            std::memcpy(&alleles, data.data() + byte, sizeof alleles);
-        else
+        if (byte + sizeof alleles > data.size()) {
             std::memcpy(&alleles, data.data() + byte, data.size() - byte);
-        return alleles;
+            return alleles >> (l & 7);
+        }
+        std::memcpy(&alleles, data.data() + byte, sizeof alleles);
+        if ((l & 7) == 0) return alleles;
+        const std::uint64_t next = byte + sizeof alleles < data.size() ? data[byte + sizeof alleles] : 0;
+        return alleles >> (l & 7) | next << (64 - (l & 7));
+    }
+    /// The same with 0 behind the first `count` of them.
+    std::uint64_t get64(int l, int count) const {
+        return count < 64 ? get64(l) & ((std::uint64_t{1} << count) - 1) : get64(l);
     }
     /// Sets the alleles of the `count` loci from `l` on, at most eight and none behind the last locus.
     void set8(int l, unsigned alleles, int count) {
@@ -55,9 +62,17 @@ class chaplotype {
     int size() const { return static_cast<int>(n); }
     /// Appends alleles behind the last locus.
     void push_back(const std::vector<bool>& alleles);
-    /// Appends `count` alleles, at most 64, bit j of `alleles` being the j-th and further bits 0. The last
-    /// locus so far must end a byte.
+    /// Appends `count` alleles, at most 64, bit j of `alleles` being the j-th and further bits 0.
     void push_back(std::uint64_t alleles, int count);
+    /// Appends the alleles of `count` loci of another haplotype, from locus `first` on.
+    void push_back(const chaplotype& o, int first, int count);
+
+    /// The first locus from `l` on that has allele 1, or size().
+    int next(int l) const;
+    /// How many of the `n_loci` loci from `first` on have allele 1.
+    int count(int first, int n_loci) const;
+
+    bool operator==(const chaplotype&) const = default;
 
     /// Hamming distance over all bytes of this haplotype.
     int hamming(const chaplotype& o) const;

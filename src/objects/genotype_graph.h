@@ -7,10 +7,11 @@
 #include <vector>
 
 #include "objects/chaplotype.h"
+#include "utils/fixed_list.h"
 #include "utils/random_source.h"
 
 constexpr int MAX_SEGMENT_PAIRS = 10;  // candidate pairs of a segment when it is built
-constexpr int MAX_SEGMENT_HAPS = 8;    // candidate haplotypes of a segment, always
+constexpr int MAX_SEGMENT_HAPS = 8;    // candidate haplotypes of a segment, built or merged
 
 /// A run of whole segments and the loci they hold; all bounds inclusive.
 struct segment_range {
@@ -48,12 +49,12 @@ class genotype_graph {
     // ---- construction, genotype_graph_build.cpp
 
     /// Fills an empty graph from the genotype code of one individual, one entry a locus (see
-    /// genotype_reader). Always 0.
+    /// genotype_store). Always 0.
     int buildUnr(const chaplotype& a, const chaplotype& b, const chaplotype& m);
-    /// Appends a segment with these candidates, all of one length.
-    void pushHaps(const std::vector<std::vector<bool>>& haps);
-    /// Appends a transition group given as four lists of equal length: left0, right0, left1, right1.
-    void pushTrans(const std::vector<std::vector<int>>& T);
+    /// Appends a segment with `count` candidates of one length, given one after the other.
+    void pushHaps(const chaplotype& candidates, int count);
+    /// Appends a transition group, two bytes a transition.
+    void pushTrans(const std::vector<unsigned char>& nodes);
     /// Windows of about `window_size` bp for a chromosome of `span` bp, cut at random and overlapping by two
     /// segments.
     std::vector<segment_range> cluster(int span, int window_size, random_source& random) const;
@@ -132,8 +133,8 @@ class genotype_graph {
     std::vector<unsigned int> seg_offset;    // locus of hap_bits where a segment's first candidate starts
     std::vector<unsigned int> seg_count;     // candidates of each segment
     std::vector<unsigned int> seg_length;    // loci of each segment
-    std::vector<bool> site_ambiguous;        // heterozygous or missing, one a locus
-    std::vector<bool> site_missing;          // one a locus
+    chaplotype site_ambiguous;               // set where candidates differ: heterozygous or missing
+    chaplotype site_missing;                 // set where the genotype is missing
 
   private:
     template <class Linked>
@@ -142,24 +143,23 @@ class genotype_graph {
     void check_weights(const std::vector<double>& w, double sum, int g, bool forward) const;
     unsigned int keep_links(std::vector<bool>& kept, int g, bool forward) const;
     std::vector<bool> select_transitions(double threshold) const;
-    void rebuild(const std::vector<std::vector<unsigned char>>& groups,
-                 const std::vector<std::vector<std::vector<bool>>>& segments);
 };
 
 /// Numbers of two candidates of one segment.
 using candidate_pair = std::array<int, 2>;
 
-/// Extends a pair of candidates by allele `x` on its first and `y` on its second member: extended candidates
-/// are appended to `next_haps` when first used (`ext[c][allele]` tells their number, -1 while unused), and
-/// the pair of their numbers to `next_pairs`.
-void expand(const std::vector<std::vector<bool>>& haps, std::vector<std::vector<bool>>& next_haps,
-            std::vector<std::array<int, 2>>& ext, const candidate_pair& pair,
-            std::vector<candidate_pair>& next_pairs, int x, int y);
+/// Candidate pairs of a segment. A further locus makes at most four pairs of one, before they are found to be
+/// too many.
+using pair_list = fixed_list<candidate_pair, 4 * MAX_SEGMENT_PAIRS>;
 
-/// All transitions from the candidate pairs `left` to the pairs `right`, as left0, right0, left1, right1 (see
-/// pushTrans). Where both pairs have two different members, both ways of joining them are listed.
-std::vector<std::vector<int>> all_transitions(const std::vector<candidate_pair>& left,
-                                              const std::vector<candidate_pair>& right);
+/// One chromosome's step from a left to a right candidate: half a transition.
+constexpr unsigned char step_byte(int left, int right) {
+    return static_cast<unsigned char>(right << 4 | left);
+}
+
+/// All transitions from the candidate pairs `left` to the pairs `right`, two bytes each. Where both pairs
+/// have two different members, both ways of joining them are listed.
+std::vector<unsigned char> all_transitions(const pair_list& left, const pair_list& right);
 
 /// Orders (trans_store, index) pairs by falling trans_store; the indices play no part.
 bool compTransition(std::pair<float, int> a, std::pair<float, int> b);

@@ -1,127 +1,146 @@
 #include <algorithm>
+#include <cstdint>
 
 #include "objects/genotype_graph.h"
 #include "utils/autils.h"
 
 namespace {
 
-using bit_lists = std::vector<std::vector<bool>>;
+/// Alleles of a candidate at the ambiguous loci of its segment, bit j being that of the j-th. At all other
+/// loci the candidates of a segment agree.
+using ambiguous_alleles = unsigned;
 
 /// Candidates and candidate pairs of the segment under construction. Candidates are numbered in the order in
-/// which the pairs name them first.
+/// which the pairs name them first. Each ambiguous locus doubles their number.
 struct segment {
-    bit_lists haps{{}};
-    std::vector<candidate_pair> pairs{{0, 0}};
+    fixed_list<ambiguous_alleles, 2 * MAX_SEGMENT_HAPS> candidates{0};
+    pair_list pairs{{0, 0}};
+    int n_ambiguous = 0;
 };
 
-/// The segment with one more locus, of genotype code (`a`, `b`, `m`).
+/// A segment that grows by one ambiguous locus.
+class extension {
+  public:
+    explicit extension(const segment& s) : before(s), next{{}, {}, s.n_ambiguous + 1} {
+        numbers.fill({-1, -1});
+    }
+
+    /// Adds a pair with allele `x` on its first and `y` on its second member.
+    void add(const candidate_pair& pair, bool x, bool y) {
+        const int first = number_of(pair[0], x);
+        next.pairs.push_back({first, number_of(pair[1], y)});
+    }
+    const segment& result() const { return next; }
+
+  private:
+    int number_of(int candidate, bool allele) {
+        int& known = numbers[candidate][allele];
+        if (known < 0) {
+            known = static_cast<int>(next.candidates.size());
+            next.candidates.push_back(before.candidates[candidate] | static_cast<ambiguous_alleles>(allele)
+                                                                         << before.n_ambiguous);
+        }
+        return known;
+    }
+
+    const segment& before;
+    segment next;
+    // The new number of each candidate with either allele, -1 as long as no pair has named it.
+    std::array<std::array<int, 2>, MAX_SEGMENT_HAPS> numbers;
+};
+
+/// The segment with one more ambiguous locus, of genotype code (`a`, `b`, `m`).
 segment extended(const segment& s, bool a, bool b, bool m) {
-    segment next{{}, {}};
-    std::vector<std::array<int, 2>> ext(s.haps.size(), {-1, -1});
-    const auto extend = [&](const candidate_pair& pair, int x, int y) {
-        expand(s.haps, next.haps, ext, pair, next.pairs, x, y);
-    };
+    extension next(s);
     for (const auto& pair : s.pairs) {
         // Two equal members can't be told apart: the two orders of a heterozygote are one pair.
         const bool distinct = pair[0] != pair[1];
         if (m) {
-            extend(pair, 0, 0);
-            extend(pair, 1, 1);
-            extend(pair, 0, 1);
-            if (distinct) extend(pair, 1, 0);
+            next.add(pair, false, false);
+            next.add(pair, true, true);
+            next.add(pair, false, true);
+            if (distinct) next.add(pair, true, false);
         } else {
-            extend(pair, a, b);
-            if (distinct && a != b) extend(pair, b, a);
+            next.add(pair, a, b);
+            if (distinct) next.add(pair, b, a);
         }
     }
-    return next;
+    return next.result();
 }
 
 bool fits(const segment& s) {
-    return s.pairs.size() <= MAX_SEGMENT_PAIRS && s.haps.size() <= MAX_SEGMENT_HAPS;
+    return s.pairs.size() <= MAX_SEGMENT_PAIRS && s.candidates.size() <= MAX_SEGMENT_HAPS;
+}
+
+/// The candidates of the segment from locus `first` up to `end`, exclusive, one after the other. `a` holds
+/// the alleles at the loci that are not ambiguous.
+chaplotype spelled(const segment& s, int first, int end, const chaplotype& a, const chaplotype& ambiguous) {
+    chaplotype spelling;
+    for (ambiguous_alleles alleles : s.candidates) {
+        const int shift = spelling.size() - first;
+        spelling.push_back(a, first, end - first);
+        for (int l = ambiguous.next(first); l < end; l = ambiguous.next(l + 1), alleles >>= 1)
+            spelling.set(l + shift, (alleles & 1) != 0);
+    }
+    return spelling;
 }
 
 }  // namespace
 
-void expand(const bit_lists& haps, bit_lists& next_haps, std::vector<std::array<int, 2>>& ext,
-            const candidate_pair& pair, std::vector<candidate_pair>& next_pairs, int x, int y) {
-    const auto number = [&](int candidate, int allele) {
-        int& known = ext[candidate][allele];
-        if (known < 0) {
-            known = static_cast<int>(next_haps.size());
-            next_haps.push_back(haps[candidate]);
-            next_haps.back().push_back(allele != 0);
-        }
-        return known;
-    };
-    const int first = number(pair[0], x);
-    next_pairs.push_back({first, number(pair[1], y)});
-}
-
-std::vector<std::vector<int>> all_transitions(const std::vector<candidate_pair>& left,
-                                              const std::vector<candidate_pair>& right) {
-    std::vector<std::vector<int>> T(4);
-    const auto add = [&T](int left0, int right0, int left1, int right1) {
-        T[0].push_back(left0);
-        T[1].push_back(right0);
-        T[2].push_back(left1);
-        T[3].push_back(right1);
-    };
+std::vector<unsigned char> all_transitions(const pair_list& left, const pair_list& right) {
+    std::vector<unsigned char> nodes;
+    nodes.reserve(4 * left.size() * right.size());
     for (const auto& p : left)
         for (const auto& q : right) {
-            add(p[0], q[0], p[1], q[1]);
-            if (p[0] != p[1] && q[0] != q[1]) add(p[0], q[1], p[1], q[0]);
+            nodes.push_back(step_byte(p[0], q[0]));
+            nodes.push_back(step_byte(p[1], q[1]));
+            if (p[0] == p[1] || q[0] == q[1]) continue;
+            nodes.push_back(step_byte(p[0], q[1]));
+            nodes.push_back(step_byte(p[1], q[0]));
         }
-    return T;
+    return nodes;
 }
 
 int genotype_graph::buildUnr(const chaplotype& a, const chaplotype& b, const chaplotype& m) {
     const int n = a.size();
-    std::vector<std::vector<candidate_pair>> seg_pairs;
-    for (int l = 0; l < n;) {
+    site_missing = m;
+    for (int l = 0; l < n; l += 64)
+        site_ambiguous.push_back((a.get64(l) ^ b.get64(l)) | m.get64(l), std::min(n - l, 64));
+
+    const pair_list outside{{0, 0}};
+    pair_list left = outside;
+    for (int first = 0; first < n;) {
         segment s;
-        // The first locus of a segment always fits.
-        for (; l < n; ++l) {
-            const bool ambiguous = a[l] != b[l] || m[l];
-            if (!ambiguous) {
-                // All candidates go on with one allele: their number, their order and the pairs stay.
-                for (auto& hap : s.haps) hap.push_back(a[l]);
-            } else {
-                segment next = extended(s, a[l], b[l], m[l]);
-                if (!fits(next)) break;
-                s = std::move(next);
-            }
-            site_ambiguous.push_back(ambiguous);
-            site_missing.push_back(m[l]);
+        int l = site_ambiguous.next(first);
+        // Loci in between need no look: their one allele leaves the candidates, their order and the pairs as
+        // they are. The first locus of a segment always fits.
+        for (; l < n; l = site_ambiguous.next(l + 1)) {
+            const segment longer = extended(s, a[l] != 0, b[l] != 0, m[l] != 0);
+            if (!fits(longer)) break;
+            s = longer;
         }
-        pushHaps(s.haps);
-        seg_pairs.push_back(std::move(s.pairs));
+        pushHaps(spelled(s, first, l, a, site_ambiguous), static_cast<int>(s.candidates.size()));
+        pushTrans(all_transitions(left, s.pairs));
+        left = s.pairs;
+        first = l;
     }
-    if (seg_pairs.empty()) return 0;
-    const std::vector<candidate_pair> outside{{0, 0}};
-    pushTrans(all_transitions(outside, seg_pairs.front()));
-    for (std::size_t g = 1; g < seg_pairs.size(); ++g)
-        pushTrans(all_transitions(seg_pairs[g - 1], seg_pairs[g]));
-    pushTrans(all_transitions(seg_pairs.back(), outside));
+    if (n > 0) pushTrans(all_transitions(left, outside));
     return 0;
 }
 
-void genotype_graph::pushHaps(const bit_lists& haps) {
+void genotype_graph::pushHaps(const chaplotype& candidates, int count) {
     seg_offset.push_back(hap_bits.n);
-    seg_count.push_back(static_cast<unsigned>(haps.size()));
-    seg_length.push_back(static_cast<unsigned>(haps[0].size()));
-    for (const auto& hap : haps) hap_bits.push_back(hap);
+    seg_count.push_back(static_cast<unsigned>(count));
+    seg_length.push_back(static_cast<unsigned>(candidates.size() / count));
+    hap_bits.push_back(candidates, 0, candidates.size());
 }
 
-void genotype_graph::pushTrans(const std::vector<std::vector<int>>& T) {
+void genotype_graph::pushTrans(const std::vector<unsigned char>& nodes) {
     trans_offset.push_back(static_cast<unsigned>(trans_prob.size()));
-    trans_count.push_back(static_cast<unsigned>(T[0].size()));
-    trans_prob.resize(trans_prob.size() + T[0].size(), 0.0F);
-    trans_store.resize(trans_prob.size(), 0.0F);
-    for (std::size_t k = 0; k < T[0].size(); ++k) {
-        trans_nodes.push_back(static_cast<unsigned char>((T[1][k] << 4) + T[0][k]));
-        trans_nodes.push_back(static_cast<unsigned char>((T[3][k] << 4) + T[2][k]));
-    }
+    trans_count.push_back(static_cast<unsigned>(nodes.size() / 2));
+    trans_nodes.insert(trans_nodes.end(), nodes.begin(), nodes.end());
+    trans_prob.resize(trans_nodes.size() / 2, 0.0F);
+    trans_store.resize(trans_nodes.size() / 2, 0.0F);
 }
 
 std::vector<segment_range> genotype_graph::cluster(int span, int window_size, random_source& random) const {

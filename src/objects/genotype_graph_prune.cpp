@@ -1,81 +1,47 @@
 #include <algorithm>
 #include <array>
+#include <bitset>
+#include <cstdint>
 
 #include "objects/genotype_graph.h"
+#include "objects/merge_choice.h"
 
 namespace {
 
-constexpr int MAX_MERGED_HAPS = 8;         // candidates of a merged segment
-constexpr int MAX_MERGE_GROUP_BYTES = 10;  // bytes of a group that is merged away: 5 transitions
-constexpr int MAX_MERGED_AMBIGUOUS = 21;   // ambiguous loci of a merged segment
-constexpr int NO_BEST = 1000000000;
+constexpr std::size_t MAX_MERGE_GROUP_BYTES = 10;  // bytes of a group that is merged away: 5 transitions
 
 using byte_list = std::vector<unsigned char>;  // two bytes a transition: see genotype_graph
-using bit_lists = std::vector<std::vector<bool>>;
 
-/// One chromosome's step from a left to a right candidate, as half a transition.
-unsigned char step_byte(int left, int right) {
-    return static_cast<unsigned char>((right << 4) + left);
-}
+/// Steps of a group that may be merged away.
+using step_list = fixed_list<unsigned char, MAX_MERGE_GROUP_BYTES>;
 
-/// A graph taken apart for merging: the kept transitions of each group, and for each segment its candidates
-/// and its number of ambiguous loci.
-struct open_graph {
-    std::vector<byte_list> groups;
-    std::vector<int> n_steps;  // different bytes of each group: candidates of a segment merged there
-    std::vector<bit_lists> segments;
-    std::vector<int> n_ambiguous;
-};
-
-int count_distinct(const byte_list& bytes) {
-    std::array<bool, 256> seen{};
-    for (const unsigned char byte : bytes) seen[byte] = true;
-    return static_cast<int>(std::count(seen.begin(), seen.end(), true));
-}
-
-/// The inner group to merge away next, or -1: each one has to beat the best before it in merged candidates
-/// and must not be worse in ambiguous loci. The rule asks for both at once.
-int choose_group(const open_graph& graph) {
-    int chosen = -1, best_haps = NO_BEST, best_amb = NO_BEST;
-    for (int g = 1; g + 1 < static_cast<int>(graph.groups.size()); ++g) {
-        const int n_haps = graph.n_steps[g];
-        const int n_amb = graph.n_ambiguous[g - 1] + graph.n_ambiguous[g];
-        if (n_haps < best_haps && n_haps <= MAX_MERGED_HAPS &&
-            graph.groups[g].size() <= MAX_MERGE_GROUP_BYTES &&
-            n_amb <= std::min(best_amb, MAX_MERGED_AMBIGUOUS)) {
-            chosen = g;
-            best_haps = n_haps;
-            best_amb = n_amb;
-        }
+/// The different steps of such a group in the order in which they come first: the candidates of the merged
+/// segment.
+step_list distinct(const byte_list& group) {
+    step_list steps;
+    std::bitset<256> seen;
+    for (const unsigned char step : group) {
+        if (!seen[step]) steps.push_back(step);
+        seen.set(step);
     }
-    return chosen;
+    return steps;
 }
 
 /// The group that is merged away, in terms of the merged segment: entries 2k and 2k + 1 describe the two
 /// chromosomes of transition k, which come from candidate `left`, take merged candidate `middle` and go on
 /// to candidate `right`.
 struct merged_group {
-    std::vector<int> left, middle, right;
-    bit_lists candidates;
-};
-
-merged_group merge_candidates(const byte_list& group, const bit_lists& left, const bit_lists& right) {
-    merged_group m;
-    std::array<int, 256> merged;
-    merged.fill(-1);
-    for (const unsigned char step : group) {
-        const int l = step & 15, r = step >> 4;
-        if (merged[step] < 0) {
-            merged[step] = static_cast<int>(m.candidates.size());
-            m.candidates.push_back(left[l]);
-            m.candidates.back().insert(m.candidates.back().end(), right[r].begin(), right[r].end());
+    merged_group(const byte_list& group, const step_list& candidates) {
+        for (const unsigned char step : group) {
+            left.push_back(step & 15);
+            middle.push_back(
+                static_cast<int>(std::find(candidates.begin(), candidates.end(), step) - candidates.begin()));
+            right.push_back(step >> 4);
         }
-        m.left.push_back(l);
-        m.middle.push_back(merged[step]);
-        m.right.push_back(r);
     }
-    return m;
-}
+
+    fixed_list<int, MAX_MERGE_GROUP_BYTES> left, middle, right;
+};
 
 /// Appends the transitions that join two pairs of candidates, given how the pairs met at the candidates they
 /// share. Where both chromosomes met at one candidate, both ways of joining are open.
@@ -119,39 +85,165 @@ byte_list group_after(const byte_list& group, const merged_group& m) {
     return out;
 }
 
-/// Merges the two segments on either side of group `g`.
-void merge_at(open_graph& graph, int g) {
-    merged_group m = merge_candidates(graph.groups[g], graph.segments[g - 1], graph.segments[g]);
-    graph.groups[g - 1] = group_before(graph.groups[g - 1], m);
-    graph.groups[g + 1] = group_after(graph.groups[g + 1], m);
-    for (const int rewritten : {g - 1, g + 1})
-        graph.n_steps[rewritten] = count_distinct(graph.groups[rewritten]);
-    graph.groups.erase(graph.groups.begin() + g);
-    graph.n_steps.erase(graph.n_steps.begin() + g);
-    graph.segments[g - 1] = std::move(m.candidates);
-    graph.segments.erase(graph.segments.begin() + g);
-    graph.n_ambiguous[g - 1] += graph.n_ambiguous[g];
-    graph.n_ambiguous.erase(graph.n_ambiguous.begin() + g);
+/// A segment of the graph, or one that was merged from two.
+struct open_segment {
+    int n_ambiguous;
+    int length;
+    int n_candidates;
+    int left = -1, right = -1;  // the two, -1 when not merged
+    step_list steps{};          // one a candidate of a merged segment: its candidates in the two
+};
+
+/// A group with its kept transitions, in a list from which groups drop out when they are merged away.
+struct open_group {
+    byte_list nodes;
+    int previous, next;
+    int segment;  // that behind the group
+};
+
+/// A graph taken apart for merging. It refers to the candidates of the graph it was made from.
+class open_graph {
+  public:
+    open_graph(const genotype_graph& graph, const std::vector<bool>& kept);
+
+    /// Merges segments as long as there is a group to merge away.
+    void merge();
+    /// Fills an empty graph: candidate pairs that no transition reaches are gone, and all transitions between
+    /// the remaining pairs are there again, without probabilities.
+    void write(genotype_graph& out) const;
+
+  private:
+    void offer(int g);
+    void merge_at(int g);
+    chaplotype candidates_of(int s) const;
+    void append_candidate(int s, int c, chaplotype& out) const;
+
+    const genotype_graph& from;
+    const int last;  // the group that leads out of the graph
+    std::vector<open_group> groups;
+    std::vector<open_segment> segments;  // those of the graph, then merged ones
+    merge_choice choice;
+};
+
+open_graph::open_graph(const genotype_graph& graph, const std::vector<bool>& kept)
+    : from(graph), last(graph.n_groups() - 1), choice(graph.n_groups()) {
+    int locus = 0;
+    for (int s = 0; s < graph.n_segments(); ++s) {
+        const int length = static_cast<int>(graph.seg_length[s]);
+        segments.push_back(
+            {graph.site_ambiguous.count(locus, length), length, static_cast<int>(graph.seg_count[s])});
+        locus += length;
+    }
+    for (int g = 0; g <= last; ++g) {
+        groups.push_back({{}, g - 1, g + 1, g});
+        for (unsigned t = graph.trans_offset[g]; t < graph.trans_offset[g] + graph.trans_count[g]; ++t)
+            if (kept[t])
+                groups[g].nodes.insert(groups[g].nodes.end(),
+                                       {graph.trans_nodes[2 * t], graph.trans_nodes[2 * t + 1]});
+    }
+    for (int g = 0; g <= last; ++g) offer(g);
 }
 
+/// Tells the choice what merging group `g` away would leave.
+void open_graph::offer(int g) {
+    if (g == 0 || g == last) return;  // they have one segment alone
+    const open_group& group = groups[g];
+    if (group.nodes.empty() || group.nodes.size() > MAX_MERGE_GROUP_BYTES) {
+        choice.exclude(g);
+        return;
+    }
+    const open_segment &left = segments[groups[group.previous].segment], &right = segments[group.segment];
+    choice.set(g, static_cast<int>(distinct(group.nodes).size()), left.n_ambiguous + right.n_ambiguous);
+}
+
+void open_graph::merge() {
+    for (int g = choice.choose(); g >= 0; g = choice.choose()) merge_at(g);
+}
+
+/// Merges the two segments on either side of group `g`.
+void open_graph::merge_at(int g) {
+    const open_group& group = groups[g];
+    open_group &before = groups[group.previous], &after = groups[group.next];
+    const int left = before.segment, right = group.segment;
+    const step_list steps = distinct(group.nodes);
+    const merged_group m(group.nodes, steps);
+    before.nodes = group_before(before.nodes, m);
+    after.nodes = group_after(after.nodes, m);
+    before.segment = static_cast<int>(segments.size());
+    before.next = group.next;
+    after.previous = group.previous;
+    segments.push_back({segments[left].n_ambiguous + segments[right].n_ambiguous,
+                        segments[left].length + segments[right].length, static_cast<int>(steps.size()), left,
+                        right, steps});
+    choice.exclude(g);
+    offer(group.previous);
+    offer(group.next);
+}
+
+/// The candidates of segment `s`, one after the other.
+chaplotype open_graph::candidates_of(int s) const {
+    chaplotype candidates;
+    for (int c = 0; c < segments[s].n_candidates; ++c) append_candidate(s, c, candidates);
+    return candidates;
+}
+
+/// Appends candidate `c` of segment `s`: from left to right those of the segments it was merged from.
+void open_graph::append_candidate(int s, int c, chaplotype& out) const {
+    std::vector<std::pair<int, int>> to_come{{s, c}};  // segments and candidates, the next one last
+    while (!to_come.empty()) {
+        const auto [segment, candidate] = to_come.back();
+        const open_segment& merged = segments[segment];
+        to_come.pop_back();
+        if (merged.left < 0) {
+            out.push_back(from.hap_bits, from.candidate(segment, candidate), merged.length);
+        } else {
+            to_come.emplace_back(merged.right, merged.steps[candidate] >> 4);
+            to_come.emplace_back(merged.left, merged.steps[candidate] & 15);
+        }
+    }
+}
+
+static_assert(MAX_SEGMENT_HAPS * (MAX_SEGMENT_HAPS + 1) / 2 <= 4 * MAX_SEGMENT_PAIRS,
+              "a pair_list holds all pairs of a segment's candidates");
+
 /// Unordered candidate pairs on the right of a group, smaller number first, in ascending order.
-std::vector<candidate_pair> right_pairs(const byte_list& group) {
+pair_list right_pairs(const byte_list& group) {
     std::array<std::array<bool, 16>, 16> seen{};
     for (std::size_t t = 0; t < group.size(); t += 2) {
         const int right0 = group[t] >> 4, right1 = group[t + 1] >> 4;
         seen[std::min(right0, right1)][std::max(right0, right1)] = true;
     }
-    std::vector<candidate_pair> pairs;
+    pair_list pairs;
     for (int c = 0; c < 16; ++c)
         for (int d = c; d < 16; ++d)
             if (seen[c][d]) pairs.push_back({c, d});
     return pairs;
 }
 
-bool candidates_differ(const bit_lists& candidates, std::size_t position) {
-    return std::any_of(candidates.begin(), candidates.end(), [&](const std::vector<bool>& candidate) {
-        return candidate[position] != candidates[0][position];
-    });
+/// Appends for each locus of a segment whether its candidates differ there.
+void push_differences(const chaplotype& candidates, int count, chaplotype& out) {
+    const int length = candidates.size() / count;
+    for (int i = 0; i < length; i += 64) {
+        std::uint64_t differ = 0;
+        for (int c = 1; c < count; ++c)
+            differ |= candidates.get64(c * length + i, length - i) ^ candidates.get64(i, length - i);
+        out.push_back(differ, std::min(length - i, 64));
+    }
+}
+
+void open_graph::write(genotype_graph& out) const {
+    const pair_list outside{{0, 0}};
+    pair_list left = outside;
+    for (int g = 0; g < last; g = groups[g].next) {
+        const int s = groups[g].segment;
+        const chaplotype candidates = candidates_of(s);
+        out.pushHaps(candidates, segments[s].n_candidates);
+        push_differences(candidates, segments[s].n_candidates, out.site_ambiguous);
+        const pair_list right = right_pairs(groups[g].nodes);
+        out.pushTrans(all_transitions(left, right));
+        left = right;
+    }
+    out.pushTrans(all_transitions(left, outside));
 }
 
 }  // namespace
@@ -203,54 +295,12 @@ void genotype_graph::pruneAndMerge(double threshold) {
     while (consolide(kept) > 0) {
     }
 
-    open_graph graph;
-    for (int g = 0; g < n_groups(); ++g) {
-        byte_list& group = graph.groups.emplace_back();
-        for (unsigned t = trans_offset[g]; t < trans_offset[g] + trans_count[g]; ++t)
-            if (kept[t]) group.insert(group.end(), {trans_nodes[2 * t], trans_nodes[2 * t + 1]});
-        graph.n_steps.push_back(count_distinct(group));
-    }
-    auto ambiguous = site_ambiguous.begin();
-    for (int s = 0; s < n_segments(); ++s) {
-        bit_lists& candidates = graph.segments.emplace_back(seg_count[s], std::vector<bool>(seg_length[s]));
-        for (unsigned c = 0; c < seg_count[s]; ++c)
-            for (unsigned i = 0; i < seg_length[s]; ++i)
-                candidates[c][i] = getA(s, static_cast<int>(c), static_cast<int>(i)) != 0;
-        const auto end = ambiguous + seg_length[s];
-        graph.n_ambiguous.push_back(static_cast<int>(std::count(ambiguous, end, true)));
-        ambiguous = end;
-    }
-
-    for (int g = choose_group(graph); g >= 0; g = choose_group(graph)) merge_at(graph, g);
-    rebuild(graph.groups, graph.segments);
-}
-
-/// Refills the graph from candidates and kept transitions: candidate pairs that no transition reaches are
-/// gone, and all transitions between the remaining pairs are there again, without probabilities.
-void genotype_graph::rebuild(const std::vector<byte_list>& groups, const std::vector<bit_lists>& segments) {
-    trans_nodes.clear();
-    trans_prob.clear();
-    trans_store.clear();
-    trans_offset.clear();
-    trans_count.clear();
-    hap_bits.clear();
-    seg_offset.clear();
-    seg_count.clear();
-    seg_length.clear();
-    site_ambiguous.clear();
-
-    for (const auto& candidates : segments) {
-        pushHaps(candidates);
-        for (std::size_t i = 0; i < candidates[0].size(); ++i)
-            site_ambiguous.push_back(candidates_differ(candidates, i));
-    }
-    std::vector<candidate_pair> left{{0, 0}};  // the entry into the graph
-    for (std::size_t g = 0; g + 1 < groups.size(); ++g) {
-        const auto right = right_pairs(groups[g]);
-        pushTrans(all_transitions(left, right));
-        left = right;
-    }
-    pushTrans(all_transitions(left, {{0, 0}}));
-    for (auto* probabilities : {&trans_prob, &trans_store}) probabilities->shrink_to_fit();
-    trans_nodes.shrink_to_fit();
+    open_graph parts(*this, kept);
+    parts.merge();
+    genotype_graph merged(name);
+    parts.write(merged);
+    merged.site_missing = std::move(site_missing);
+    for (auto* probabilities : {&merged.trans_prob, &merged.trans_store}) probabilities->shrink_to_fit();
+    merged.trans_nodes.shrink_to_fit();
+    *this = std::move(merged);
 }

@@ -556,13 +556,13 @@ TEST(Expectation, SumsWeighTheTwoChromosomesAlike) {
 
 TEST(Expectation, EmptyGroupCountsARecovery) {
     genotype_graph graph("NA1");
-    graph.pushTrans({{0}, {0}, {0}, {1}});
-    graph.pushHaps({{0}, {1}});
-    graph.pushTrans({{}, {}, {}, {}});
-    graph.pushHaps({{0}, {1}});
-    graph.pushTrans({{0}, {0}, {1}, {0}});
-    graph.site_ambiguous = {true, true};
-    graph.site_missing = {false, false};
+    graph.pushTrans({step_byte(0, 0), step_byte(0, 1)});
+    graph.pushHaps(support::haplotype("0 1"), 2);
+    graph.pushTrans({});
+    graph.pushHaps(support::haplotype("0 1"), 2);
+    graph.pushTrans({step_byte(0, 0), step_byte(1, 0)});
+    graph.site_ambiguous = support::haplotype("11");
+    graph.site_missing = support::haplotype("00");
     const std::vector<chaplotype> H = support::haplotypes({"00", "01", "10", "11", "00"});
     EXPECT_EQ(expect_over(graph, segments_of(graph, 0, 1), model(2, 0.1, 0.1, 5), H, all_of(H)), 1);
     EXPECT_EQ(graph.trans_prob, (std::vector<float>{1.0F, 1.0F}));
@@ -623,11 +623,10 @@ TEST(Expectation, MassThatIsNoNumberIsAFailure) {
 genotype_graph graph_with_large_group(int n, int group) {
     genotype_graph graph("NA1");
     for (int g = 0; g < 3; ++g) {
-        const std::vector<int> zeros(g == group ? n : 1, 0);
-        graph.pushTrans({zeros, zeros, zeros, zeros});
-        if (g < 2) graph.pushHaps({{0}});
+        graph.pushTrans(std::vector<unsigned char>(2 * (g == group ? n : 1)));
+        if (g < 2) graph.pushHaps(support::haplotype("0"), 1);
     }
-    graph.site_ambiguous = graph.site_missing = {false, false};
+    graph.site_ambiguous = graph.site_missing = support::haplotype("00");
     return graph;
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <random>
 #include <set>
@@ -11,6 +12,7 @@
 #include "support/child_process.h"
 #include "support/graph_laws.h"
 #include "support/graph_text.h"
+#include "support/haplotype_text.h"
 
 namespace {
 
@@ -37,25 +39,31 @@ TEST(GenotypeGraph, StartsEmpty) {
     EXPECT_EQ(graph.hap_bits.size(), 0);
 }
 
-TEST(PushTrans, PacksAStepIntoAByte) {
+TEST(StepByte, HoldsTheLeftCandidateInItsLowHalf) {
+    EXPECT_EQ(step_byte(3, 5), 0x53);
+    EXPECT_EQ(step_byte(0, 15), 0xF0);
+    EXPECT_EQ(step_byte(15, 0), 0x0F);
+}
+
+TEST(PushTrans, AppendsAGroupWithoutProbabilities) {
     genotype_graph graph("NA1");
-    graph.pushTrans({{3}, {5}, {2}, {1}});
+    graph.pushTrans({0x53, 0x12});
     EXPECT_EQ(graph.trans_nodes, (std::vector<unsigned char>{0x53, 0x12}));
-    graph.pushTrans({{0, 15}, {0, 15}, {1, 0}, {0, 7}});
+    graph.pushTrans({0x00, 0x01, 0xFF, 0x70});
     EXPECT_EQ(graph.trans_nodes, (std::vector<unsigned char>{0x53, 0x12, 0x00, 0x01, 0xFF, 0x70}));
     EXPECT_EQ(graph.trans_offset, (std::vector<unsigned>{0, 1}));
     EXPECT_EQ(graph.trans_count, (std::vector<unsigned>{1, 2}));
     EXPECT_EQ(graph.trans_prob, (std::vector<float>{0, 0, 0}));
     EXPECT_EQ(graph.trans_store, (std::vector<float>{0, 0, 0}));
-    graph.pushTrans({{}, {}, {}, {}});
+    graph.pushTrans({});
     EXPECT_EQ(graph.trans_offset.back(), 3U);
     EXPECT_EQ(graph.trans_count.back(), 0U);
 }
 
 TEST(PushHaps, LaysCandidatesOneAfterTheOther) {
     genotype_graph graph("NA1");
-    graph.pushHaps({{0, 1, 1}, {1, 0, 0}});
-    graph.pushHaps({{1}, {0}, {1}});
+    graph.pushHaps(support::haplotype("011 100"), 2);
+    graph.pushHaps(support::haplotype("1 0 1"), 3);
     EXPECT_EQ(graph.hap_bits.toString(), "011100101");
     EXPECT_EQ(graph.seg_offset, (std::vector<unsigned>{0, 6}));
     EXPECT_EQ(graph.seg_count, (std::vector<unsigned>{2, 3}));
@@ -86,10 +94,14 @@ TEST(Linked, ComparesUnorderedPairs) {
 TEST(Linked, AndEqualAgreeWithSetsOfNumbers) {
     std::mt19937 random(1);
     genotype_graph graph("NA1");
-    std::vector<std::vector<int>> T(4);
-    for (int t = 0; t < 150; ++t)
+    std::array<std::vector<int>, 4> T;  // left0, right0, left1, right1
+    std::vector<unsigned char> nodes;
+    for (int t = 0; t < 150; ++t) {
         for (auto& numbers : T) numbers.push_back(static_cast<int>(random() % 4) * 5);
-    graph.pushTrans(T);
+        nodes.push_back(step_byte(T[0][t], T[1][t]));
+        nodes.push_back(step_byte(T[2][t], T[3][t]));
+    }
+    graph.pushTrans(nodes);
     using pair_of = std::multiset<int>;
     for (unsigned a = 0; a < 150; ++a)
         for (unsigned b = 0; b < 150; ++b) {
@@ -166,7 +178,7 @@ TEST(MaxP, BestTransitionThatPrecedes) {
 
 TEST(MaxN, NoneInAnEmptyOrUnlinkedGroup) {
     genotype_graph graph = graph_from(">0 >0");
-    graph.pushTrans({{}, {}, {}, {}});
+    graph.pushTrans({});
     EXPECT_EQ(graph.maxN(1, 0), -1);
     EXPECT_EQ(graph.maxP(1, 0), -1);
     graph = graph_from(R"(
@@ -200,9 +212,7 @@ TEST(Store, SumsInDoubleAndRoundsOnce) {
         genotype_graph graph("NA1");
         std::vector<float> expected;
         for (int g = 0; g < 4; ++g) {
-            const int n = static_cast<int>(random() % 30);  // a group may be empty
-            const std::vector<int> zeros(n, 0);
-            graph.pushTrans({zeros, zeros, zeros, zeros});
+            graph.pushTrans(std::vector<unsigned char>(2 * (random() % 30)));  // a group may be empty
         }
         for (float& p : graph.trans_prob) p = std::ldexp(static_cast<float>(random() % 1000 + 1), -10);
         for (float& p : graph.trans_store) p = std::ldexp(static_cast<float>(random() % 1000), -8);

@@ -18,28 +18,13 @@ using support::group_text;
 using support::haplotype_pair;
 using support::segment_text;
 
-TEST(Expand, NumbersCandidatesByFirstUse) {
-    const std::vector<std::vector<bool>> haps = {{0}, {1}};
-    std::vector<std::vector<bool>> next_haps;
-    std::vector<std::array<int, 2>> ext(2, {-1, -1});
-    std::vector<candidate_pair> next_pairs;
-    expand(haps, next_haps, ext, {0, 1}, next_pairs, 1, 1);
-    EXPECT_EQ(next_haps, (std::vector<std::vector<bool>>{{0, 1}, {1, 1}}));
-    EXPECT_EQ(next_pairs, (std::vector<candidate_pair>{{0, 1}}));
-    expand(haps, next_haps, ext, {1, 1}, next_pairs, 0, 1);
-    EXPECT_EQ(next_haps, (std::vector<std::vector<bool>>{{0, 1}, {1, 1}, {1, 0}}));
-    EXPECT_EQ(next_pairs, (std::vector<candidate_pair>{{0, 1}, {2, 1}}));
-    EXPECT_EQ(ext, (std::vector<std::array<int, 2>>{{-1, 0}, {2, 1}}));
-}
-
 TEST(AllTransitions, BothWaysOnlyBetweenPairsOfTwo) {
-    using lists = std::vector<std::vector<int>>;
+    using nodes = std::vector<unsigned char>;
     EXPECT_EQ(all_transitions({{0, 1}}, {{0, 1}, {2, 3}}),
-              (lists{{0, 0, 0, 0}, {0, 1, 2, 3}, {1, 1, 1, 1}, {1, 0, 3, 2}}));
-    EXPECT_EQ(all_transitions({{0, 0}}, {{1, 2}}), (lists{{0}, {1}, {0}, {2}}));
-    EXPECT_EQ(all_transitions({{1, 2}}, {{3, 3}}), (lists{{1}, {3}, {2}, {3}}));
-    EXPECT_EQ(all_transitions({{1, 1}, {0, 2}}, {{4, 5}}),
-              (lists{{1, 0, 0}, {4, 4, 5}, {1, 2, 2}, {5, 5, 4}}));
+              (nodes{0x00, 0x11, 0x10, 0x01, 0x20, 0x31, 0x30, 0x21}));
+    EXPECT_EQ(all_transitions({{0, 0}}, {{1, 2}}), (nodes{0x10, 0x20}));
+    EXPECT_EQ(all_transitions({{1, 2}}, {{3, 3}}), (nodes{0x31, 0x32}));
+    EXPECT_EQ(all_transitions({{1, 1}, {0, 2}}, {{4, 5}}), (nodes{0x41, 0x51, 0x40, 0x52, 0x50, 0x42}));
 }
 
 struct build_row {
@@ -108,8 +93,8 @@ TEST(BuildUnr, SegmentsAndGroupsByHand) {
 
 TEST(BuildUnr, AmbiguousAndMissingLoci) {
     const genotype_graph graph = built_from("0 1 2 . 1 1 1 . 0");
-    EXPECT_EQ(graph.site_ambiguous, support::bits("010111110"));
-    EXPECT_EQ(graph.site_missing, support::bits("000100010"));
+    EXPECT_EQ(graph.site_ambiguous, support::haplotype("010111110"));
+    EXPECT_EQ(graph.site_missing, support::haplotype("000100010"));
 }
 
 TEST(BuildUnr, LeavesProbabilitiesAtZero) {
@@ -245,12 +230,98 @@ TEST(BuildUnr, SegmentsOfKnownGenotypesHoldThreeHeterozygotes) {
     }
 }
 
+// ---- construction against a plain twin, which lengthens texts locus by locus
+
+struct plain_segment {
+    std::vector<std::string> candidates{""};
+    std::vector<std::pair<int, int>> pairs{{0, 0}};
+};
+
+plain_segment longer_plainly(const plain_segment& s, char genotype) {
+    plain_segment next{{}, {}};
+    const auto number_of = [&](const std::string& candidate) {
+        const auto found = std::find(next.candidates.begin(), next.candidates.end(), candidate);
+        const auto number = found - next.candidates.begin();
+        if (found == next.candidates.end()) next.candidates.push_back(candidate);
+        return static_cast<int>(number);
+    };
+    for (const auto& [first, second] : s.pairs)
+        for (const std::string alleles : {"00", "11", "01", "10"}) {
+            if (genotype != '.' && alleles[0] + alleles[1] != genotype + '0') continue;
+            if (alleles == "10" && first == second) continue;
+            const int extended = number_of(s.candidates[first] + alleles[0]);
+            next.pairs.emplace_back(extended, number_of(s.candidates[second] + alleles[1]));
+        }
+    return next;
+}
+
+std::vector<plain_segment> segments_plainly(const std::string& genotypes) {
+    std::vector<plain_segment> segments(1);
+    for (const char genotype : genotypes) {
+        const plain_segment longer = longer_plainly(segments.back(), genotype);
+        if (longer.pairs.size() <= 10 && longer.candidates.size() <= 8)
+            segments.back() = longer;
+        else
+            segments.push_back(longer_plainly({}, genotype));
+    }
+    return segments;
+}
+
+std::string transitions_plainly(const plain_segment& left, const plain_segment& right) {
+    std::string text;
+    const auto add = [&](int left0, int right0, int left1, int right1) {
+        text += (text.empty() ? "" : ", ") + std::to_string(left0) + ">" + std::to_string(right0) + " " +
+                std::to_string(left1) + ">" + std::to_string(right1);
+    };
+    for (const auto& [p0, p1] : left.pairs)
+        for (const auto& [q0, q1] : right.pairs) {
+            add(p0, q0, p1, q1);
+            if (p0 != p1 && q0 != q1) add(p0, q1, p1, q0);
+        }
+    return text;
+}
+
+void expect_as_plain(const std::string& genotypes) {
+    const genotype_graph graph = built_from(genotypes);
+    const std::vector<plain_segment> segments = segments_plainly(genotypes);
+    ASSERT_EQ(graph.n_segments(), static_cast<int>(segments.size())) << genotypes;
+    ASSERT_EQ(graph.n_groups(), static_cast<int>(segments.size()) + 1) << genotypes;
+    plain_segment left;
+    for (int s = 0; s < graph.n_segments(); ++s) {
+        std::string candidates;
+        for (const std::string& candidate : segments[s].candidates)
+            candidates += (candidates.empty() ? "" : " ") + candidate;
+        ASSERT_EQ(segment_text(graph, s), candidates) << genotypes;
+        ASSERT_EQ(group_text(graph, s), transitions_plainly(left, segments[s])) << genotypes;
+        left = segments[s];
+    }
+    ASSERT_EQ(group_text(graph, graph.n_segments()), transitions_plainly(left, {})) << genotypes;
+    for (int l = 0; l < graph.n_loci(); ++l) {
+        ASSERT_EQ(graph.site_ambiguous[l], genotypes[l] == '1' || genotypes[l] == '.' ? 1 : 0) << genotypes;
+        ASSERT_EQ(graph.site_missing[l], genotypes[l] == '.' ? 1 : 0) << genotypes;
+    }
+    ASSERT_TRUE(support::check_invariants(graph)) << genotypes;
+}
+
+TEST(BuildUnr, AgreesWithThePlainTwin) {
+    struct kind {
+        int percent_het, percent_missing;
+    };
+    std::mt19937 random(11);
+    for (const int n : {1, 7, 8, 9, 63, 64, 65, 128, 129, 400})
+        for (const kind k : {kind{100, 0}, kind{0, 100}, kind{0, 0}, kind{50, 50}, kind{1, 0}, kind{0, 1},
+                             kind{1, 1}, kind{5, 2}, kind{30, 5}, kind{40, 40}})
+            for (int trial = 0; trial < 3; ++trial)
+                ASSERT_NO_FATAL_FAILURE(
+                    expect_as_plain(support::random_genotypes(n, k.percent_het, k.percent_missing, random)));
+}
+
 // ---- windows
 
 /// A graph of `n` segments, segment s of s % 3 + 1 loci.
 genotype_graph graph_of_segments(int n) {
     genotype_graph graph("NA1");
-    for (int s = 0; s < n; ++s) graph.pushHaps({std::vector<bool>(s % 3 + 1)});
+    for (int s = 0; s < n; ++s) graph.pushHaps(chaplotype(static_cast<unsigned>(s % 3 + 1)), 1);
     return graph;
 }
 

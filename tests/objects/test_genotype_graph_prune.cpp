@@ -6,6 +6,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <utility>
 
 #include "objects/genotype_graph.h"
 #include "support/graph_laws.h"
@@ -194,7 +195,7 @@ TEST(Merging, ByHand) {
     EXPECT_EQ(segment_text(graph, 0), "00101 11000");
     EXPECT_EQ(group_text(graph, 0), "0>0 0>1");
     EXPECT_EQ(group_text(graph, 1), "0>0 1>0");
-    EXPECT_EQ(graph.site_ambiguous, support::bits("11101"));
+    EXPECT_EQ(graph.site_ambiguous, support::haplotype("11101"));
 }
 
 TEST(Merging, UpTo21AmbiguousLoci) {
@@ -263,6 +264,7 @@ using plain_group = std::vector<plain_transition>;
 /// A graph as lists of plain transitions and of candidate texts.
 struct plain_graph {
     std::vector<plain_group> groups;
+    std::vector<std::size_t> n_steps;  // different ones of each group
     std::vector<std::vector<std::string>> segments;
     std::vector<int> n_ambiguous;
 };
@@ -293,6 +295,12 @@ std::pair<genotype_graph, std::vector<bool>> select_plainly(genotype_graph graph
     return {std::move(graph), std::move(kept)};
 }
 
+std::size_t count_different(const plain_group& group) {
+    std::set<plain_step> different;
+    for (const plain_transition& t : group) different.insert({t[0], t[1]});
+    return different.size();
+}
+
 plain_graph take_apart(const genotype_graph& graph, const std::vector<bool>& kept) {
     plain_graph plain;
     for (int g = 0; g < graph.n_groups(); ++g) {
@@ -302,8 +310,9 @@ plain_graph take_apart(const genotype_graph& graph, const std::vector<bool>& kep
             if (kept[t])
                 plain.groups.back().push_back({plain_step{b0 % 16, b0 / 16}, plain_step{b1 % 16, b1 / 16}});
         }
+        plain.n_steps.push_back(count_different(plain.groups.back()));
     }
-    unsigned locus = 0;
+    int locus = 0;
     for (int s = 0; s < graph.n_segments(); ++s) {
         plain.segments.emplace_back(graph.seg_count[s]);
         for (unsigned c = 0; c < graph.seg_count[s]; ++c)
@@ -322,13 +331,11 @@ std::size_t choose_plainly(const plain_graph& plain) {
     std::size_t chosen = 0, fewest = 1000000000;
     int least = 1000000000;
     for (std::size_t g = 1; g + 1 < plain.groups.size(); ++g) {
-        std::set<plain_step> different;
-        for (const plain_transition& t : plain.groups[g]) different.insert({t[0], t[1]});
         const int ambiguous = plain.n_ambiguous[g - 1] + plain.n_ambiguous[g];
-        if (different.size() >= fewest || different.size() > 8 || plain.groups[g].size() > 5) continue;
+        if (plain.n_steps[g] >= fewest || plain.n_steps[g] > 8 || plain.groups[g].size() > 5) continue;
         if (ambiguous > least || ambiguous > 21) continue;
         chosen = g;
-        fewest = different.size();
+        fewest = plain.n_steps[g];
         least = ambiguous;
     }
     return chosen;
@@ -376,7 +383,10 @@ void merge_plainly(plain_graph& plain, std::size_t g) {
     const auto at = static_cast<std::ptrdiff_t>(g);
     plain.groups[g - 1] = before;
     plain.groups[g + 1] = after;
+    for (const std::size_t rewritten : {g - 1, g + 1})
+        plain.n_steps[rewritten] = count_different(plain.groups[rewritten]);
     plain.groups.erase(plain.groups.begin() + at);
+    plain.n_steps.erase(plain.n_steps.begin() + at);
     plain.segments[g - 1] = candidates;
     plain.segments.erase(plain.segments.begin() + at);
     plain.n_ambiguous[g - 1] += plain.n_ambiguous[g];
@@ -417,6 +427,56 @@ void make_peaked(std::vector<float>& values, int spread, std::mt19937& random) {
                 static_cast<float>(random() % 9 + 1);
 }
 
+/// Weights of pairs of candidates from 10^-0 to 10^-(spread - 1), and for each transition the product of
+/// those of its two pairs: neighbouring groups prefer the same pairs, so that many segments merge.
+void make_peaked_in_accord(genotype_graph& graph, unsigned spread, std::mt19937& random) {
+    std::map<std::pair<int, int>, float> left, right;
+    const auto weight = [&](std::map<std::pair<int, int>, float>& weights, int c, int d) {
+        const auto [place, is_new] = weights.try_emplace(std::minmax(c, d));
+        if (is_new) place->second = std::pow(10.0F, -static_cast<float>(random() % spread));
+        return place->second;
+    };
+    for (int g = 0; g < graph.n_groups(); ++g) {
+        for (unsigned t = graph.trans_offset[g]; t < graph.trans_offset[g] + graph.trans_count[g]; ++t) {
+            const int b0 = graph.trans_nodes[2 * t], b1 = graph.trans_nodes[2 * t + 1];
+            graph.trans_store[t] = weight(left, b0 % 16, b1 % 16) * weight(right, b0 / 16, b1 / 16);
+        }
+        left = std::exchange(right, {});
+    }
+}
+
+/// Prunes the graph and compares it with what the plain twin makes of it; adds to `n_merges`.
+void prune_as_plainly(genotype_graph& graph, double threshold, int& n_merges) {
+    const auto [ordered, kept] = select_plainly(graph, threshold);
+    plain_graph plain = take_apart(ordered, kept);
+    for (std::size_t g = choose_plainly(plain); g > 0; g = choose_plainly(plain)) {
+        merge_plainly(plain, g);
+        ++n_merges;
+    }
+    const chaplotype missing = graph.site_missing;
+    graph.pruneAndMerge(threshold);
+
+    ASSERT_EQ(graph.n_segments(), static_cast<int>(plain.segments.size()));
+    const std::vector<std::string> groups = rebuild_plainly(plain);
+    ASSERT_EQ(graph.n_groups(), static_cast<int>(groups.size()));
+    for (int g = 0; g < graph.n_groups(); ++g) ASSERT_EQ(group_text(graph, g), groups[g]);
+    std::string ambiguous;
+    for (int s = 0; s < graph.n_segments(); ++s) {
+        std::string candidates;
+        for (const std::string& candidate : plain.segments[s])
+            candidates += (candidates.empty() ? "" : " ") + candidate;
+        ASSERT_EQ(segment_text(graph, s), candidates);
+        for (std::size_t i = 0; i < plain.segments[s][0].size(); ++i) {
+            std::set<char> alleles;
+            for (const std::string& candidate : plain.segments[s]) alleles.insert(candidate[i]);
+            ambiguous += alleles.size() > 1 ? '1' : '0';
+        }
+    }
+    ASSERT_EQ(graph.site_ambiguous.toString(), ambiguous);
+    ASSERT_EQ(graph.site_missing, missing);
+    ASSERT_TRUE(support::check_invariants(graph));
+}
+
 TEST(PruneAndMerge, AgreesWithThePlainTwin) {
     std::mt19937 random(2);
     int n_merges = 0;
@@ -428,40 +488,31 @@ TEST(PruneAndMerge, AgreesWithThePlainTwin) {
         make_peaked(graph.trans_store, 1 + trial % 30, random);
         // A second round works on a merged graph.
         for (int round = 0; round < 2; ++round) {
-            const double threshold = trial % 5 == 0 ? 0.5 : 0.99;
-            const auto [ordered, kept] = select_plainly(graph, threshold);
-            plain_graph plain = take_apart(ordered, kept);
-            for (std::size_t g = choose_plainly(plain); g > 0; g = choose_plainly(plain)) {
-                merge_plainly(plain, g);
-                ++n_merges;
-            }
-            const std::vector<bool> missing = graph.site_missing;
-            graph.pruneAndMerge(threshold);
-
-            ASSERT_EQ(graph.n_segments(), static_cast<int>(plain.segments.size())) << genotypes;
-            const std::vector<std::string> groups = rebuild_plainly(plain);
-            ASSERT_EQ(graph.n_groups(), static_cast<int>(groups.size()));
-            for (int g = 0; g < graph.n_groups(); ++g)
-                ASSERT_EQ(group_text(graph, g), groups[g]) << genotypes;
-            std::vector<bool> ambiguous;
-            for (int s = 0; s < graph.n_segments(); ++s) {
-                std::string candidates;
-                for (const std::string& candidate : plain.segments[s])
-                    candidates += (candidates.empty() ? "" : " ") + candidate;
-                ASSERT_EQ(segment_text(graph, s), candidates) << genotypes;
-                for (std::size_t i = 0; i < plain.segments[s][0].size(); ++i) {
-                    std::set<char> alleles;
-                    for (const std::string& candidate : plain.segments[s]) alleles.insert(candidate[i]);
-                    ambiguous.push_back(alleles.size() > 1);
-                }
-            }
-            ASSERT_EQ(graph.site_ambiguous, ambiguous);
-            ASSERT_EQ(graph.site_missing, missing);
-            ASSERT_TRUE(support::check_invariants(graph)) << genotypes;
+            ASSERT_NO_FATAL_FAILURE(prune_as_plainly(graph, trial % 5 == 0 ? 0.5 : 0.99, n_merges))
+                << genotypes;
             make_peaked(graph.trans_store, 20, random);
         }
     }
     EXPECT_GT(n_merges, 100) << "the trials reach the rules of merging";
+}
+
+TEST(PruneAndMerge, AgreesWithThePlainTwinOnLongGraphs) {
+    std::mt19937 random(7);
+    struct row {
+        int n_loci, percent_het, percent_missing;
+        unsigned spread;
+    };
+    for (const row& r :
+         {row{30000, 30, 1, 18}, row{30000, 5, 1, 10}, row{6000, 40, 10, 18}, row{3000, 0, 100, 18}}) {
+        genotype_graph graph =
+            built_from(support::random_genotypes(r.n_loci, r.percent_het, r.percent_missing, random));
+        int n_merges = 0;
+        for (int round = 0; round < 2; ++round) {
+            make_peaked_in_accord(graph, r.spread, random);
+            ASSERT_NO_FATAL_FAILURE(prune_as_plainly(graph, 0.99, n_merges)) << r.percent_het;
+        }
+        EXPECT_GT(n_merges, 200) << r.percent_het;
+    }
 }
 
 TEST(PruneAndMerge, EveryWalkStillFitsTheGenotypes) {
@@ -491,19 +542,14 @@ TEST(PruneAndMerge, LosesNoPairOfAKeptWalk) {
         genotype_graph kept_only("NA1");
         const plain_graph plain = take_apart(ordered, kept);
         for (std::size_t g = 0; g < plain.groups.size(); ++g) {
-            std::vector<std::vector<int>> T(4);
-            for (const plain_transition& t : plain.groups[g]) {
-                T[0].push_back(t[0].left);
-                T[1].push_back(t[0].right);
-                T[2].push_back(t[1].left);
-                T[3].push_back(t[1].right);
-            }
-            kept_only.pushTrans(T);
+            std::vector<unsigned char> nodes;
+            for (const plain_transition& t : plain.groups[g])
+                for (const plain_step& step : t) nodes.push_back(step_byte(step.left, step.right));
+            kept_only.pushTrans(nodes);
             if (g == plain.segments.size()) break;
-            std::vector<std::vector<bool>> candidates;
-            for (const std::string& candidate : plain.segments[g])
-                candidates.push_back(support::bits(candidate));
-            kept_only.pushHaps(candidates);
+            std::string candidates;
+            for (const std::string& candidate : plain.segments[g]) candidates += candidate;
+            kept_only.pushHaps(support::haplotype(candidates), static_cast<int>(plain.segments[g].size()));
         }
         graph.pruneAndMerge(0.99);
         const auto left = support::pairs_of(graph);

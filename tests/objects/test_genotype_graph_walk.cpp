@@ -439,7 +439,7 @@ TEST(SampleFailure, FreshGraphHasNoWeights) {
 
 TEST(SampleFailure, GroupWithoutTransitions) {
     genotype_graph graph("NA1");
-    graph.pushTrans({{}, {}, {}, {}});
+    graph.pushTrans({});
     const sample_failure failure = failure_of(graph, true);
     EXPECT_EQ(failure.text, "Underflow in samplingF / i=NA1 b=0 sp=0.0000000000");
     EXPECT_EQ(failure.err, "\n");

@@ -48,13 +48,13 @@ std::string candidate_text(const genotype_graph& graph, int s, int c) {
         return broken("hap_bits holds all candidates");
     if (offset % 8 != 0 && (graph.hap_bits.data.back() >> (offset % 8)) != 0)
         return broken("no bits past the end");
-    if (graph.site_ambiguous.size() != loci || graph.site_missing.size() != loci)
+    if (graph.site_ambiguous.n != loci || graph.site_missing.n != loci)
         return broken("segments cover all loci");
     return ::testing::AssertionSuccess();
 }
 
 ::testing::AssertionResult check_sites(const genotype_graph& graph) {
-    std::size_t locus = 0;
+    int locus = 0;
     for (int s = 0; s < graph.n_segments(); ++s)
         for (int i = 0; i < static_cast<int>(graph.seg_length[s]); ++i, ++locus)
             for (int c = 1; c < static_cast<int>(graph.seg_count[s]); ++c)

@@ -1,5 +1,6 @@
 #include "support/graph_text.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -25,9 +26,8 @@ int number(const std::string& text) {
 }
 
 void add_group(genotype_graph& graph, const std::vector<std::string>& words) {
-    std::vector<std::vector<int>> T(4);
+    std::vector<unsigned char> nodes;
     std::vector<float> probabilities;
-    int chromosome = 0;
     for (const std::string& word : words) {
         if (word[0] == '=') {
             probabilities.back() = std::strtof(word.c_str() + 1, nullptr);
@@ -35,29 +35,25 @@ void add_group(genotype_graph& graph, const std::vector<std::string>& words) {
         }
         const std::size_t arrow = word.find('>');
         if (arrow == std::string::npos) throw std::runtime_error("no step: " + word);
-        T[2 * chromosome].push_back(number(word.substr(0, arrow)));
-        T[2 * chromosome + 1].push_back(number(word.substr(arrow + 1)));
-        if (chromosome == 0) probabilities.push_back(0.0F);
-        chromosome = 1 - chromosome;
+        if (nodes.size() % 2 == 0) probabilities.push_back(0.0F);
+        nodes.push_back(step_byte(number(word.substr(0, arrow)), number(word.substr(arrow + 1))));
     }
-    if (chromosome != 0) throw std::runtime_error("half a transition");
-    graph.pushTrans(T);
+    if (nodes.size() % 2 != 0) throw std::runtime_error("half a transition");
+    graph.pushTrans(nodes);
     const unsigned first = graph.trans_offset.back();
     for (std::size_t k = 0; k < probabilities.size(); ++k)
         graph.trans_prob[first + k] = graph.trans_store[first + k] = probabilities[k];
 }
 
 void add_segment(genotype_graph& graph, const std::string& line) {
-    std::vector<std::vector<bool>> candidates;
-    for (const std::string& word :
-         words_of(line.substr(line.find('[') + 1, line.find(']') - line.find('[') - 1)))
-        candidates.push_back(bits(word));
-    graph.pushHaps(candidates);
+    const std::string text = line.substr(line.find('[') + 1, line.find(']') - line.find('[') - 1);
+    const std::vector<std::string> candidates = words_of(text);
+    graph.pushHaps(haplotype(text), static_cast<int>(candidates.size()));
     for (std::size_t i = 0; i < candidates[0].size(); ++i) {
         bool differ = false;
         for (const auto& candidate : candidates) differ = differ || candidate[i] != candidates[0][i];
-        graph.site_ambiguous.push_back(differ);
-        graph.site_missing.push_back(false);
+        graph.site_ambiguous.push_back(std::uint64_t{differ}, 1);
+        graph.site_missing.push_back(std::uint64_t{0}, 1);
     }
 }
 

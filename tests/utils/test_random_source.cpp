@@ -39,11 +39,8 @@ TEST(RandomSource, FirstDrawsByHand) {
 }
 
 TEST(RandomSource, SeedsZeroAndOneGiveOneStream) {
-    random_source random(0);
-    std::vector<double> zero;
-    for (int i = 0; i < 100; ++i) zero.push_back(random.draw());
-    random_source random(1);
-    for (int i = 0; i < 100; ++i) EXPECT_EQ(random.draw(), zero[i]);
+    random_source zero(0), one(1);
+    for (int i = 0; i < 100; ++i) EXPECT_EQ(zero.draw(), one.draw());
 }
 
 TEST(RandomSource, DeadSeedStartsAnew) {
@@ -91,7 +88,7 @@ TEST(RandomSource, ThreadsShareOutOneStream) {
     std::vector<std::vector<double>> draws(n_threads);
     std::vector<std::thread> threads;
     for (auto& own : draws)
-        threads.emplace_back([&own] {
+        threads.emplace_back([&own, &random] {
             for (int i = 0; i < n_draws; ++i) own.push_back(random.draw());
         });
     for (std::thread& thread : threads) thread.join();
@@ -131,10 +128,9 @@ TEST(DrawIndex, LastEntryIsTheFallback) {
 TEST(DrawIndex, RunningSumMustPassTheBound) {
     for (long seed = 1; seed <= 50; ++seed) {
         const double u = plain_draw(seed);
-        random_source random(seed);
-        EXPECT_EQ(random.draw_index({u, 1.0}, 1.0), 1) << "equal to the bound";
-        random_source random(seed);
-        EXPECT_EQ(random.draw_index({std::nextafter(u, 2.0), 1.0}, 1.0), 0) << "just above it";
+        random_source at(seed), above(seed);
+        EXPECT_EQ(at.draw_index({u, 1.0}, 1.0), 1) << "equal to the bound";
+        EXPECT_EQ(above.draw_index({std::nextafter(u, 2.0), 1.0}, 1.0), 0) << "just above it";
     }
 }
 
