@@ -65,10 +65,8 @@ class genotype_graph {
     int n_groups() const { return static_cast<int>(trans_count.size()); }
     int n_loci() const { return static_cast<int>(site_missing.size()); }
 
-    /// Transitions are compared at byte positions (twice the transition index), pairs as unordered:
-    /// equal left pairs, equal right pairs, and whether `b` can follow `a`. All give 1 or 0.
-    int equalP(unsigned a, unsigned b) const;
-    int equalN(unsigned a, unsigned b) const;
+    /// Whether transition `b` can follow `a`, 1 or 0: the unordered pairs in the middle are equal.
+    /// Transitions are named by byte positions, twice their indexes.
     int linked(unsigned a, unsigned b) const {
         const int right0 = trans_nodes[a] >> 4, right1 = trans_nodes[a + 1] >> 4;
         const int left0 = trans_nodes[b] & 15, left1 = trans_nodes[b + 1] & 15;
@@ -81,8 +79,6 @@ class genotype_graph {
     int candidate(int s, int c) const {
         return static_cast<int>(seg_offset[s] + static_cast<unsigned>(c) * seg_length[s]);
     }
-    /// Segment that holds locus `l`, or -1.
-    int getB(int l) const;
     /// Widens the loci `from` to `to`, both inclusive, to whole segments. A `to` past the end is clamped.
     segment_range getClosestBoundaries(int from, int to) const;
 

@@ -17,6 +17,8 @@ class genotype_source {
 
     /// Identifiers of the individuals that are kept, in the order of the input.
     virtual const std::vector<std::string>& individuals() const = 0;
+    /// Number of variants to come, where it is known before they are read, else 0.
+    virtual int n_expected() const { return 0; }
     /// Replaces the content of the block, which is one of these individuals, by the next variants: 64, or all
     /// that are left. False when none was left; the whole file has been checked then.
     virtual bool read(genotype_block& block) = 0;
