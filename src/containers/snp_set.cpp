@@ -23,8 +23,11 @@ double interpolate(const std::vector<int>& pos, const std::vector<double>& cm, i
 }  // namespace
 
 std::span<snp> snp_set::getByPos(int pos) {
-    const auto same = std::ranges::equal_range(snp_list, pos, {}, &snp::bp);
-    return {same.begin(), same.end()};
+    const auto is_before = [](const snp& s, int position) { return s.bp < position; };
+    const auto is_behind = [](int position, const snp& s) { return position < s.bp; };
+    const auto first = std::lower_bound(snp_list.begin(), snp_list.end(), pos, is_before);
+    const auto end = std::upper_bound(first, snp_list.end(), pos, is_behind);
+    return {first, end};
 }
 
 void snp_set::indexing() {

@@ -99,14 +99,15 @@ class genotype_graph {
 
     /// Draws a walk with trans_prob as weights (all equal when `uniform`) and writes its two haplotypes into
     /// haps[indexes[0]] and haps[indexes[1]]. Throws myException when no weight is left or one is NaN.
-    void sample(std::vector<chaplotype>& haps, haplotype_indexes indexes, bool uniform,
+    void sample(std::vector<chaplotype>& haps, const haplotype_indexes& indexes, bool uniform,
                 random_source& random) const;
     /// Finds the best walk over trans_store (Viterbi 1967) and writes its haplotypes.
-    void maximize(std::vector<chaplotype>& haps, haplotype_indexes indexes, random_source& random) const;
+    void maximize(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,
+                  random_source& random) const;
     /// Writes the haplotypes of a walk, given as one position within its group for each group. Where both
     /// chromosomes come from one candidate, chance decides which of them takes which way.
-    void buildGuesses(std::vector<chaplotype>& haps, haplotype_indexes indexes, const std::vector<int>& path,
-                      random_source& random) const;
+    void buildGuesses(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,
+                      const std::vector<int>& path, random_source& random) const;
     /// Sets further flags so that a kept transition (by index in the graph) has a kept one linked on each
     /// side; returns how many it set. One sweep may leave dead ends, so callers repeat until it returns 0.
     unsigned int consolide(std::vector<bool>& kept) const;

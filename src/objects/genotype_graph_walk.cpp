@@ -14,7 +14,7 @@ constexpr double SMALLEST_SUM = 1e-300;
 
 }  // namespace
 
-void genotype_graph::sample(std::vector<chaplotype>& haps, haplotype_indexes indexes, bool uniform,
+void genotype_graph::sample(std::vector<chaplotype>& haps, const haplotype_indexes& indexes, bool uniform,
                             random_source& random) const {
     std::vector<int> path(n_groups(), -1);
     std::vector<double> w;
@@ -59,7 +59,7 @@ void genotype_graph::check_weights(const std::vector<double>& w, double sum, int
                       " / i=" + name + " b=" + sutils::int2str(g) + " sp=" + sutils::double2str(sum, 10));
 }
 
-void genotype_graph::maximize(std::vector<chaplotype>& haps, haplotype_indexes indexes,
+void genotype_graph::maximize(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,
                               random_source& random) const {
     std::vector<std::vector<double>> delta(n_groups());
     std::vector<std::vector<int>> back(n_groups());
@@ -92,7 +92,7 @@ void genotype_graph::maximize(std::vector<chaplotype>& haps, haplotype_indexes i
     buildGuesses(haps, indexes, path, random);
 }
 
-void genotype_graph::buildGuesses(std::vector<chaplotype>& haps, haplotype_indexes indexes,
+void genotype_graph::buildGuesses(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,
                                   const std::vector<int>& path, random_source& random) const {
     int c0 = 0, c1 = 0, pos = 0;
     for (int s = 0; s + 1 < static_cast<int>(path.size()); ++s) {

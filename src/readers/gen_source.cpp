@@ -9,10 +9,10 @@ namespace {
 
 /// Indexes of the fields of a GEN line; -1 for one that it lacks.
 struct gen_layout {
-    int alt_id, chr, id, position, a0, a1, probabilities;
+    int chr, id, position, a0, a1, probabilities;
 };
-constexpr gen_layout OLD_LAYOUT = {0, -1, 1, 2, 3, 4, 5};
-constexpr gen_layout NEW_LAYOUT = {1, 0, 2, 3, 4, 5, 6};
+constexpr gen_layout OLD_LAYOUT = {-1, 1, 2, 3, 4, 5};
+constexpr gen_layout NEW_LAYOUT = {0, 2, 3, 4, 5, 6};
 
 /// Rescales three probabilities to sum 1, rounding to float after each step; all zero becomes a genotype
 /// that no threshold from 0.5 up calls.
