@@ -32,8 +32,10 @@ namespace {
     argv.push_back(nullptr);
     const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (nothing < 0 || ::dup2(nothing, STDIN_FILENO) < 0 || ::chdir(folder.path().c_str()) != 0) ::_exit(126);
+    // Opened first: `prepare` may give up the right to enter the folder that holds the program.
+    const int program = ::open(TOLVANE_PROGRAM, O_PATH | O_CLOEXEC);
     prepare();
-    ::execv(TOLVANE_PROGRAM, argv.data());
+    ::fexecve(program, argv.data(), environ);
     ::_exit(127);
 }
 
