@@ -249,6 +249,20 @@ INSTANTIATE_TEST_SUITE_P(
                     crash{"cluster_main_0", "--burn 0 --prune 1 --states 8 --cluster_main 0", SIGFPE, ""}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
+TEST(command_line, trees_of_too_little_end_by_an_assertion) {
+    const auto ends_by = [](const e2e::study& data, const std::string& options, const std::string& text) {
+        const auto end = run(data.folder(), USUAL + "--burn 0 --prune 1 --main 1 " + options);
+        EXPECT_EQ(end.signal, SIGABRT) << options;
+        EXPECT_NE(end.err.find("Assertion `" + text + "' failed"), std::string::npos) << options << end.err;
+    };
+    const e2e::study few_people, enough(100, 0.6);
+    ends_by(few_people, "--states 8 --cluster-size 10", "n.first>0&&n.second>0");
+    const auto bim = support::lines_of(enough.read("study.bim"));
+    enough.write("few.txt", e2e::words(bim.front())[3] + "\n" + e2e::words(bim.back())[3] + "\n");
+    ends_by(enough, "--states 8 --cluster-size 10 --window 0.1 --include-snp few.txt",
+            "(output[i] - prev) > 0");
+}
+
 TEST(command_line, a_step_of_0_in_a_phase_without_iterations_does_no_harm) {
     const e2e::study data;
     EXPECT_EQ(run(data.folder(), USUAL + "--burn 0 --prune 1 --main 1 --states 8 --cluster_burn 0").status,
