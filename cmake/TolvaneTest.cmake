@@ -2,11 +2,8 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-function(tolvane_test name)
-  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
-  add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
-  target_link_libraries(${name} PRIVATE tolvane_core tolvane_test_support GTest::gtest_main ${ARG_LIBS})
-  target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
+# Options of all code that is only for tests.
+function(tolvane_test_options name)
   # The optimiser would take minutes over code of tests, which need not be quick.
   if(TOLVANE_SANITIZE)
     target_compile_options(${name} PRIVATE -O0)
@@ -17,5 +14,13 @@ function(tolvane_test name)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     target_compile_options(${name} PRIVATE -Wno-array-bounds -Wno-stringop-overflow)
   endif()
+endfunction()
+
+function(tolvane_test name)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE tolvane_core tolvane_test_support GTest::gtest_main ${ARG_LIBS})
+  tolvane_test_options(${name})
+  target_precompile_headers(${name} REUSE_FROM tolvane_test_support)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600)
 endfunction()
