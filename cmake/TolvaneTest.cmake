@@ -1,16 +1,16 @@
-# tolvane_test(NAME SOURCE... [LIBS lib...]): one GoogleTest program, each of its tests known to ctest.
+# tolvane_test(NAME SOURCE... [LIBS lib...]): a GoogleTest program, with each of its tests registered with ctest.
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-# Options of all code that is only for tests.
+# Compiler options of test code.
 function(tolvane_test_options name)
-  # The optimiser would take minutes over code of tests, which need not be quick.
+  # Less optimisation: compiling takes minutes otherwise, and tests need not be fast.
   if(TOLVANE_SANITIZE)
     target_compile_options(${name} PRIVATE -O0)
   else()
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   endif()
-  # At -O1 GCC 12 warns of copies out of bounds inside its own std::string.
+  # At -O1 GCC 12 gives false warnings about out-of-bounds copies in std::string.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     target_compile_options(${name} PRIVATE -Wno-array-bounds -Wno-stringop-overflow)
   endif()

@@ -22,14 +22,14 @@ simulation::Settings settings_of(int individuals, double megabases, int panel_in
     return settings;
 }
 
-/// The old GEN layout with a chromosome column in front.
+/// The new GEN layout: the old one after a chromosome column.
 std::string with_chromosome(const std::string& gen) {
     std::string text;
     for (const std::string& line : support::lines_of(gen)) text += "20 " + line + "\n";
     return text;
 }
 
-/// Genotypes 0, 1, 2 in output alleles; a variant of one allele may be turned by the checks.
+/// Number of copies of `allele`. The output may have the alleles in another order than the input.
 int copies_of(const std::string& allele, const evaluation::Site& site, bool a, bool b) {
     return ((a ? site.allele1 : site.allele0) == allele) + ((b ? site.allele1 : site.allele0) == allele);
 }

@@ -34,8 +34,8 @@ class study {
     simulation::Cohort simulated;
 };
 
-/// Checks what holds for the output of every run: each kept individual and variant appears once and in order,
-/// the output alleles agree with every genotype that was given, and the rest is filled in.
+/// Checks what every output has to fulfil: each kept person and variant appears once and in order, the output
+/// alleles agree with every given genotype, and missing genotypes are imputed.
 /// `haps` and `sample` are paths of the output, `prefix` that of the Plink set.
 void expect_law_of_phasing(const std::string& prefix, const std::string& haps, const std::string& sample);
 

@@ -3,22 +3,22 @@
 #include "program.h"
 #include "study.h"
 
-// How good the phase is, on simulated cohorts whose true haplotypes are known. Each bound lies a tenth or so
-// above the largest rate seen over seeds, and below what a faulty model gives. A run with one thread gives
-// the same rates each time; those of several threads vary by a few percent of themselves.
+// Accuracy on simulated cohorts whose true haplotypes are known. Each bound is about a tenth above the
+// largest rate of several seeds, and below the rates of faulty models. With one thread the rates are
+// reproducible; with several they vary between runs by some 5 % of their value.
 
 namespace {
 
-/// Largest rates accepted, in percent.
+/// Upper bounds of error rates, in percent.
 struct bounds {
-    double switches;  // switch errors, of pairs of neighbouring heterozygous sites
-    double filling;   // wrong genotypes, of those that were missing
+    double switches;  // of pairs of neighbouring heterozygous sites
+    double filling;   // of missing genotypes, which the run imputes
 };
 
 struct phasing_task {
     const char* name;
     simulation::Settings settings;
-    double read_depth;  // of the GEN form; 0 takes the BED form
+    double read_depth;  // of the GEN file; 0: input is the BED file
     std::string options;
     bounds most;
 };
@@ -67,19 +67,19 @@ INSTANTIATE_TEST_SUITE_P(
         phasing_task{"one_thread", settings(21, 200, 1.5, 0.05), 0, "--states 40", {3.1, 3.8}},
         phasing_task{"four_threads", settings(21, 200, 1.5, 0.05), 0, "--states 40 -T 4", {3.1, 3.8}},
         phasing_task{"uncertain_genotypes", settings(51, 150, 1.5, 0), 12, "--states 40", {1.55, 2.95}},
-        // Short windows, in which identical haplotypes are common.
+        // In short windows identical haplotypes are common.
         phasing_task{"early_stopping",
                      settings(21, 200, 1.5, 0.05),
                      0,
                      "--early-stopping --window 0.2 --states 30",
                      {3.3, 4.1}},
-        // A tree of many small clusters, so that it matters which haplotypes it offers.
+        // With many small clusters the choice of haplotypes matters.
         phasing_task{"trees",
                      settings(41, 1500, 0.4, 0.05),
                      0,
                      "--cluster-size 20 --states 10 --window 0.4",
                      {2.7, 5.6}},
-        // Just enough people for a cluster of 4,000 haplotypes.
+        // --fast needs more than 4,000 haplotypes.
         phasing_task{"fast",
                      settings(14, 2050, 0.4, 0.05),
                      0,

@@ -12,8 +12,8 @@ const std::string LINE =
     "-B study -M study.map -R study.panel.haps.gz study.panel.legend.gz study.panel.sample -O out -L run.log "
     "--seed 3 --burn 1 --prune 1 --main 2 --states 12 ";
 
-/// Replaces the panel by the true haplotypes of the study: whoever copies from it phases without error. Lines
-/// are in falling order of position, and every second one names its alleles the other way round.
+/// Replaces the panel by the true haplotypes of the study: copying from it gives the correct phase. Lines are
+/// in descending order of position, and every second one has its alleles in the other order.
 void make_panel_of_truth(const e2e::study& data) {
     std::string legend, rows, people = "sample population\n";
     bool is_swapped = false;
@@ -33,17 +33,16 @@ void make_panel_of_truth(const e2e::study& data) {
     data.write("study.panel.sample", people);
 }
 
-/// Runs with a panel of the true haplotypes and expects them, and with one of strangers, which is of less
-/// help.
+/// Expects a panel with the true haplotypes to give the correct phase, and one of other people not to.
 void expect_panel_to_matter(const e2e::study& data, const std::string& options) {
     ASSERT_EQ(run(data.folder(), LINE + options).status, 0);
     e2e::expect_law_of_phasing(data.at("study"), data.at("out.haps"), data.at("out.sample"));
-    const evaluation::Score strangers = data.score();
+    const evaluation::Score others = data.score();
     make_panel_of_truth(data);
     ASSERT_EQ(run(data.folder(), LINE + options).status, 0);
     e2e::expect_law_of_phasing(data.at("study"), data.at("out.haps"), data.at("out.sample"));
     const evaluation::Score truth = data.score();
-    EXPECT_GT(strangers.switch_error_rate(), 0.02);
+    EXPECT_GT(others.switch_error_rate(), 0.02);
     EXPECT_LT(truth.switch_error_rate(), 0.002);
     EXPECT_GT(truth.filled, 20);
     EXPECT_LT(truth.filling_error_rate(), 0.02);
@@ -66,9 +65,9 @@ TEST(panel, is_copied_from_with_trees_and_threads) {
     expect_panel_to_matter(e2e::study(80, 0.6, 80), "--cluster-size 40 -T 2");
 }
 
-TEST(panel, an_uncovered_study_is_refused_and_the_exclusion_list_mends_it) {
+TEST(panel, an_uncovered_study_is_refused_unless_the_listed_variants_are_excluded) {
     const e2e::study data(10, 0.6, 15);
-    // The fourth variant of the study leaves the panel, legend and row.
+    // Removes the fourth variant of the study from the panel.
     auto legend = support::lines_of(support::gunzip(data.read("study.panel.legend.gz")));
     auto rows = support::lines_of(support::gunzip(data.read("study.panel.haps.gz")));
     const std::string position = e2e::words(support::lines_of(data.read("study.bim"))[3])[3];

@@ -46,7 +46,7 @@ struct variation {
     int individuals = 30;
 };
 
-// A tree's first split is refused, and the run with it, when its random draws happen to meet every haplotype.
+// With fewer people the random pairs of a tree's first split may cover all haplotypes, which ends the run.
 constexpr int ENOUGH_FOR_TREES = 150;
 
 void PrintTo(const variation& v, std::ostream* out) {
