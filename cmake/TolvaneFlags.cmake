@@ -1,12 +1,12 @@
-# Flags of every target of the project, carried by one interface target.
+# Compiler and linker flags of all targets, in one interface target.
 add_library(tolvane_flags INTERFACE)
 target_compile_options(tolvane_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
-  # Same bits on every machine: products and sums are rounded one by one, never fused.
+  # Identical results on every machine: no fused multiply-add.
   -ffp-contract=off
-  # Assertions name a source file by its place in the project, not on the building machine.
+  # Assertions print source paths relative to the project.
   -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
-# GCC 12 warns of impossible overlaps inside its own std::string operator+ (its bug 105651).
+# GCC 12 gives false warnings about overlaps in std::string operator+ (GCC bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(tolvane_flags INTERFACE -Wno-restrict)
 endif()
@@ -18,9 +18,9 @@ if(TOLVANE_SANITIZE)
     -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(tolvane_flags INTERFACE -fsanitize=${TOLVANE_SANITIZE})
 endif()
-# Should a damaged file ever find a slip, it ends the run and does no more. Sanitizers watch over all this and
-# more themselves. -fPIE and not CMake's own property, which takes -fPIC for libraries: calls that might be
-# replaced from outside are not inlined.
+# If damaged input ever triggers a memory error, the run ends there. Not with sanitizers, which detect more. -fPIE
+# instead of CMake's property, which uses -fPIC for libraries and so prevents inlining of functions that could be
+# interposed.
 set(TOLVANE_IS_HARDENED FALSE)
 if(TOLVANE_HARDENING AND CMAKE_BUILD_TYPE MATCHES "Rel" AND NOT TOLVANE_SANITIZE AND NOT TOLVANE_COVERAGE)
   set(TOLVANE_IS_HARDENED TRUE)

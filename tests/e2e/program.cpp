@@ -32,8 +32,10 @@ namespace {
     argv.push_back(nullptr);
     const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (nothing < 0 || ::dup2(nothing, STDIN_FILENO) < 0 || ::chdir(folder.path().c_str()) != 0) ::_exit(126);
+    // Opened first: after `prepare` the process may not be allowed to enter the folder of the program.
+    const int program = ::open(TOLVANE_PROGRAM, O_PATH | O_CLOEXEC);
     prepare();
-    ::execv(TOLVANE_PROGRAM, argv.data());
+    ::fexecve(program, argv.data(), environ);
     ::_exit(127);
 }
 
@@ -58,7 +60,7 @@ background_run::background_run(const support::temporary_folder& folder, const st
     if (process > 0) return;
     ::alarm(120);
     become_program(folder, words(line), [] {
-        // Whoever has started the tests in the background may have had these ignored.
+        // Ignored signals are inherited, for instance from a shell that runs the tests in the background.
         for (const int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, SIG_DFL);
         const int nothing = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
         ::dup2(nothing, STDOUT_FILENO);

@@ -13,17 +13,17 @@ namespace e2e {
 
 using arguments = std::vector<std::string>;
 
-/// Cuts a command line at blanks.
+/// Splits a command line at blanks.
 arguments words(const std::string& line);
 
 /// Runs the program with `folder` as its current folder.
 support::child_end run(const support::temporary_folder& folder, const arguments& args);
 support::child_end run(const support::temporary_folder& folder, const std::string& line);
-/// The same after `prepare`, which changes what the process is given: limits, environment, open files.
+/// The same after calling `prepare` in the new process, which may change limits, environment and open files.
 support::child_end run(const support::temporary_folder& folder, const std::string& line,
                        const std::function<void()>& prepare);
 
-/// The program running by itself, without a console. Killed at the end of the object if it still runs.
+/// The program running in the background, without a console. The destructor kills it if it still runs.
 class background_run {
   public:
     background_run(const support::temporary_folder& folder, const std::string& line);
@@ -32,7 +32,7 @@ class background_run {
     background_run& operator=(const background_run&) = delete;
 
     void signal(int number) const;
-    /// Waits for its end: the exit status, or 128 and the number of the signal that ended it, as in a shell.
+    /// Waits for its end and returns the exit status, or 128 + the number of the signal that ended it.
     int wait();
 
   private:

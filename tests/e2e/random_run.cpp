@@ -10,8 +10,8 @@ namespace e2e {
 
 namespace {
 
-constexpr int ENOUGH_FOR_PLAIN = 10;  // people; fewer may not find five haplotypes to copy from
-constexpr int ENOUGH_FOR_TREES = 70;  // people; of fewer haplotypes a tree may find nothing to split
+constexpr int ENOUGH_FOR_PLAIN = 10;  // people; with fewer, five conditioning haplotypes may not be found
+constexpr int ENOUGH_FOR_TREES = 70;  // people; with fewer, the first split of a tree may fail
 
 std::string text_of(int number) {
     return std::to_string(number);
@@ -70,12 +70,12 @@ void random_run::spoil_genotypes() {
         for (int& genotype : variant.genotypes)
             if (chance(percent_missing)) genotype = NOT_CALLED;
     }
-    if (chance(10))  // a person without any genotype, which the checks refuse
+    if (chance(10))  // a person without any genotype, which ends the run
         for (drawn_variant& variant : variants) variant.genotypes[0] = NOT_CALLED;
 }
 
-/// Positions met twice, positions taken out by a sign, and alleles not known. A panel has to match each
-/// variant by position and alleles, so only a part of this is done where there is one.
+/// Duplicate positions, negative positions, and unknown alleles. A panel has to match each variant by
+/// position and alleles, so with a panel only some of this is done.
 void random_run::spoil_variants() {
     const bool with_odd_ones = chance(40);
     for (std::size_t v = 1; with_odd_ones && v < variants.size(); ++v) {
@@ -130,7 +130,7 @@ void random_run::filter_positions() {
     for (const int position : named) list += text_of(position) + " and a remark\n";
     int from = 0, to = 1000000000;
     if (chance(50)) {
-        // A tree finds nothing to split in a window of few variants.
+        // The first split of a tree may fail in a window with few variants.
         from = std::abs(has_trees ? variants.front().position : one_of(variants).position) + draw(0, 1);
         to = from + draw(has_trees ? 800000 : 1, 1000000);
         command += " --input-from " + text_of(from) + " --input-to " + text_of(to);
@@ -202,14 +202,14 @@ void random_run::write_plink() {
         " -B " + put("study.bed", bed, false) + " " + put("study.bim", bim) + " " + put("study.fam", fam);
 }
 
-/// Three probabilities that stand for the genotype under the threshold, or for none. They need not sum to 1.
+/// Three probabilities for which the threshold calls this genotype, or none. They need not sum to 1.
 std::string random_run::probabilities(int genotype) {
     if (genotype == NOT_CALLED && chance(50)) return "0 0 0";
     while (true) {
         int p[3] = {draw(0, 1000), draw(0, 1000), draw(0, 1000)};
         if (genotype != NOT_CALLED) {
             p[genotype] += draw(0, 100000);
-            if (threshold == 1.0 || chance(50)) {  // certain, as called elsewhere
+            if (threshold == 1.0 || chance(50)) {  // a certain genotype
                 p[0] = p[1] = p[2] = 0;
                 p[genotype] = one_of<int>({1000, 500, 2});
             }
@@ -219,7 +219,7 @@ std::string random_run::probabilities(int genotype) {
         bool is_close = sum == 0;
         for (int g = 0; g < 3; ++g) {
             if (p[g] >= threshold * sum) call = g;
-            // Too close to tell what rounding makes of it, but for a plain 1.
+            // Too close to the threshold: rounding decides, except for exactly 1.
             is_close |= std::abs(p[g] - threshold * sum) < 0.001 * sum && p[g] < sum;
         }
         if (call != genotype || is_close) continue;
@@ -236,7 +236,7 @@ std::string random_run::gen_line(std::size_t v, layout form) {
                        text_of(variant.position) + " " + variant.a0 + " " + variant.a1;
     for (int& genotype : variant.genotypes) {
         line += " " + probabilities(genotype);
-        // In the old layout a variant of one allele, named twice, has nothing else to carry.
+        // In the old layout all calls of a variant that names one allele twice are homozygous.
         if (is_old && variant.a0 == variant.a1 && genotype != NOT_CALLED) genotype = 0;
     }
     return line + "\n";
@@ -270,8 +270,7 @@ void random_run::write_map() {
     command += " -M " + put("study.map", map);
 }
 
-/// The legend may name the alleles the other way round, the rows stand in any order, and some are of no
-/// variant of the study.
+/// The legend may have the alleles in the other order, rows are shuffled, and some match no study variant.
 void random_run::write_panel() {
     struct row {
         std::string legend, alleles;

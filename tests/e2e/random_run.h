@@ -18,8 +18,8 @@ struct drawn_variant {
     std::vector<int> genotypes;
 };
 
-/// A whole run that a seed draws: input files in any form, with filters and options, and what the input says
-/// about the output. The files are written, and the expectations told, without any code of the program.
+/// A whole run drawn from a seed: input files in any form, filters and options, and what the output has to
+/// agree with. It uses no code of the program.
 class random_run {
   public:
     explicit random_run(unsigned seed);
@@ -32,7 +32,7 @@ class random_run {
     std::vector<std::string> people;
     std::vector<drawn_variant> variants;
     std::vector<std::string> panel_people;
-    /// Which of them the filters keep.
+    /// Whether the filters keep each of them.
     std::vector<bool> person_kept, variant_kept, panel_person_kept;
 
     bool from_gen = false;
@@ -64,7 +64,7 @@ class random_run {
     std::string probabilities(int genotype);
     void write_map();
     void write_panel();
-    /// Writes a text under this name or one with an ending for compression; returns the name.
+    /// Writes a text under this name, or compressed with `.gz` or `.bz2` appended; returns the name.
     std::string put(const std::string& name, std::string text, bool may_have_crlf = true);
 
     std::mt19937 random;

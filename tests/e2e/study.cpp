@@ -12,24 +12,24 @@ namespace e2e {
 
 namespace {
 
-simulation::Cohort simulate(int individuals, double megabases, int panel_individuals, int seed) {
+simulation::Settings settings_of(int individuals, double megabases, int panel_individuals, int seed) {
     simulation::Settings settings;
     settings.seed = static_cast<std::uint64_t>(seed);
     settings.individuals = individuals;
     settings.panel_individuals = panel_individuals;
     settings.megabases = megabases;
     settings.missing_rate = 0.02;
-    return simulation::simulate(settings);
+    return settings;
 }
 
-/// The old GEN layout with a chromosome column in front.
+/// The new GEN layout: the old one after a chromosome column.
 std::string with_chromosome(const std::string& gen) {
     std::string text;
     for (const std::string& line : support::lines_of(gen)) text += "20 " + line + "\n";
     return text;
 }
 
-/// Genotypes 0, 1, 2 in output alleles; a variant of one allele may be turned by the checks.
+/// Number of copies of `allele`. The output may have the alleles in another order than the input.
 int copies_of(const std::string& allele, const evaluation::Site& site, bool a, bool b) {
     return ((a ? site.allele1 : site.allele0) == allele) + ((b ? site.allele1 : site.allele0) == allele);
 }
@@ -37,12 +37,16 @@ int copies_of(const std::string& allele, const evaluation::Site& site, bool a, b
 }  // namespace
 
 study::study(int individuals, double megabases, int panel_individuals, int seed)
-    : simulated(simulate(individuals, megabases, panel_individuals, seed)) {
+    : study(settings_of(individuals, megabases, panel_individuals, seed)) {}
+
+study::study(const simulation::Settings& settings, double read_depth)
+    : simulated(simulation::simulate(settings)) {
     const std::string prefix = at("study");
     simulation::write_bed(simulated, prefix);
-    simulation::write_gen(simulated, prefix, false, 0);
+    simulation::write_gen(simulated, prefix, false, read_depth);
     simulation::write_map(simulated, prefix, false);
-    if (panel_individuals > 0) simulation::write_panel(simulated, prefix);
+    simulation::write_truth(simulated, prefix, false);
+    if (settings.panel_individuals > 0) simulation::write_panel(simulated, prefix);
     const std::string gen = read("study.gen");
     write("study.gen.gz", support::gzip(gen));
     write("study.gen.bz2", support::bzip2(gen));
@@ -51,6 +55,15 @@ study::study(int individuals, double megabases, int panel_individuals, int seed)
 
 std::string study::read(const std::string& name) const {
     return support::read_file(at(name));
+}
+
+evaluation::Score study::score(bool from_gen) const {
+    constexpr double DEFAULT_THRESHOLD = 0.9;
+    const auto truth = evaluation::read_phased(at("study.truth.haps"), at("study.truth.sample"));
+    const auto given = from_gen ? evaluation::read_gen(at("study.gen"), at("study.sample"), DEFAULT_THRESHOLD)
+                                : evaluation::read_plink(at("study"));
+    const auto estimate = evaluation::read_phased(at("out.haps"), at("out.sample"));
+    return evaluation::evaluate({.truth = truth, .given = &given}, estimate).total();
 }
 
 void expect_law_of_phasing(const std::string& prefix, const std::string& haps, const std::string& sample) {

@@ -28,7 +28,7 @@ std::string field(const e2e::study& data, const std::string& file, int line, int
     return e2e::words(support::lines_of(data.read(file))[line])[at];
 }
 
-/// One way to spoil a good study, and the end that it comes to.
+/// A way to make a valid study invalid, and the message that ends the run.
 struct spoiled {
     const char* name;
     std::function<void(const e2e::study&)> spoil;
@@ -166,7 +166,7 @@ INSTANTIATE_TEST_SUITE_P(
                 }}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
-/// Texts that are the same study, written another way.
+/// The same study, written in another way.
 struct rewritten {
     const char* name;
     std::function<std::string(const std::string&)> rewrite;

@@ -22,7 +22,7 @@ void PrintTo(const refusal& r, std::ostream* out) {
     *out << r.name;
 }
 
-/// Values that the options' checks refuse: the message is the last line of console and log.
+/// Values out of range: the message is the last line of console and log.
 class refused_values : public testing::TestWithParam<refusal> {};
 
 TEST_P(refused_values, end_with_status_1_and_their_message) {
@@ -114,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(
         refusal{"too_many_threads_of_text", USUAL + "--thread -2", "You must use at least 1 thread"}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
-TEST(command_line, an_empty_name_is_told_as_a_file_that_cannot_be_opened) {
+TEST(command_line, an_empty_name_is_reported_as_a_file_that_cannot_be_opened) {
     const support::temporary_folder folder;
     const auto end = run(folder, e2e::arguments{"-B", "", "b", "c", "-M", "m", "-O", "out", "-L", "run.log"});
     EXPECT_EQ(end.status, 1);
@@ -148,7 +148,7 @@ INSTANTIATE_TEST_SUITE_P(command_line, option_syntax,
                          testing::Values(syntax_error{"unknown", "--bogus 1", "bogus"},
                                          syntax_error{"no_integer", "--burn seven", "seven"},
                                          syntax_error{"fraction", "--states 10.5", "10.5"},
-                                         // Marks that the parser's own messages use.
+                                         // Placeholders in the messages of the option parser.
                                          syntax_error{"mark_as_value", "--seed %value%", "('%value%')"},
                                          syntax_error{"mark_as_option", "--%option% 1", "'--%option%'"},
                                          syntax_error{"too_large", "--seed 99999999999", "99999999999"},
@@ -192,7 +192,7 @@ TEST(command_line, is_repeated_in_the_log) {
               "Options : --burn 3 -L run.txt --seed 7 stray");
 }
 
-TEST(command_line, a_log_that_cannot_be_created_is_told_on_standard_error) {
+TEST(command_line, a_log_that_cannot_be_created_is_reported_on_standard_error) {
     const support::temporary_folder folder;
     const auto end = run(folder, "-L absent/run.log");
     EXPECT_EQ(end.status, 1);
@@ -248,6 +248,20 @@ INSTANTIATE_TEST_SUITE_P(
                     crash{"cluster_prune_0", "--burn 0 --cluster_prune 0", SIGFPE, ""},
                     crash{"cluster_main_0", "--burn 0 --prune 1 --states 8 --cluster_main 0", SIGFPE, ""}),
     [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST(command_line, trees_of_too_little_end_by_an_assertion) {
+    const auto ends_by = [](const e2e::study& data, const std::string& options, const std::string& text) {
+        const auto end = run(data.folder(), USUAL + "--burn 0 --prune 1 --main 1 " + options);
+        EXPECT_EQ(end.signal, SIGABRT) << options;
+        EXPECT_NE(end.err.find("Assertion `" + text + "' failed"), std::string::npos) << options << end.err;
+    };
+    const e2e::study few_people, enough(100, 0.6);
+    ends_by(few_people, "--states 8 --cluster-size 10", "n.first>0&&n.second>0");
+    const auto bim = support::lines_of(enough.read("study.bim"));
+    enough.write("few.txt", e2e::words(bim.front())[3] + "\n" + e2e::words(bim.back())[3] + "\n");
+    ends_by(enough, "--states 8 --cluster-size 10 --window 0.1 --include-snp few.txt",
+            "(output[i] - prev) > 0");
+}
 
 TEST(command_line, a_step_of_0_in_a_phase_without_iterations_does_no_harm) {
     const e2e::study data;

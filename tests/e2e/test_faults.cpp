@@ -18,9 +18,9 @@
 #include "study.h"
 #include "support/files.h"
 
-// What happens to a run from outside: full disks, limits, signals, other runs, damaged input. The law in all
-// of it: a run is complete (status 0, "Running time: " at the end of its log) and its files are whole, or it
-// is neither, and tells why if it could.
+// External faults: full disks, limits, signals, other runs, damaged input. In all cases either the run is
+// complete (status 0, "Running time: " at the end of its log) and so are all its files, or neither is, and
+// the run gives the reason if possible.
 
 namespace {
 
@@ -35,10 +35,10 @@ bool log_says_complete(const std::string& log) {
     return !lines.empty() && lines.back().starts_with("Running time: ") && log.back() == '\n';
 }
 
-/// Checks that a run ended with status 1 and a message, and that nothing of it looks complete.
+/// Checks that a run ended with status 1 and a message, and that it does not look complete.
 void expect_refusal(const e2e::study& data, const support::child_end& end, const std::string& what) {
     EXPECT_EQ(end.status, 1) << what << "\n" << end.out << end.err;
-    // Perhaps behind an unfinished line of progress, or before one of another thread.
+    // The message may follow an unfinished progress line, or precede one of another thread.
     EXPECT_NE(e2e::plain(end.out).find("ERROR: "), std::string::npos) << what << "\n" << end.out << end.err;
     EXPECT_FALSE(log_says_complete(data.read("run.log"))) << what;
 }
@@ -52,7 +52,7 @@ void sleep_milliseconds(int n) {
     std::this_thread::sleep_for(std::chrono::milliseconds(n));
 }
 
-/// Waits until the run writing this log has come to its iterations.
+/// Waits until the run that writes run.log has started its iterations.
 void wait_for_iterations(const e2e::study& data) {
     for (int i = 0; i < 6000; ++i) {
         if (std::filesystem::exists(data.at("run.log")) &&
@@ -63,8 +63,8 @@ void wait_for_iterations(const e2e::study& data) {
     FAIL() << "the run hasn't come to its iterations";
 }
 
-/// A pipe in the place of a file: who opens it to write waits for the program to open it to read, and the
-/// program waits for the text.
+/// Replaces a file by a named pipe: opening it for writing waits until the program opens it for reading, and
+/// the program waits for the text.
 void replace_by_pipe(const e2e::study& data, const std::string& name) {
     std::filesystem::remove(data.at(name));
     ASSERT_EQ(::mkfifo(data.at(name).c_str(), 0600), 0);
@@ -78,11 +78,11 @@ TEST(faults, a_limit_of_file_size_ends_in_a_message_or_whole_files) {
     for (const std::string& name : names) whole.push_back(data.read(name));
     int n_failed = 0, n_complete = 0;
 #if defined(__SANITIZE_THREAD__)
-    constexpr rlim_t LEAST = 97;  // this sanitizer writes a small file of its own when a program starts
+    constexpr rlim_t LEAST = 97;  // this sanitizer writes a small file when a program starts
 #else
     constexpr rlim_t LEAST = 0;
 #endif
-    // The console is a pipe, to which the limit does not apply, and large enough for all of the text.
+    // The console is a pipe: it is not limited, and large enough for the whole output.
     for (rlim_t limit = LEAST; limit < 8000; limit += limit < 1600 ? 97 : 900) {
         int console[2];
         ASSERT_EQ(::pipe(console), 0);
@@ -115,7 +115,7 @@ TEST(faults, too_little_memory_ends_in_a_message) {
     const auto run_within = [&data](rlim_t kilobytes, const std::string& line) {
         return run(data.folder(), line, [kilobytes] { set_limit(RLIMIT_AS, kilobytes * 1024); });
     };
-    // Below this the system cannot even load the program, and what it does then is its own affair.
+    // With less memory the system cannot load the program.
     rlim_t least = 5000;
     while (run_within(least, "--help").status != 0) least += 100;
     for (const std::string threads : {"1", "3"}) {
@@ -178,12 +178,20 @@ TEST(faults, the_folder_of_the_log_that_goes_while_running_ends_the_run) {
     EXPECT_EQ(data.read("out.haps"), "");
 }
 
-/// Runs on each cut of a file and expects the same end: a refusal that names what `message` tells.
+// Programs with sanitizers start slowly, so these tests take fewer steps there. Unit tests truncate streams
+// at every byte with sanitizers, too.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t BYTE_STEP = 7;
+#else
+constexpr std::size_t BYTE_STEP = 1;
+#endif
+
+/// Truncates a file at every byte and expects a refusal each time, with a message that `is_expected` accepts.
 void expect_every_cut_refused(const e2e::study& data, const std::string& name, const std::string& line,
                               const std::function<bool(const std::string&)>& is_expected) {
     const std::string whole = data.read(name);
     ASSERT_EQ(run(data.folder(), line + " -O out -L run.log").status, 0);
-    for (std::size_t size = 0; size < whole.size(); ++size) {
+    for (std::size_t size = 0; size < whole.size(); size += BYTE_STEP) {
         data.write(name, whole.substr(0, size));
         const auto end = run(data.folder(), line + " -O out -L run.log");
         const std::string what = name + " cut to " + std::to_string(size);
@@ -198,7 +206,7 @@ auto is(const std::string& message) {
     return [message](const std::string& found) { return found == "ERROR: " + message; };
 }
 
-/// A study that the position window makes as small as it gets: a dozen variants of nine people.
+/// For short runs.
 const std::string OPTIONS = " -M study.map --seed 1 --burn 0 --prune 1 --main 1 --states 8";
 
 std::string first_lines(const std::string& text, std::size_t n) {
@@ -251,7 +259,7 @@ TEST(faults, a_plain_gen_file_cut_within_a_line_is_refused_and_at_its_end_is_sho
         data.write("study.gen", gen.substr(0, size));
         const auto end = run(data.folder(), "-G study" + OPTIONS + " -O out -L run.log");
         const std::string what = "cut to " + std::to_string(size);
-        if (size == last_line || size + 1 >= gen.size()) {  // the line end itself may be absent
+        if (size == last_line || size + 1 >= gen.size()) {  // the last line needs no line end
             EXPECT_EQ(end.status, 0) << what << end.out;
             EXPECT_EQ(support::lines_of(data.read("out.haps")).size(), size == last_line ? 2U : 3U) << what;
         } else {
@@ -272,7 +280,7 @@ TEST(faults, a_compressed_file_with_any_byte_changed_is_refused_or_reads_right) 
         const std::string line = "-G " + name + " study.sample" + OPTIONS + " -O out -L run.log";
         ASSERT_EQ(run(data.folder(), line).status, 0);
         const std::string haplotypes = data.read("out.haps");
-        for (std::size_t at = 0; at < good.size(); ++at) {
+        for (std::size_t at = 0; at < good.size(); at += BYTE_STEP) {
             std::string bad = good;
             bad[at] = static_cast<char>(bad[at] ^ (1 << at % 8));
             data.write(name, bad);
@@ -286,7 +294,7 @@ TEST(faults, a_compressed_file_with_any_byte_changed_is_refused_or_reads_right) 
                 EXPECT_EQ(data.read("out.haps"), haplotypes) << what;
         }
     }
-    EXPECT_GT(n_refused, 10 * n_right);  // some bytes of the gzip head tell nothing about the data
+    EXPECT_GT(n_refused, 10 * n_right);  // some header bytes of gzip do not affect the data
 }
 
 TEST(faults, an_unreadable_file_is_named) {
@@ -386,7 +394,7 @@ TEST(faults, a_second_run_with_the_same_output_is_refused_and_does_no_harm) {
     EXPECT_TRUE(log_says_complete(data.read("run.log")));
     std::filesystem::remove(data.at("study.map"));
     data.write("study.map", map);
-    EXPECT_EQ(run(data.folder(), SHORT + "-O out -L run.log").status, 0);  // nothing stays taken
+    EXPECT_EQ(run(data.folder(), SHORT + "-O out -L run.log").status, 0);  // no lock is left
 }
 
 TEST(faults, runs_may_share_an_output_that_is_no_file) {
@@ -448,8 +456,7 @@ TEST(faults, the_locale_changes_nothing) {
     const std::string haplotypes = data.read("out.haps");
     const auto numbers = [](const std::string& log) { return log.substr(log.find("Parameters")); };
     const std::string log = data.read("run.log");
-    // The first one is made here, where the system has what it takes; a locale that is not known is like
-    // none.
+    // The first locale is created here, if the system can. The program has to ignore an unknown one.
     const std::string make = "localedef -i de_DE -f UTF-8 '" + data.at("de_DE.UTF-8") + "' > /dev/null 2>&1";
     const bool is_made = std::system(make.c_str()) == 0;
     for (const char* locale : {"de_DE.UTF-8", "no_SUCH.locale"}) {

@@ -15,12 +15,12 @@ using e2e::NOT_CALLED;
 using e2e::random_run;
 using support::lines_of;
 
-/// What the checks make of a variant of the kept people, counted anew.
+/// A variant as it has to appear in the output, and its counts over the kept people.
 struct expected_variant {
     std::string id;
     int position = 0;
     std::string a0, a1;                     // as the output names them
-    std::vector<int> genotypes;             // copies of that a1; NOT_CALLED where anything may be filled in
+    std::vector<int> genotypes;             // copies of that a1; NOT_CALLED if any value may be imputed
     int n_missing = 0, n_a0 = 0, n_a1 = 0;  // as the input counts them
 
     bool is_monomorphic() const { return n_a0 == 0 || n_a1 == 0; }
@@ -63,7 +63,7 @@ struct expectation {
         }
     }
 
-    /// The message that ends a run in which somebody or some variant has no genotype; empty without one.
+    /// The message that ends a run in which a person or a variant has no genotype; empty if there is none.
     std::string refusal() const {
         const auto n_people =
             std::count(missing_of_person.begin(), missing_of_person.end(), static_cast<int>(variants.size()));
@@ -118,8 +118,8 @@ void expect_side_files(const random_run& drawn, const expectation& expected) {
     EXPECT_EQ(opened(drawn, "run.snp.mm"), variants);
 }
 
-/// Checks that the log has the line "  * COUNT TEXT" once, or no such line where `always` is false and the
-/// count 0.
+/// Checks that the log has the line "  * COUNT TEXT" once, or no such line if the count is 0 and `always` is
+/// false.
 void expect_count(const std::string& log, long count, const std::string& text, bool always = false) {
     std::vector<std::string> found, expected;
     const std::regex head("  \\* [0-9]+ ");
@@ -130,7 +130,7 @@ void expect_count(const std::string& log, long count, const std::string& text, b
     EXPECT_EQ(found, expected);
 }
 
-/// Counts and expects kept and left out entries.
+/// Checks the numbers of included and excluded entries.
 void expect_counts_of(const std::string& log, const std::vector<bool>& kept, const std::string& things,
                       int each = 1) {
     const auto n_kept = std::count(kept.begin(), kept.end(), true);
@@ -176,7 +176,7 @@ void expect_log(const std::string& log, const random_run& drawn, const expectati
     EXPECT_EQ(std::stol(placed[1]) + std::stol(placed[2]), n_variants);
 }
 
-/// Environment variables, since ctest hands on no arguments.
+/// Environment variables, because ctest passes no arguments to the tests.
 unsigned from_environment(const char* name, unsigned otherwise) {
     const char* text = std::getenv(name);
     return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
@@ -206,14 +206,14 @@ TEST_P(law_of_phasing, holds) {
 
 constexpr unsigned N_RUNS = 100;
 
-// A run is named by its seed. TOLVANE_LAW_RUNS and TOLVANE_LAW_SEED change their number and the first seed.
+// Runs are named by seed. TOLVANE_LAW_RUNS and TOLVANE_LAW_SEED set their number and the first seed.
 INSTANTIATE_TEST_SUITE_P(random_runs, law_of_phasing,
                          testing::Range(from_environment("TOLVANE_LAW_SEED", 1),
                                         from_environment("TOLVANE_LAW_SEED", 1) +
                                             from_environment("TOLVANE_LAW_RUNS", N_RUNS)),
                          [](const auto& tested) { return std::to_string(tested.param); });
 
-// Were most runs refused, or all of one kind, the law would tell little.
+// If most runs were refused, or all were alike, the test above would show little.
 TEST(random_runs, are_of_all_kinds) {
     std::map<std::string, int> n;
     for (unsigned seed = 1; seed <= N_RUNS; ++seed) {

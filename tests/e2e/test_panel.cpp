@@ -12,7 +12,43 @@ const std::string LINE =
     "-B study -M study.map -R study.panel.haps.gz study.panel.legend.gz study.panel.sample -O out -L run.log "
     "--seed 3 --burn 1 --prune 1 --main 2 --states 12 ";
 
-TEST(panel, joins_the_conditioning_set_and_is_not_written) {
+/// Replaces the panel by the true haplotypes of the study: copying from it gives the correct phase. Lines are
+/// in descending order of position, and every second one has its alleles in the other order.
+void make_panel_of_truth(const e2e::study& data) {
+    std::string legend, rows, people = "sample population\n";
+    bool is_swapped = false;
+    for (const std::string& line : support::lines_of(data.read("study.truth.haps"))) {
+        const auto fields = e2e::words(line);  // two identifiers, position, two alleles, digits
+        is_swapped = !is_swapped;
+        std::string row;
+        for (std::size_t f = 5; f < fields.size(); ++f) row += (fields[f] == "1") != is_swapped ? "1 " : "0 ";
+        rows = row + "\n" + rows;
+        legend = "x " + fields[2] + " " +
+                 (is_swapped ? fields[4] + " " + fields[3] : fields[3] + " " + fields[4]) + "\n" + legend;
+    }
+    for (std::size_t i = 0; i < data.cohort().study_ids.size(); ++i)
+        people += "panel" + std::to_string(i) + " p\n";
+    data.write("study.panel.haps.gz", support::gzip(rows));
+    data.write("study.panel.legend.gz", support::gzip("id position a0 a1\n" + legend));
+    data.write("study.panel.sample", people);
+}
+
+/// Expects a panel with the true haplotypes to give the correct phase, and one of other people not to.
+void expect_panel_to_matter(const e2e::study& data, const std::string& options) {
+    ASSERT_EQ(run(data.folder(), LINE + options).status, 0);
+    e2e::expect_law_of_phasing(data.at("study"), data.at("out.haps"), data.at("out.sample"));
+    const evaluation::Score others = data.score();
+    make_panel_of_truth(data);
+    ASSERT_EQ(run(data.folder(), LINE + options).status, 0);
+    e2e::expect_law_of_phasing(data.at("study"), data.at("out.haps"), data.at("out.sample"));
+    const evaluation::Score truth = data.score();
+    EXPECT_GT(others.switch_error_rate(), 0.02);
+    EXPECT_LT(truth.switch_error_rate(), 0.002);
+    EXPECT_GT(truth.filled, 20);
+    EXPECT_LT(truth.filling_error_rate(), 0.02);
+}
+
+TEST(panel, is_counted_and_not_written) {
     const e2e::study data(10, 0.6, 15);
     const auto end = run(data.folder(), LINE);
     ASSERT_EQ(end.status, 0) << end.out;
@@ -21,16 +57,17 @@ TEST(panel, joins_the_conditioning_set_and_is_not_written) {
     EXPECT_NE(end.out.find("  * All variants have been found in the reference panel\n"), std::string::npos);
 }
 
-TEST(panel, works_with_trees_and_threads) {
-    const e2e::study data(80, 0.6, 70);
-    const auto end = run(data.folder(), LINE + "--cluster-size 40 -T 2");
-    ASSERT_EQ(end.status, 0) << end.out;
-    e2e::expect_law_of_phasing(data.at("study"), data.at("out.haps"), data.at("out.sample"));
+TEST(panel, is_copied_from) {
+    expect_panel_to_matter(e2e::study(20, 1.0, 20), "");
 }
 
-TEST(panel, an_uncovered_study_is_refused_and_the_exclusion_list_mends_it) {
+TEST(panel, is_copied_from_with_trees_and_threads) {
+    expect_panel_to_matter(e2e::study(80, 0.6, 80), "--cluster-size 40 -T 2");
+}
+
+TEST(panel, an_uncovered_study_is_refused_unless_the_listed_variants_are_excluded) {
     const e2e::study data(10, 0.6, 15);
-    // The fourth variant of the study leaves the panel, legend and row.
+    // Removes the fourth variant of the study from the panel.
     auto legend = support::lines_of(support::gunzip(data.read("study.panel.legend.gz")));
     auto rows = support::lines_of(support::gunzip(data.read("study.panel.haps.gz")));
     const std::string position = e2e::words(support::lines_of(data.read("study.bim"))[3])[3];
@@ -55,6 +92,7 @@ TEST(panel, an_uncovered_study_is_refused_and_the_exclusion_list_mends_it) {
 
     data.write("list.txt", data.read("run.snp.strand.exclude"));
     EXPECT_EQ(run(data.folder(), line + "--exclude-snp list.txt").status, 0);
+    EXPECT_EQ(support::lines_of(data.read("out.haps")).size(), rows.size() - 1);
 }
 
 TEST(panel, rows_beyond_the_legend_are_counted_in_a_warning) {

@@ -43,7 +43,7 @@ void run_program(const support::temporary_folder& folder, const std::string& arg
     ASSERT_EQ(end.status, 0) << end.out << end.err;
 }
 
-/// The log without what differs from run to run.
+/// The log without date and running time.
 std::string comparable(const std::string& log) {
     const std::string dated = std::regex_replace(log, std::regex("Date    : [^\n]*"), "Date    : <date>");
     return std::regex_replace(dated, std::regex("Running time: [0-9]+"), "Running time: <n>");
