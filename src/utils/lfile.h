@@ -3,8 +3,8 @@
 #include <fstream>
 #include <string>
 
-/// The one sink of all messages: duplicates the console into a log file, and is the only way in which the
-/// program reports failure. There is no lock: workers write progress lines under their stage's mutex.
+/// Prints all messages of the program to the console and duplicates them in a log file. There is no lock:
+/// run_pass makes sure that only one thread at a time prints progress.
 class lfile {
   public:
     /// Opens `name` for writing, with ".log" appended unless its extension is exactly "log".
@@ -16,7 +16,7 @@ class lfile {
     /// The log file's name as opened, or as it would be opened for `name`.
     const std::string& name() const { return file; }
     static std::string nameFor(const std::string& name);
-    /// The text before the last ".", or the whole text when there is none: what side files are named after.
+    /// The text before the last ".", or the whole text if there is none. Side files are named after it.
     static std::string getPrefix(const std::string& text);
 
     void muteL() { verbose_l = false; }
