@@ -2,9 +2,9 @@
 add_library(tolvane_flags INTERFACE)
 target_compile_options(tolvane_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
-  # Same bits on every machine: products and sums are rounded one by one, never fused.
+  # Same results on every machine: no fused multiply-add.
   -ffp-contract=off
-  # Assertions name a source file by its place in the project, not on the building machine.
+  # Assertions show source paths relative to the project.
   -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
 # GCC 12 warns of impossible overlaps inside its own std::string operator+ (its bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
@@ -18,9 +18,9 @@ if(TOLVANE_SANITIZE)
     -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(tolvane_flags INTERFACE -fsanitize=${TOLVANE_SANITIZE})
 endif()
-# Should a damaged file ever find a slip, it ends the run and does no more. Sanitizers watch over all this and
-# more themselves. -fPIE and not CMake's own property, which takes -fPIC for libraries: calls that might be
-# replaced from outside are not inlined.
+# If a damaged file ever triggers a memory error, the run ends and does no further harm. Sanitizers check this
+# and more themselves. -fPIE is set here since CMake's own property uses -fPIC for libraries, which prevents
+# inlining of calls that might be replaced at load time.
 set(TOLVANE_IS_HARDENED FALSE)
 if(TOLVANE_HARDENING AND CMAKE_BUILD_TYPE MATCHES "Rel" AND NOT TOLVANE_SANITIZE AND NOT TOLVANE_COVERAGE)
   set(TOLVANE_IS_HARDENED TRUE)

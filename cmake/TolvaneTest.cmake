@@ -1,4 +1,5 @@
-# tolvane_test(NAME SOURCE... [LIBS lib...]): one GoogleTest program, each of its tests known to ctest.
+# tolvane_test(NAME SOURCE... [LIBS lib...]): adds a GoogleTest program and registers each of its tests with
+# ctest.
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
@@ -7,7 +8,7 @@ function(tolvane_test name)
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE tolvane_core tolvane_test_support GTest::gtest_main ${ARG_LIBS})
   target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
-  # The optimiser would take minutes over code of tests, which need not be quick.
+  # Optimising the test code would take minutes, and it need not be fast.
   if(TOLVANE_SANITIZE)
     target_compile_options(${name} PRIVATE -O0)
   else()
