@@ -25,7 +25,7 @@ TEST(Int2str, ListsAreSeparatedByBlanks) {
     EXPECT_EQ(sutils::int2str(std::vector<int>{1, -2, 30}), "1 -2 30");
 }
 
-TEST(Bool2str, OneCharacterAnEntry) {
+TEST(Bool2str, OneCharacterPerEntry) {
     EXPECT_EQ(sutils::bool2str({}), "");
     EXPECT_EQ(sutils::bool2str({true, false, false, true}), "1001");
 }
@@ -47,7 +47,7 @@ TEST(Double2str, FixedNotation) {
 }
 
 TEST(Date2str, LocalTime) {
-    // 2009-02-13 23:31:30 UTC, in whatever zone this machine stands.
+    // 2009-02-13 23:31:30 UTC, in the time zone of this machine.
     const long time = 1234567890;
     const std::time_t seconds = time;
     const std::tm* parts = std::localtime(&seconds);
@@ -65,7 +65,7 @@ TEST(Date2str, HoldsUpTo127Bytes) {
     EXPECT_EQ(sutils::date2str(&time, std::string(128, 'x')), "");
 }
 
-TEST(Tokenize, CutsAtRunsOfBlanksAndTabs) {
+TEST(Tokenize, SplitsAtRunsOfBlanksAndTabs) {
     struct row {
         const char* name;
         std::string line;
@@ -80,7 +80,7 @@ TEST(Tokenize, CutsAtRunsOfBlanksAndTabs) {
         {"leading gaps", "  \ta", {"a"}},
         {"gaps at the end", "a b \t", {"a", "b"}},
         {"carriage return at the end", "a b\r", {"a", "b"}},
-        {"carriage return behind a blank", "a b \r", {"a", "b"}},
+        {"carriage return after a blank", "a b \r", {"a", "b"}},
         {"a lone carriage return", "\r", {}},
         {"one carriage return is dropped", "a\r\r", {"a\r"}},
         {"carriage return inside", "a\rb c", {"a\rb", "c"}},
@@ -96,7 +96,7 @@ TEST(Tokenize, CutsAtRunsOfBlanksAndTabs) {
     }
 }
 
-TEST(Tokenize, StopsOnceEnoughIsTaken) {
+TEST(Tokenize, StopsAfterNFields) {
     struct row {
         int most;
         std::vector<std::string> expected;
@@ -124,7 +124,7 @@ TEST(Tokenize, FindsTheFieldsOfRandomLines) {
     }
 }
 
-TEST(Str2int, NumberAtTheHead) {
+TEST(Str2int, NumberAtTheStart) {
     struct row {
         const char* text;
         int expected;
@@ -140,7 +140,7 @@ TEST(Str2int, ReadsOnlyItsField) {
     EXPECT_EQ(sutils::str2int(std::string_view(line).substr(0, 1), "map", 1), 1);
 }
 
-TEST(Str2int, RefusesWhatNoIntHolds) {
+TEST(Str2int, OutOfRangeStopsTheRun) {
     for (const std::string text :
          {"2147483648", "-2147483649", "99999999999999999999", "-99999999999999999999", "4294967296"})
         EXPECT_TRUE(support::stops_with(
@@ -148,7 +148,7 @@ TEST(Str2int, RefusesWhatNoIntHolds) {
             [&] { sutils::str2int(text, "map.txt", 3); }));
 }
 
-TEST(Str2double, NumberAtTheHead) {
+TEST(Str2double, NumberAtTheStart) {
     struct row {
         const char* text;
         double expected;
@@ -209,7 +209,7 @@ TEST(FieldCursor, TakesThreeBitsOnlyInTheirUsualForm) {
           " 1\t0 0 1 0", " 1 0 0\t1 0", " 1 0 / 1 0 0", " 1 0 -1 0 0"}) {
         sutils::field_cursor cursor(line), plain(line);
         EXPECT_EQ(cursor.next_three_bits(), -1) << '"' << line << '"';
-        EXPECT_EQ(cursor.next(), plain.next()) << "nothing is taken";
+        EXPECT_EQ(cursor.next(), plain.next()) << "no field is taken";
     }
 }
 
@@ -222,8 +222,8 @@ TEST(Str2double, ReadsOnlyItsField) {
     EXPECT_EQ(sutils::str2double(fields[2]), 1.0);
 }
 
-// strtod alone passes over white space that is no gap between fields, and then takes the next field.
-TEST(Str2double, FieldOfOtherWhiteSpaceIsNoNumber) {
+// strtod skips white space that does not separate fields, and would then read the next field.
+TEST(Str2double, OtherWhiteSpaceIsNotANumber) {
     const std::string line = "\v 0.5";
     std::vector<std::string_view> fields;
     sutils::tokenize(line, fields);
