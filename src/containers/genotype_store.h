@@ -22,8 +22,7 @@ class genotype_store {
     int n_individuals() const { return static_cast<int>(ind_ids.size()); }
     /// Reserves memory for `n` variants.
     void reserve(int n);
-    /// Appends the variants of a block with their genotypes. Bits past the last variant of the block must be
-    /// 0.
+    /// Appends the variants of a block with their genotypes. Bits past its last variant must be 0.
     void append(genotype_block&& block);
     /// Makes all genotypes of variant `v` homozygous for a0. Returns how many were missing.
     int resetSnp(int v);

@@ -62,8 +62,7 @@ class chaplotype {
     int size() const { return static_cast<int>(n); }
     /// Appends alleles after the last locus.
     void push_back(const std::vector<bool>& alleles);
-    /// Appends `count` alleles, at most 64. Bit j of `alleles` is the j-th one; bits from `count` on must be
-    /// 0.
+    /// Appends `count` alleles, at most 64. Bit j of `alleles` is the j-th one; the bits above must be 0.
     void push_back(std::uint64_t alleles, int count);
     /// Appends the alleles of `count` loci of another haplotype, from locus `first` on.
     void push_back(const chaplotype& o, int first, int count);

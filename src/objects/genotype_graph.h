@@ -23,7 +23,8 @@ struct segment_range {
 /// Indexes of the two haplotypes of an individual in a list of haplotypes.
 using haplotype_indexes = std::array<int, 2>;
 
-/// Every haplotype pair that one individual's genotypes allow, in a size linear in the number of variants.
+/// All haplotype pairs that are consistent with one individual's genotypes, in a size linear in the number of
+/// variants.
 ///
 /// The loci are cut into consecutive segments. Each segment lists the few candidate haplotypes that are
 /// consistent with the genotypes. Between segments there are groups of transitions; each transition moves

@@ -7,7 +7,7 @@
 /// `tolerate_empty` they are only reported.
 void check_missing(const genotype_counts& counts, bool tolerate_empty = false);
 
-/// Repairs variants with only one observed allele: it becomes a0, and all genotypes, missing ones included,
+/// Repairs monomorphic variants: the observed allele becomes a0, and all genotypes, missing ones included,
 /// become homozygous for it. Reference haplotypes keep their bits even if the variant is flipped. Reports how
 /// many variants and genotypes were changed, and the number of singletons.
 void repair_monomorphic(genotype_store& store, const genotype_counts& counts);

@@ -20,7 +20,7 @@ bool binary2bool(std::vector<bool>& bits, std::istream& stream);
 
 /// Writes the length as a 4-byte int, then the bytes.
 void write_string(const std::string& text, ofile& file);
-/// Reads a text stored by write_string, up to its first zero byte; false when it is cut short. A negative
+/// Reads a text stored by write_string, up to its first zero byte; false if it is truncated. A negative
 /// length ends the run.
 bool read_string(std::string& text, ifile& file);
 

@@ -36,8 +36,8 @@ class lfile {
 
     /// A yellow "WARNING:" on the console whether muted or not, a plain one in the log. The run goes on.
     void warning(const std::string& message);
-    /// The same with "ERROR:", then the end of the process with status 1, at once and from any thread: no
-    /// destructor runs that another thread might still need. Both streams are flushed first.
+    /// The same with "ERROR:", and then ends the process with status 1. May be called from any thread: no
+    /// destructors run, since other threads may still use the objects. Both streams are flushed first.
     [[noreturn]] void error(const std::string& message);
 
   private:
