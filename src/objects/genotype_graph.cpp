@@ -4,34 +4,7 @@
 
 #include "utils/assertion.h"
 
-namespace {
-
-bool same_pair(int a0, int a1, int b0, int b1) {
-    return (a0 == b0 && a1 == b1) || (a0 == b1 && a1 == b0);
-}
-
-}  // namespace
-
 genotype_graph::genotype_graph(const std::string& individual) : name(individual) {}
-
-int genotype_graph::equalP(unsigned a, unsigned b) const {
-    return same_pair(trans_nodes[a] & 15, trans_nodes[a + 1] & 15, trans_nodes[b] & 15,
-                     trans_nodes[b + 1] & 15);
-}
-
-int genotype_graph::equalN(unsigned a, unsigned b) const {
-    return same_pair(trans_nodes[a] >> 4, trans_nodes[a + 1] >> 4, trans_nodes[b] >> 4,
-                     trans_nodes[b + 1] >> 4);
-}
-
-int genotype_graph::getB(int l) const {
-    int end = 0;
-    for (int s = 0; s < n_segments(); ++s) {
-        end += static_cast<int>(seg_length[s]);
-        if (l < end) return s;
-    }
-    return -1;
-}
 
 segment_range genotype_graph::getClosestBoundaries(int from, int to) const {
     segment_range range{-1, n_loci() - 1, -1, n_segments() - 1};

@@ -67,11 +67,8 @@ class genotype_graph {
     int n_groups() const { return static_cast<int>(trans_count.size()); }
     int n_loci() const { return static_cast<int>(site_missing.size()); }
 
-    /// Compare two transitions, given by byte position (twice the transition index), with pairs as unordered:
-    /// equal left pairs (equalP), equal right pairs (equalN), and whether `b` can follow `a` (linked). All
-    /// return 1 or 0.
-    int equalP(unsigned a, unsigned b) const;
-    int equalN(unsigned a, unsigned b) const;
+    /// Returns 1 if transition `b` can follow `a`: the right pair of `a` and the left pair of `b` are equal
+    /// as unordered pairs; else 0. A transition is given by its byte position, twice its index.
     int linked(unsigned a, unsigned b) const {
         const int right0 = trans_nodes[a] >> 4, right1 = trans_nodes[a + 1] >> 4;
         const int left0 = trans_nodes[b] & 15, left1 = trans_nodes[b + 1] & 15;
@@ -84,8 +81,6 @@ class genotype_graph {
     int candidate(int s, int c) const {
         return static_cast<int>(seg_offset[s] + static_cast<unsigned>(c) * seg_length[s]);
     }
-    /// Segment that contains locus `l`, or -1.
-    int getB(int l) const;
     /// Widens the loci `from` to `to`, both inclusive, to whole segments. A `to` past the end is clamped.
     segment_range getClosestBoundaries(int from, int to) const;
 

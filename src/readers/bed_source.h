@@ -16,6 +16,7 @@ class bed_source : public genotype_source {
                const filter_reader& filter);
 
     const std::vector<std::string>& individuals() const override { return ids; }
+    int n_expected() const override { return static_cast<int>(variants.size()); }
     bool read(genotype_block& block) override;
 
   private:

@@ -4,6 +4,7 @@
 
 genotype_store read_study(genotype_source& source) {
     genotype_store store(source.individuals());
+    store.reserve(source.n_expected());
     genotype_block block(source.individuals().size());
     while (source.read(block)) store.append(std::move(block));
     store.snps.indexing();

@@ -17,6 +17,8 @@ class genotype_source {
 
     /// Identifiers of the kept individuals, in the order of the input.
     virtual const std::vector<std::string>& individuals() const = 0;
+    /// Number of variants, if it is known before they are read, else 0.
+    virtual int n_expected() const { return 0; }
     /// Replaces the content of the block, which must have one word for each of these individuals, by the next
     /// 64 variants or all that are left. Returns false if none was left; then the whole file has been
     /// checked.

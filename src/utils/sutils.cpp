@@ -15,13 +15,6 @@ namespace sutils {
 
 namespace {
 
-template <class Value>
-std::string joined(const std::vector<Value>& values, const std::string& separator) {
-    std::ostringstream text;
-    for (std::size_t i = 0; i < values.size(); ++i) text << (i == 0 ? "" : separator) << values[i];
-    return text.str();
-}
-
 template <class Field>
 int cut(const std::string& line, std::vector<Field>& fields, std::size_t most) {
     fields.clear();
@@ -41,14 +34,8 @@ constexpr std::size_t NO_LIMIT = std::numeric_limits<std::size_t>::max();
 std::string int2str(int value) {
     return std::to_string(value);
 }
-std::string int2str(const std::vector<int>& values) {
-    return joined(values, " ");
-}
 std::string long2str(long value) {
     return std::to_string(value);
-}
-std::string bool2str(const std::vector<bool>& values) {
-    return joined(values, "");
 }
 
 std::string double2str(double value, int precision) {
@@ -57,13 +44,6 @@ std::string double2str(double value, int precision) {
     if (precision > 0) text << std::setprecision(precision);
     text << value;
     return text.str();
-}
-
-std::string double2str(const std::vector<double>& values, int precision) {
-    std::vector<std::string> texts;
-    texts.reserve(values.size());
-    for (const double value : values) texts.push_back(double2str(value, precision));
-    return joined(texts, " ");
 }
 
 std::string date2str(const long* time, const std::string& format) {

@@ -12,15 +12,9 @@
 namespace sutils {
 
 std::string int2str(int value);
-/// Entries separated by one blank.
-std::string int2str(const std::vector<int>& values);
 std::string long2str(long value);
-/// One character "0" or "1" per entry.
-std::string bool2str(const std::vector<bool>& values);
 /// Fixed notation with `precision` decimals, 6 when it is not above 0.
 std::string double2str(double value, int precision = 0);
-/// Entries separated by one blank.
-std::string double2str(const std::vector<double>& values, int precision = 0);
 /// Local time of `time` (seconds since 1970) in the form of strftime, up to 127 bytes.
 std::string date2str(const long* time, const std::string& format);
 

@@ -108,7 +108,10 @@ const std::vector<any_file> FILES = {
      [](const std::string& file, const temporary_folder&) {
          gmap_reader map;
          map.readGeneticMapFile(file);
-         return sutils::int2str(map.map_pos) + ";" + sutils::double2str(map.map_cm, 3);
+         std::string text;
+         for (std::size_t i = 0; i < map.map_pos.size(); ++i)
+             text += std::to_string(map.map_pos[i]) + " " + sutils::double2str(map.map_cm[i], 3) + ";";
+         return text;
      }},
     {"bim", "study.bim", BIM,
      [](const std::string& file, const temporary_folder& folder) {

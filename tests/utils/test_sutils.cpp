@@ -19,17 +19,6 @@ TEST(Int2str, DecimalText) {
     EXPECT_EQ(sutils::long2str(-1), "-1");
 }
 
-TEST(Int2str, ListsAreSeparatedByBlanks) {
-    EXPECT_EQ(sutils::int2str(std::vector<int>{}), "");
-    EXPECT_EQ(sutils::int2str(std::vector<int>{5}), "5");
-    EXPECT_EQ(sutils::int2str(std::vector<int>{1, -2, 30}), "1 -2 30");
-}
-
-TEST(Bool2str, OneCharacterPerEntry) {
-    EXPECT_EQ(sutils::bool2str({}), "");
-    EXPECT_EQ(sutils::bool2str({true, false, false, true}), "1001");
-}
-
 TEST(Double2str, FixedNotation) {
     struct row {
         double value;
@@ -41,9 +30,6 @@ TEST(Double2str, FixedNotation) {
                          row{0.375, 2, "0.38"}, row{1e-300, 10, "0.0000000000"}, row{5.0, 5, "5.00000"}})
         EXPECT_EQ(sutils::double2str(r.value, r.precision), r.expected);
     EXPECT_EQ(sutils::double2str(1.25), "1.250000");
-    EXPECT_EQ(sutils::double2str(std::vector<double>{1.0, 2.5}, 1), "1.0 2.5");
-    EXPECT_EQ(sutils::double2str(std::vector<double>{}), "");
-    EXPECT_EQ(sutils::double2str(std::vector<double>{0.5}), "0.500000");
 }
 
 TEST(Date2str, LocalTime) {
