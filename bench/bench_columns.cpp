@@ -1,18 +1,19 @@
-// The copying model's column step: inside a segment, forward beside backward, across a boundary, and the sums
-// over pairs of candidates at a boundary; by every kernel set that this machine has. An item is one value of
-// a column, or one product of a pair sum.
+// The column steps of the copying model: inside a segment, both passes interleaved, across a boundary, and
+// the pair sums at a boundary, with every kernel set that this machine supports. An item is one value of a
+// column, or one product of a pair sum.
 #include <list>
 #include <random>
 
+#include "comparison.h"
 #include "models/column_kernels.h"
 #include "models/column_kernels_plain.h"
-#include "twins.h"
 
 namespace {
 
 using namespace column_kernels;
 
-/// A step from one column to itself, plain and in lanes. The values stay where they are from call to call.
+/// A step from one column to another, for the reference implementation and for the kernels. Its input does
+/// not change, so that calls can be repeated.
 struct position {
     position(int n, int K, unsigned seed)
         : plain_step{K, 0.001 / K, 0.999, {}, {}}, plain_from(n, K), plain_to(n, K) {
@@ -56,7 +57,7 @@ struct position {
     column_kernels::step fast_step{};
 };
 
-std::list<position> positions;  // outlive the registration
+std::list<position> positions;  // must outlive the registered benchmarks
 
 position& at(int n, int K, unsigned seed) {
     return positions.emplace_back(n, K, seed);

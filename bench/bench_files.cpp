@@ -1,15 +1,15 @@
-// Reading BED and GEN, decoding BED, writing HAPS. An item is one genotype; the rate of bytes is that of the
-// file as it lies on the disk.
+// Reading BED and GEN, decoding BED, writing HAPS. An item is one genotype; the byte rate refers to the file
+// on disk.
 #include <filesystem>
 #include <list>
 #include <random>
 
 #include "cohort.h"
+#include "comparison.h"
 #include "readers/bed_decoding.h"
 #include "readers/bed_source.h"
 #include "readers/gen_source.h"
 #include "tools/cohort_files.h"
-#include "twins.h"
 #include "utils/lfile.h"
 #include "utils/streams.h"
 #include "writers/haplotype_writer.h"
@@ -28,7 +28,7 @@ double size_of(const std::string& file) {
     return static_cast<double>(std::filesystem::file_size(file));
 }
 
-/// Whether the store holds the genotypes that the cohort has.
+/// Whether the store has the genotypes of the cohort.
 bool holds(const genotype_store& store, const bench::cohort& data) {
     for (int l = 0; l < store.snps.size(); ++l) {
         const auto observed = simulation::observed_genotypes(data.simulated, l);

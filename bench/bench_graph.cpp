@@ -1,21 +1,20 @@
-// The graphs of genotypes: building, drawing a walk, the best walk, pruning and merging; and the trees of
-// haplotypes. An item is one locus of one individual, or one haplotype of a tree.
+// Genotype graphs: building, sampling a walk, the best walk, pruning and merging; and trees of haplotypes. An
+// item is one locus of one individual, or one haplotype of a tree.
 #include <algorithm>
 #include <cmath>
 #include <list>
 
 #include "cohort.h"
+#include "comparison.h"
 #include "selection/haplotypeCluster_builder.h"
-#include "twins.h"
 
 namespace {
 
 std::list<bench::cohort> cohorts;
 std::list<genotype_graph> graphs;
 
-/// Whether the two haplotypes of individual 0 agree with what its graph lets through at every locus:
-/// candidates that don't fit the genotypes are in no walk, so a true walk reproduces the sites that are not
-/// ambiguous.
+/// Whether the two haplotypes of individual 0 agree with its graph at every locus. No walk has a candidate
+/// that is inconsistent with the genotypes, so a correct walk reproduces the unambiguous loci.
 bool fits(const bench::cohort& data, const genotype_graph& graph) {
     const chaplotype &h0 = data.haplotypes.vecH[0], &h1 = data.haplotypes.vecH[1];
     for (int l = 0; l < graph.n_loci(); ++l) {
@@ -25,8 +24,8 @@ bool fits(const bench::cohort& data, const genotype_graph& graph) {
     return true;
 }
 
-/// Gives the pairs of each segment probabilities that prefer few of them by far, as the copying model does,
-/// and each transition the product of those of the pairs that it joins.
+/// Gives the pairs of each segment probabilities that strongly prefer a few of them, as the copying model
+/// does, and each transition the product of those of its two pairs.
 void spread(genotype_graph& graph, random_source& draws) {
     constexpr int N_PAIRS = MAX_SEGMENT_HAPS * MAX_SEGMENT_HAPS;
     const auto pair_of = [](int c, int d) { return std::min(c, d) * MAX_SEGMENT_HAPS + std::max(c, d); };
@@ -68,7 +67,7 @@ void measure_graphs(double density) {
     }
 }
 
-/// Both take a time in proportion to the length: nanoseconds a locus stay as they are.
+/// Both take time in proportion to the length: the nanoseconds per locus do not depend on it.
 void measure_lengths(double density) {
     for (const double megabases : {10.0, 60.0}) {
         const bench::cohort& data = cohorts.emplace_back(20, megabases, density);

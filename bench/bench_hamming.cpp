@@ -1,13 +1,13 @@
-// The Hamming distance against the plain one, which counts byte by byte, and the scan of all haplotypes of a
-// window for one individual against a plain read of the same memory. An item is one byte.
+// The Hamming distance against the reference implementation, which counts byte by byte, and the scan of all
+// haplotypes in a window for one individual against a plain read of the same memory. An item is one byte.
 #include <list>
 #include <random>
 
+#include "comparison.h"
 #include "objects/bit_kernels.h"
 #include "objects/bit_kernels_plain.h"
 #include "objects/chaplotype.h"
 #include "selection/haplotype_tiles.h"
-#include "twins.h"
 
 namespace {
 

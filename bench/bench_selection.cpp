@@ -1,14 +1,14 @@
-// The choice of conditioning haplotypes for one individual in one window: from all haplotypes, and from those
-// of a mask. The plain way computes each distance when it is needed, byte by byte, and stops at the limit. An
-// item is one haplotype looked at.
+// The selection of conditioning haplotypes for one individual in one window: from all haplotypes, and from
+// the marked ones. The reference implementation computes each distance when it is needed, byte by byte, and
+// stops at the limit. An item is one haplotype compared.
 #include <algorithm>
 #include <list>
 #include <optional>
 
 #include "cohort.h"
+#include "comparison.h"
 #include "objects/bit_kernels_plain.h"
 #include "selection/hamming_selection.h"
-#include "twins.h"
 
 namespace {
 
@@ -67,14 +67,15 @@ class plain_selection {
     std::vector<haplotype_distance> heap;
 };
 
-/// Selects for one individual after the other, as a run does.
+/// Selects for one individual after another, as a run does.
 struct subject {
     subject(int individuals, double density)
         : data(individuals, 2.2, density),
           range{data.first_locus(), data.last_locus(), 0, 0},
           selection(data.haplotypes.vecH, tiles, individuals, K) {
         tiles.copy(data.haplotypes.vecH);
-        // The clusters of a tree hold near relatives; every fourth individual makes a list of the same kind.
+        // The clusters of a tree contain near relatives; marking every fourth individual gives a similar
+        // list.
         mask.resize(data.haplotypes.vecH.size());
         for (std::size_t h = 0; h < mask.size(); ++h) mask[h] = h / 2 % 4 == 3;
     }

@@ -9,25 +9,25 @@
 
 namespace bench {
 
-/// The genotypes of one individual, one allele a locus (see genotype_store).
+/// The genotypes of one individual, one allele per locus (see genotype_store).
 struct genotype_code {
     chaplotype a, b, missing;
 };
 
-/// A generated cohort in the program's own objects: graphs of the observed genotypes, true haplotypes.
+/// A generated cohort: graphs of the observed genotypes, and true haplotypes.
 struct cohort {
     cohort(int individuals, double megabases, double density);
 
-    /// The variants of the window of 2 Mb in the middle of the region, inclusive.
+    /// The first and the last variant of the 2 Mb window in the middle of the region, both inclusive.
     int first_locus() const;
     int last_locus() const;
 
     simulation::Cohort simulated;
-    std::vector<genotype_code> observed;  // one an individual
+    std::vector<genotype_code> observed;  // one per individual
     genhap_set haplotypes;
 };
 
-/// A folder that is gone when the program ends.
+/// A temporary folder that is deleted when the program ends.
 class folder {
   public:
     folder();

@@ -12,7 +12,7 @@ namespace {
 
 using namespace column_kernels;
 
-/// Time of one call, in seconds: the median of several rounds of calls, which are numbered from 0.
+/// Time of one call, in seconds: the median over several rounds of calls. Calls are numbered from 0.
 template <class Call>
 double seconds_of(Call call) {
     constexpr int ROUNDS = 9, CALLS = 2000;
@@ -33,9 +33,9 @@ lanes filled(double value) {
     return row;
 }
 
-/// Both passes over a window as a run has them: each locus has its own alleles and emissions, each step goes
-/// on from the sums of the one before, and the columns at boundaries lie apart. All emissions are `emission`,
-/// so that values stay in range.
+/// Both passes over a window as in a run: each locus has its own alleles and emissions, each step continues
+/// from the sums of the previous one, and the columns at boundaries are stored separately. All emissions are
+/// `emission`, so that values stay in range.
 class window {
   public:
     window(int n_states, int n_candidates, double emission = 1.0)
@@ -135,7 +135,7 @@ std::vector<kernel_time> times_of_kernels(const model_work& work, const kernel_s
         if (rows > 0) times.push_back({kernel, n, static_cast<double>(rows) * seconds_a_row * 1e9 / n});
     };
     for (int c = 1; c <= LANES; ++c) {
-        // Each pass goes once across a boundary; all its other steps are inside.
+        // Each pass crosses each boundary once; all its other steps are inside segments.
         long rows_across = 0, values_across = 0;
         for (int d = 1; d <= LANES; ++d) {
             const long rows = work.pair_rows[c][d] + work.pair_rows[d][c];

@@ -1,5 +1,5 @@
-// Runs the program on generated cohorts and shows what a user feels: seconds, memory, and how much of the
-// processor time the inner loops of the copying model account for (the efficiency).
+// Runs the program on generated cohorts and prints what matters to a user: seconds, memory, and the share of
+// the processor time spent in the inner loops of the copying model (the efficiency).
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -28,8 +28,8 @@ struct settings {
     double density;
     int threads;
     int states;
-    std::string options;  // further options of the program
-    bool each_kernel;     // print the time of each kernel too
+    std::string options;  // further options for the program
+    bool each_kernel;     // also print the time of each kernel
 };
 
 double wall_seconds() {
@@ -54,7 +54,7 @@ struct times {
     double start, chain, end, wall;
 };
 
-/// The three parts of a run, of which the first starts at `cpu0`.
+/// Runs the three parts of a run; the first one starts at `cpu0`.
 times run_program(phaser& run, double cpu0, double wall0) {
     run.read_files_and_initialise();
     const double cpu1 = cpu_seconds();
@@ -78,7 +78,7 @@ long pair_products(const model_work& work) {
     return n;
 }
 
-/// Runs in a process of its own, so that memory is that of this run alone, and writes one line to `out`.
+/// Runs in a process of its own, so that the memory is that of this run only, and writes one line to `out`.
 void measure(const settings& s, const std::string& folder, std::FILE* out) {
     std::istringstream line("-B " + folder + "/study -M " + folder + "/study.map -O " + folder + "/out -L " +
                             folder + "/run.log --seed 1 -T " + std::to_string(s.threads) + " --states " +
@@ -86,7 +86,7 @@ void measure(const settings& s, const std::string& folder, std::FILE* out) {
     const std::vector<std::string> args{std::istream_iterator<std::string>(line), {}};
     const int silence = ::open("/dev/null", O_WRONLY);
     ::dup2(silence, STDOUT_FILENO);
-    // The host's speed changes from minute to minute: kernels are timed on either side of the run.
+    // The speed of the host changes from minute to minute, so kernels are timed before and after the run.
     const auto before = bench::kernel_speed::now(s.states);
     const double start = cpu_seconds(), wall = wall_seconds();
     phaser run(args, std::time(nullptr));

@@ -1,4 +1,4 @@
-// Packed haplotypes against lists of alleles, and each set of kernels against plain loops.
+// Packed haplotypes against lists of alleles, and each set of kernels against a reference implementation.
 #include <algorithm>
 #include <array>
 
@@ -24,7 +24,7 @@ alleles read_alleles(fuzz::input& bytes, int n_loci) {
     return list;
 }
 
-/// `count` alleles from locus `l` on as bits, 0 behind the last one.
+/// `count` alleles from locus `l` on as bits, 0 past the last one.
 std::uint64_t bits_at(const alleles& list, int l, int count) {
     std::uint64_t bits = 0;
     for (int j = 0; j < count && l + j < static_cast<int>(list.size()); ++j)
@@ -36,7 +36,7 @@ std::vector<bool> in_bits(const alleles& list, int first, int end) {
     return {list.begin() + first, list.begin() + end};
 }
 
-/// Appended in words, the first of which holds `cut` alleles.
+/// Appends the alleles in words, the first of which has `cut` alleles.
 chaplotype in_words(const alleles& list, int cut) {
     chaplotype hap;
     const int n = static_cast<int>(list.size());
@@ -51,7 +51,7 @@ chaplotype in_pieces(const alleles& list, int cut) {
     return hap;
 }
 
-/// `hap` once more, taken from it in two parts.
+/// A copy of `hap`, appended in two parts.
 chaplotype joined(const chaplotype& hap, int cut) {
     chaplotype copy;
     copy.push_back(hap, 0, cut);
@@ -74,7 +74,7 @@ void check_access(const chaplotype& hap, const alleles& list, int cut) {
     FUZZ_LAW(copy == hap);
 }
 
-/// Differing alleles at the loci of whole bytes.
+/// Number of different alleles at the loci of whole bytes.
 int plain_distance(const alleles& a, const alleles& b, int first_byte, int end_byte) {
     int n = 0;
     for (int l = 8 * first_byte; l < std::min(8 * end_byte, static_cast<int>(a.size())); ++l)

@@ -1,4 +1,4 @@
-// The words of a command line, one on each line, through the parser and all checks; nothing is run.
+// Parses a command line, one word per line, and runs all checks of options and files. Nothing is phased.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,7 +20,7 @@ namespace {
 constexpr std::array FILES = {"a.bed", "a.bim",  "a.fam",    "a.gen", "a.sample",
                               "a.map", "a.haps", "a.legend", "list",  "a.log"};
 
-/// A folder in which a command line may create what it likes.
+/// A folder in which a command line may create any files.
 class playground {
   public:
     playground() : home(::open(".", O_DIRECTORY | O_CLOEXEC)) {
@@ -36,7 +36,7 @@ class playground {
         struct stat status {};
         return ::fstatat(inside, name, &status, 0) == 0 && status.st_size > 0;
     }
-    /// Takes away what is new, and mends what was written to.
+    /// Removes new files, and restores those that were changed.
     void tidy() const {
         const int listing = ::openat(inside, ".", O_DIRECTORY | O_CLOEXEC);
         DIR* entries = ::fdopendir(listing);
@@ -70,7 +70,8 @@ std::vector<std::string> words_of(std::string_view text) {
 
 }  // namespace
 
-/// In place of the program's own: one assertion watches over an option, and is a way in which a run may end.
+/// Replaces the function of the program: the assertion that checks an option is a valid end of a run, any
+/// other is a finding.
 void assertion_failed(const char* text, const char* file, int line, const char*) {
     if (std::strcmp(text, "cluster_size>1") != 0) fuzz::broken(text, file, line);
     throw ended_process{EXIT_FAILURE};
@@ -79,7 +80,7 @@ void assertion_failed(const char* text, const char* file, int line, const char*)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const playground ground;
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    // A word of a command line holds no zero, and no path may lead out of the folder.
+    // A word of a command line has no zero byte, and no path may lead out of the folder.
     if (text.find_first_of(std::string_view("/\0", 2)) != std::string_view::npos) return -1;
 
     const fuzz::open_files opened;

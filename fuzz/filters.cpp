@@ -1,4 +1,4 @@
-// Four lists: individuals to exclude and to include, variants to exclude and to include.
+// Four lists: individuals to exclude and include, variants to exclude and include.
 #include "readers/filter_reader.h"
 #include "support.h"
 

@@ -1,4 +1,4 @@
-// One byte that picks the calling threshold, SAMPLE and GEN.
+// One byte that selects the calling threshold, then SAMPLE and GEN.
 #include "readers/gen_source.h"
 #include "study_laws.h"
 #include "support.h"

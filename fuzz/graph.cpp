@@ -1,5 +1,5 @@
-// The genotypes of one person and the haplotypes of others. The graph of the person is built, sampled,
-// weighed by the copying model, pruned and merged, and solved; after each step all that should hold is
+// The genotypes of one individual and the haplotypes of others. The graph of the individual is built,
+// sampled, weighted by the copying model, pruned and merged, and solved; after each step its invariants are
 // checked.
 #include <algorithm>
 #include <cmath>
@@ -45,7 +45,7 @@ hmm_parameters read_model(fuzz::input& bytes, unsigned n_loci, int n_states) {
     return M;
 }
 
-/// The person, with two haplotypes that lie behind those of the others.
+/// The individual, whose two haplotypes come after those of the others.
 struct person {
     person(const genotypes& given, std::vector<chaplotype> others, long seed)
         : truth(given),
@@ -67,7 +67,7 @@ struct person {
             FUZZ_LAW(!graph.site_ambiguous[l] || truth.missing[l] || truth.a[l] != truth.b[l]);
     }
 
-    /// The haplotypes drawn or found last agree with every genotype given.
+    /// The current haplotypes agree with every known genotype.
     void check_haplotypes() const {
         for (int l = 0; l < static_cast<int>(truth.a.size()); ++l)
             FUZZ_LAW(truth.missing[l] || haps[own].get(l) + haps[own + 1].get(l) == truth.a[l] + truth.b[l]);
@@ -91,7 +91,7 @@ struct person {
         check_haplotypes();
     }
 
-    /// One iteration: all windows of the graph through the model.
+    /// One iteration: runs the model on all windows of the graph.
     void weigh(const hmm_parameters& M, int n_windows) {
         const int span = static_cast<int>(truth.a.size()) * BASES_PER_LOCUS;
         static segment_buffers buffers;
@@ -152,7 +152,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         one.weigh(M, n_windows);
         one.solve();
     } catch (const myException&) {
-        // The mass of all walks may underflow; a run ends with that message.
+        // The mass of all walks may underflow; then a run ends with an error.
     }
     return 0;
 }

@@ -1,4 +1,4 @@
-// Six variants of two bytes each, and a genetic map on which they are placed.
+// Six variants of two bytes each, and a genetic map to place them on.
 #include <cmath>
 #include <memory>
 
@@ -11,14 +11,14 @@ namespace {
 
 constexpr int VARIANTS = 6;
 
-/// A map that spans a distance and holds numbers within reason.
+/// Whether the map has a positive length and values of reasonable size.
 bool is_sound(const gmap_reader& map) {
     for (const double cm : map.map_cm)
         if (!(std::abs(cm) < 1e9)) return false;
     return !map.map_pos.empty() && map.map_pos.front() < map.map_pos.back();
 }
 
-/// A sound map gives finite positions, and probabilities.
+/// A sound map gives finite positions and valid probabilities.
 void check_places(const snp_set& snps) {
     hmm_parameters M;
     M.initialise(snps, 15000);

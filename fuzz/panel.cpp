@@ -1,4 +1,4 @@
-// SAMPLE, LEGEND and HAPS of a reference panel, read next to a small study that is always the same.
+// SAMPLE, LEGEND and HAPS of a reference panel, read with a small fixed study.
 #include "readers/panel_source.h"
 #include "support.h"
 

@@ -1,5 +1,5 @@
-// Options, a genetic map, BIM, FAM and BED of a whole run, which is short. Its haplotypes have to agree with
-// the genotypes.
+// Options, a genetic map, BIM, FAM and BED of a short whole run. Its haplotypes must be consistent with the
+// genotypes.
 #include <cstring>
 
 #include "modes/phaser.h"
@@ -72,8 +72,8 @@ void check_output(const files& f) {
 
 }  // namespace
 
-/// In place of the program's own. Those with which the program answers options or data that don't go
-/// together, as docs/troubleshooting.md tells, are ways in which a run may end.
+/// Replaces the function of the program. Assertions that fail for inconsistent options or data, as documented
+/// in docs/troubleshooting.md, are valid ends of a run.
 void assertion_failed(const char* text, const char* file, int line, const char*) {
     for (const char* known : {"cluster_size>1", "idxH.size()>4", "(output[i] - prev) > 0",
                               "n.first>0&&n.second>0", "count>=ncond"})
@@ -82,7 +82,7 @@ void assertion_failed(const char* text, const char* file, int line, const char*)
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size > MOST_BYTES) return -1;  // long inputs cost time and show little more
+    if (size > MOST_BYTES) return -1;  // long inputs take time and find little more
     static files f;
     fuzz::input bytes(data, size);
     const std::vector<std::string> words = command_line(f, bytes);

@@ -1,4 +1,4 @@
-// One byte that picks the compression and the way of reading, and a file.
+// One byte that selects the compression and the way of reading, then a file.
 #include "utils/streams.h"
 
 #include "spare/packed_files.h"

@@ -6,7 +6,7 @@ namespace fuzz {
 
 namespace {
 
-/// Bits behind the last locus are 0: distances count whole bytes.
+/// Bits past the last locus are 0, since distances compare whole bytes.
 bool ends_in_zeros(const chaplotype& bits) {
     return bits.data.size() == (bits.n + 7) / 8 && (bits.n % 8 == 0 || bits.data.back() >> (bits.n % 8) == 0);
 }

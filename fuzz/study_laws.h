@@ -4,7 +4,7 @@
 
 namespace fuzz {
 
-/// What holds for the genotypes of every study that a reader accepts.
+/// Checks invariants of the genotypes of every study that a reader accepts.
 void check_study(const genotype_store& study);
 
 }  // namespace fuzz

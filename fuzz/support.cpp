@@ -69,7 +69,7 @@ memory_file::~memory_file() {
 }
 
 void memory_file::fill(std::string_view content) {
-    // Bytes first: pages that stay are cheaper than new ones.
+    // Write first and truncate then: keeping pages is cheaper than getting new ones.
     FUZZ_LAW(::pwrite(descriptor, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()));
     if (content.size() < length) FUZZ_LAW(::ftruncate(descriptor, static_cast<off_t>(content.size())) == 0);
     length = content.size();
@@ -85,7 +85,8 @@ open_files::~open_files() {
 
 }  // namespace fuzz
 
-/// Called once, before the first input. The log is opened for its name alone: side files are named after it.
+/// Called once, before the first input. The log is opened only to set its name, after which side files are
+/// named.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     std::cout.rdbuf(nullptr);
     std::cerr.rdbuf(nullptr);

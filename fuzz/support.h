@@ -8,14 +8,14 @@
 
 #include "utils/ending.h"
 
-/// What the fuzz targets share: cutting an input into pieces, files that live in memory, and laws whose
-/// breach is a finding.
+/// Shared by the fuzz targets: splitting an input into pieces, files in memory, and invariants whose
+/// violation is a finding.
 namespace fuzz {
 
-/// Ends the process with the text of a law that does not hold.
+/// Ends the process with the text of a violated invariant.
 [[noreturn]] void broken(const char* law, const char* file, int line);
 
-/// Hands out an input piece by piece. An exhausted input gives zeros and empty parts.
+/// Returns an input piece by piece. After its end, returns zeros and empty parts.
 class input {
   public:
     input(const std::uint8_t* data, std::size_t size) : left(reinterpret_cast<const char*>(data), size) {}
@@ -30,13 +30,13 @@ class input {
     std::string_view left;
 };
 
-/// Where the targets keep their files: a folder in memory, removed with the process.
+/// Folder for the files of the targets: in memory, removed with the process.
 const std::string& folder();
 
-/// A file in memory, the content of which is replaced for each input.
+/// A file in memory, whose content is replaced for each input.
 class memory_file {
   public:
-    /// `name` within folder(); its ending decides about compression.
+    /// `name` is within folder(); its extension selects the compression.
     explicit memory_file(const std::string& name);
     ~memory_file();
     memory_file(const memory_file&) = delete;
@@ -51,7 +51,7 @@ class memory_file {
     std::size_t length = 0;
 };
 
-/// Closes what is opened while it lives: a run keeps its outputs locked until its process ends.
+/// Closes all files opened during its lifetime: a run keeps its outputs locked until its process ends.
 class open_files {
   public:
     open_files();
@@ -63,7 +63,7 @@ class open_files {
     int first;
 };
 
-/// Calls `run`; false when it ended as a process would, by a message.
+/// Calls `run`. Returns false if it ended as a process would, with a message.
 template <class Run>
 bool completes(Run run) {
     try {
@@ -76,9 +76,9 @@ bool completes(Run run) {
 
 }  // namespace fuzz
 
-/// A law of the code under test. Unlike an assertion it costs the program nothing.
+/// Checks an invariant of the code under test. Unlike an assertion it is not part of the program.
 #define FUZZ_LAW(condition) \
     ((condition) ? static_cast<void>(0) : fuzz::broken(#condition, __FILE__, __LINE__))
 
-/// Tries one input; what every target defines. The result is 0, or -1 to keep the input out of the corpus.
+/// Runs one input; defined by every target. Returns 0, or -1 to keep the input out of the corpus.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -1,4 +1,4 @@
-// A line: its fields, their number, and the numbers they hold, against plain twins.
+// A line: its fields, their number, and the numbers in them, against reference implementations.
 #include <bit>
 #include <cstdlib>
 

@@ -6,7 +6,7 @@
 
 namespace simulation {
 
-/// A matrix of bits, all 0 at first, with every row in whole words.
+/// A matrix of bits, initially 0, with each row in whole words.
 class BitMatrix {
   public:
     BitMatrix(std::size_t rows, std::size_t columns)
@@ -18,7 +18,7 @@ class BitMatrix {
     void set(std::size_t row, std::size_t column) {
         bits_[row * words_ + column / 64] |= std::uint64_t{1} << (column % 64);
     }
-    /// Turns every bit of a row.
+    /// Inverts every bit of a row.
     void flip_row(std::size_t row) {
         for (std::size_t column = 0; column < columns_; ++column) {
             bits_[row * words_ + column / 64] ^= std::uint64_t{1} << (column % 64);

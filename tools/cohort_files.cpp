@@ -22,12 +22,12 @@ std::string compressed_name(const std::string& path, bool compressed) {
     return compressed ? path + ".gz" : path;
 }
 
-// "id id", as lines of individuals and of variants begin.
+// "id id", the start of lines of individuals and of variants.
 std::string twice(const std::string& id) {
     return id + ' ' + id;
 }
 
-// "id id position allele0 allele1", as GEN and HAPS lines begin.
+// "id id position allele0 allele1", the start of GEN and HAPS lines.
 std::string line_head(const Locus& locus) {
     return twice(locus.id) + ' ' + std::to_string(locus.position) + ' ' + locus.allele0 + ' ' + locus.allele1;
 }
@@ -54,7 +54,7 @@ std::string certain_genotype(Genotype genotype) {
     }
 }
 
-// What reads of a genotype tell about it when nothing else is known.
+// Genotype probabilities given only the sequencing reads of the genotype.
 Probabilities sequence_genotype(Genotype genotype, double read_depth, RandomSource& random) {
     constexpr Probabilities allele1_read{read_error_rate, 0.5, 1 - read_error_rate};
     Probabilities likelihoods{1, 1, 1};

@@ -7,13 +7,13 @@
 
 namespace simulation {
 
-/// All of these replace files of the same name and throw std::runtime_error if one cannot be written.
+/// All functions replace files of the same name, and throw std::runtime_error if one cannot be written.
 
-/// Genotypes of the study as PREFIX.bed, PREFIX.bim and PREFIX.fam, variant by variant.
+/// Genotypes of the study as PREFIX.bed, PREFIX.bim and PREFIX.fam, in variant-major order.
 void write_bed(const Cohort& cohort, const std::string& prefix);
 
-/// Genotypes of the study as PREFIX.gen (or PREFIX.gen.gz) and PREFIX.sample. With a read depth above 0 every
-/// genotype is seen through that many sequencing reads on average, and has uncertain probabilities.
+/// Genotypes of the study as PREFIX.gen (or PREFIX.gen.gz) and PREFIX.sample. With a read depth above 0,
+/// every genotype is observed through that many sequencing reads on average and has uncertain probabilities.
 void write_gen(const Cohort& cohort, const std::string& prefix, bool compressed, double read_depth);
 
 /// The genetic map as PREFIX.map (or PREFIX.map.gz).

@@ -26,19 +26,20 @@ options::options_description described_options() {
     description.add_options()                                                                              //
         ("help,h", "print this text")                                                                      //
         ("truth", options::value<Paths>()->multitoken()->required(), "HAPS and SAMPLE file of the truth")  //
-        ("estimate", options::value<Paths>()->multitoken()->required(), "HAPS and SAMPLE file to judge")   //
+        ("estimate", options::value<Paths>()->multitoken()->required(),
+         "HAPS and SAMPLE file to evaluate")  //
         ("genotypes", options::value<std::string>(),
          "prefix of the BED, BIM and FAM files that were phased")                               //
         ("gen", options::value<Paths>()->multitoken(), "GEN and SAMPLE file that were phased")  //
         ("threshold", options::value<double>()->default_value(0.9, "0.9"),
-         "least probability of a genotype called in the GEN file")                               //
+         "minimum probability to call a genotype in the GEN file")                               //
         ("mask", options::value<std::string>(), "what is known about the truth")                 //
         ("people", options::value<std::string>(), "file with the ids of the people to compare")  //
         ("per-person", options::value<std::string>(), "file to write a table of all people to");
     return description;
 }
 
-// The HAPS or GEN file and the SAMPLE file that an option names.
+// The HAPS or GEN file and the SAMPLE file that an option gives.
 Paths file_pair(const options::variables_map& values, const std::string& option) {
     const Paths& paths = values[option].as<Paths>();
     if (paths.size() != 2) throw std::invalid_argument("--" + option + " takes two files");
@@ -60,7 +61,7 @@ std::optional<CalledSet> read_given(const options::variables_map& values) {
     if (!values.contains("gen")) return std::nullopt;
     const double threshold = values["threshold"].as<double>();
     if (!(threshold > 0.5 && threshold <= 1))
-        throw std::invalid_argument("--threshold must lie above 0.5, up to 1");
+        throw std::invalid_argument("--threshold must be above 0.5 and at most 1");
     const Paths paths = file_pair(values, "gen");
     return evaluation::read_gen(paths[0], paths[1], threshold);
 }

@@ -33,7 +33,7 @@ void require_order(const std::vector<Site>& sites) {
     }
 }
 
-// A person to compare: where the sets have it, and the last heterozygous site scored.
+// A person to compare: its index in each set, and the last heterozygous site scored.
 struct Person {
     int in_truth;
     int in_estimate;
@@ -42,7 +42,7 @@ struct Person {
     std::int64_t position = 0;        // of that site
 };
 
-// The two alleles of a person at a site; `turned` for allele numbers changed round.
+// The two alleles of a person at a site; `turned` swaps the allele numbers.
 struct AllelePair {
     bool first;
     bool second;
@@ -134,7 +134,7 @@ class Comparison {
         return knowledge;
     }
 
-    // Genotypes given must come back unchanged; missing ones are judged by the truth.
+    // Given genotypes must be unchanged; missing ones are compared with the truth.
     void compare_genotypes(const CommonSite& site, const Person& person, Knowledge knowledge,
                            const AllelePair& truth, const AllelePair& estimate, Score& score) const {
         const bool known = knowledge != Knowledge::nothing;
@@ -154,7 +154,7 @@ class Comparison {
         }
     }
 
-    // Nothing if the genotype was missing.
+    // Empty if the genotype was missing.
     std::optional<int> given_copies(const CommonSite& site, const Person& person) const {
         const std::int8_t call = reference_.given->calls[site.in_given.index][person.in_given];
         if (call == CalledSet::not_called) return std::nullopt;

@@ -12,7 +12,7 @@ namespace evaluation {
 
 namespace {
 
-// The fields of a line, which blanks or tabs separate.
+// The fields of a line, separated by blanks or tabs.
 class Fields {
   public:
     Fields(std::string_view line, const tools::TextReader& reader) : rest_(line), reader_(reader) {}
@@ -58,7 +58,7 @@ class Fields {
     const tools::TextReader& reader_;
 };
 
-// Calls `take` with the fields of every line but blank ones and the first `headers` ones.
+// Calls `take` with the fields of each line, except for blank lines and the first `headers` lines.
 template <typename Take>
 void for_each_line(const std::string& path, int headers, Take take) {
     tools::TextReader reader(path);
@@ -164,8 +164,7 @@ CalledSet read_plink(const std::string& prefix) {
     });
     const std::string bytes = read_bytes(prefix + ".bed");
     const std::string_view magic = "\x6C\x1B\x01";
-    if (!bytes.starts_with(magic))
-        throw std::runtime_error(prefix + ".bed: not a BED file variant by variant");
+    if (!bytes.starts_with(magic)) throw std::runtime_error(prefix + ".bed: not a variant-major BED file");
     const std::size_t block = (set.people.size() + 3) / 4;
     if (bytes.size() != magic.size() + block * set.sites.size()) {
         throw std::runtime_error(prefix + ".bed: its size does not fit the BIM and FAM files");
@@ -202,7 +201,7 @@ PhaseMask read_mask(const std::string& path, const PhasedSet& truth) {
         if (states.size() != truth.people.size())
             fields.fail("the mask does not fit the people of the truth");
         if (states.find_first_not_of("10.m") != std::string::npos)
-            fields.fail("the mask knows only 1, 0, . and m");
+            fields.fail("the mask may have only 1, 0, . and m");
         mask.push_back(std::move(states));
     });
     if (mask.size() != truth.sites.size()) throw std::runtime_error(path + ": fewer sites than in the truth");

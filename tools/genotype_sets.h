@@ -7,7 +7,7 @@
 
 namespace evaluation {
 
-/// A biallelic variant as a file names it.
+/// A biallelic variant as given in a file.
 struct Site {
     std::int64_t position = 0;  ///< bp
     std::string allele0;
@@ -33,8 +33,8 @@ struct CalledSet {
 
 /// What is known about the truth of a genotype.
 enum class Knowledge : char {
-    phase_known = '1',    ///< heterozygous, the digits tell the phase
-    phase_unknown = '0',  ///< heterozygous, the digits tell nothing about the phase
+    phase_known = '1',    ///< heterozygous, and the digits give the phase
+    phase_unknown = '0',  ///< heterozygous, but the digits do not give the phase
     homozygous = '.',
     nothing = 'm',  ///< missing or contradicted by relatives
 };
@@ -42,8 +42,8 @@ enum class Knowledge : char {
 /// Knowledge, sites by people.
 using PhaseMask = std::vector<std::string>;
 
-/// Where the variants of a set are, for sets in any order. Two variants are the same if they have the same
-/// position and the same two alleles, in whichever order.
+/// Index of the variants of a set, for sets in any order. Two variants are the same if they have the same
+/// position and the same two alleles, in either order.
 class SiteIndex {
   public:
     explicit SiteIndex(const std::vector<Site>& sites);
@@ -51,7 +51,7 @@ class SiteIndex {
     static constexpr int not_found = -1;
     struct Match {
         int index = not_found;
-        bool swapped = false;  ///< allele 0 of the one is allele 1 of the other
+        bool swapped = false;  ///< allele 0 of one is allele 1 of the other
     };
     Match find(const Site& site) const;
 
@@ -60,8 +60,8 @@ class SiteIndex {
     std::multimap<std::int64_t, int> by_position_;
 };
 
-/// All readers throw std::runtime_error, naming the file and the line, if a file is missing or malformed.
-/// Files whose names end in .gz are decompressed.
+/// All readers throw std::runtime_error with the file and the line if a file is missing or malformed. Files
+/// whose names end in .gz are decompressed.
 
 /// Reads HAPS and SAMPLE.
 PhasedSet read_phased(const std::string& haps, const std::string& sample);
@@ -69,14 +69,14 @@ PhasedSet read_phased(const std::string& haps, const std::string& sample);
 /// Reads PREFIX.bed, PREFIX.bim and PREFIX.fam; allele 0 is the one in field 5 of the BIM file.
 CalledSet read_plink(const std::string& prefix);
 
-/// Reads GEN and SAMPLE. A genotype is called if its probability is at least `threshold`, which lies above
+/// Reads GEN and SAMPLE. A genotype is called if its probability is at least `threshold`, which must be above
 /// 0.5.
 CalledSet read_gen(const std::string& gen, const std::string& sample, double threshold);
 
-/// Reads the mask of a truth, with one line `id position states` per site of it and one state per person.
+/// Reads the mask of a truth: one line `id position states` per site, with one state per person.
 PhaseMask read_mask(const std::string& path, const PhasedSet& truth);
 
-/// Reads ids, one to a line.
+/// Reads ids, one per line.
 std::vector<std::string> read_ids(const std::string& path);
 
 }  // namespace evaluation

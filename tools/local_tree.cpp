@@ -103,9 +103,9 @@ LocalTree::Point LocalTree::random_point(RandomSource& random) const {
     return {node, nodes_[node].time + height};
 }
 
-// A lineage that floats from time `from` on meets each lineage of the tree at rate 1 of coalescent time.
-// Meetings are proposed with every branch of a set that holds all the lineages above `from`, and the first
-// proposal whose branch exists at its time is taken; so no count of lineages over time has to be kept.
+// A lineage that starts at time `from` coalesces with each lineage of the tree at rate 1 of coalescent time.
+// Events are proposed for all branches of a superset of the lineages above `from`, and the first proposal
+// whose branch exists at its time is accepted. So the number of lineages over time need not be tracked.
 LocalTree::Point LocalTree::random_join(Time from, RandomSource& random) {
     const bool few = gather_lineages_above(from);
     const std::size_t count = few ? lineages_.size() : nodes_.size();
@@ -118,8 +118,8 @@ LocalTree::Point LocalTree::random_join(Time from, RandomSource& random) {
     }
 }
 
-// Gathers the branches that reach above a time, from the root down. Gives up when they are many: then a
-// branch picked among all is likely enough to be one of them.
+// Lists the branches that reach above a time, from the root down. Gives up if there are many: then a branch
+// drawn from all branches is likely enough to be one of them.
 bool LocalTree::gather_lineages_above(Time time) {
     lineages_.assign(1, root_);
     for (std::size_t i = 0; i < lineages_.size(); ++i) {
@@ -137,7 +137,7 @@ bool LocalTree::spans(int node, double time) const {
            (parent == none || time < static_cast<double>(nodes_[parent].time));
 }
 
-// The ancestor above `node` is taken out, and set in again where the branch joins.
+// Removes the ancestor above `node`, and inserts it again where the branch joins.
 void LocalTree::move_branch(int node, Point join) {
     const int ancestor = nodes_[node].parent;
     const auto [left, right] = nodes_[ancestor].children;

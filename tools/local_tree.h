@@ -8,8 +8,8 @@
 
 namespace simulation {
 
-/// Time before the present in millionths of a generation. Whole numbers, so that the sum of branch lengths
-/// stays exact however often the tree changes.
+/// Time before the present in millionths of a generation. Integers keep the sum of branch lengths exact
+/// however often the tree changes.
 using Time = std::int64_t;
 inline constexpr Time one_generation = 1'000'000;
 
@@ -24,16 +24,16 @@ class Demography {
     /// Epochs in ascending order of start; the first starts at 0 and the last never ends.
     explicit Demography(std::vector<Epoch> epochs) : epochs_(std::move(epochs)) {}
 
-    /// The time, measured like Time, at which two lineages that exist at `time` have run through `units` of
-    /// coalescent time, in which they meet at rate 1.
+    /// The time, in units of Time, at which two lineages that exist at `time` have gone through `units` of
+    /// coalescent time, in which they coalesce at rate 1.
     double after(double time, double units) const;
 
   private:
     std::vector<Epoch> epochs_;
 };
 
-/// A population that was of about 12,000 individuals for long, went through a narrow passage and has grown in
-/// the last few thousand years.
+/// A population that had about 12,000 individuals for a long time, went through a bottleneck, and has grown
+/// in the last few thousand years.
 Demography expanding_population();
 
 /// The genealogy of a sample of haplotypes at one locus, and how it changes along the chromosome. Nodes
@@ -47,8 +47,8 @@ class LocalTree {
     /// The sum of all branch lengths in generations: recombinations arise at this rate per Morgan.
     double total_length() const;
 
-    /// Steps over one recombination by the sequentially Markov coalescent in which a lineage may rejoin the
-    /// branch it left: the branch is cut at a uniform point and joined to a lineage drawn by the coalescent.
+    /// Applies one recombination by the sequentially Markov coalescent in which a lineage may rejoin its old
+    /// branch: the branch is cut at a uniform point and joined to a lineage drawn by the coalescent.
     void recombine(RandomSource& random);
 
     /// Puts the haplotypes that carry a mutation at a uniform point of the tree into `carriers`.
@@ -64,7 +64,7 @@ class LocalTree {
     };
 
     struct Point {
-        int node;  // lies on the branch above this node
+        int node;  // on the branch above this node
         Time time;
     };
 
@@ -74,7 +74,8 @@ class LocalTree {
         explicit BranchLengths(std::size_t nodes) : lengths_(nodes, 0), sums_(nodes + 1, 0) {}
         void set(int node, Time length);
         Time total() const { return total_; }
-        // The branch, and the place on it, at distance `along` (below the total) when all are put in a row.
+        // The branch and the position on it at distance `along` (below the total) when all branches are put
+        // in a row.
         std::pair<int, Time> find(Time along) const;
 
       private:
@@ -95,7 +96,7 @@ class LocalTree {
     std::vector<Node> nodes_;
     BranchLengths lengths_;
     int root_ = none;
-    std::vector<int> lineages_;  // kept to save allocations
+    std::vector<int> lineages_;  // kept to avoid allocations
 };
 
 }  // namespace simulation

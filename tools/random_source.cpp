@@ -15,9 +15,9 @@ std::uint64_t RandomSource::below(std::uint64_t bound) {
     return value;
 }
 
-// Von Neumann's method. Starting from a uniform x, the first ascent of a falling sequence of uniforms comes
-// after an odd number of steps with probability exp(-x): then x is the fractional part of the draw. Each
-// failure adds one to the integral part.
+// Von Neumann's method. Starting from a uniform x, a decreasing sequence of uniforms ends after an odd number
+// of steps with probability exp(-x); then x is the fractional part of the draw. Each failure adds one to the
+// integral part.
 double RandomSource::exponential() {
     for (double whole = 0;; ++whole) {
         const double first = uniform();

@@ -5,8 +5,8 @@
 
 namespace simulation {
 
-/// Random numbers that are the same for the same seed on every machine and with every compiler. The bits
-/// come from std::mt19937_64, whose output the language fixes; the transforms use only additions,
+/// Random numbers that are the same for the same seed on every machine and with every compiler. The bits come
+/// from std::mt19937_64, whose output is specified by the standard. The transforms use only additions,
 /// multiplications and comparisons, because the last digit of a logarithm differs between libraries.
 class RandomSource {
   public:

@@ -19,8 +19,8 @@ struct HotSpot {
     double rate;  // cM per Mb, on top of the background
 };
 
-// Hot spots do not overlap. Their strengths in cM are products of two exponentials: many weak ones, few
-// strong ones.
+// Hot spots do not overlap. Their strengths in cM are products of two exponentials: many are weak and a few
+// are strong.
 std::vector<HotSpot> draw_hot_spots(int first, int last, RandomSource& random) {
     const double mean_strength = mean_rate * share_in_hot_spots * hot_spot_spacing / 1e6;
     const auto [shortest, longest] = hot_spot_widths;
@@ -37,7 +37,7 @@ std::vector<HotSpot> draw_hot_spots(int first, int last, RandomSource& random) {
     }
 }
 
-// Background rates, each holding for a stretch of equal length.
+// Background rates, each for a stretch of equal length.
 std::vector<double> draw_background(int first, int last, RandomSource& random) {
     const int stretches = (last - first) / (background_step * background_steps_of_one_rate) + 1;
     std::vector<double> rates(stretches);
@@ -46,7 +46,7 @@ std::vector<double> draw_background(int first, int last, RandomSource& random) {
     return rates;
 }
 
-// Where the rate may change, ascending, with both ends of the region.
+// Positions where the rate may change, in ascending order, with both ends of the region.
 std::vector<int> map_positions(int first, int last, const std::vector<HotSpot>& hot_spots) {
     std::vector<int> positions{last};
     for (int position = first; position < last; position += background_step) positions.push_back(position);

@@ -19,7 +19,7 @@ class RecombinationMap {
     /// At least one point, in ascending order of position.
     explicit RecombinationMap(std::vector<MapPoint> points) : points_(std::move(points)) {}
 
-    /// cM at a position in bp; beyond the ends the value of the end.
+    /// cM at a position in bp; constant beyond the ends.
     double centimorgans(int position) const;
 
     const std::vector<MapPoint>& points() const { return points_; }
@@ -28,8 +28,8 @@ class RecombinationMap {
     std::vector<MapPoint> points_;
 };
 
-/// Draws a map of the bases first .. last (inclusive) with a slowly changing background rate and, every 50 kb
-/// or so, a hot spot of about 2 kb; hot spots take four fifths of all recombination. The mean rate over a
+/// Draws a map of the bases first .. last (inclusive) with a slowly changing background rate and a hot spot
+/// of about 2 kb every 50 kb or so; hot spots account for 80 % of all recombination. The mean rate over a
 /// long region is 1.2 cM per Mb.
 RecombinationMap draw_recombination_map(int first, int last, RandomSource& random);
 

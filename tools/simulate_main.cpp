@@ -1,4 +1,4 @@
-// tolvane-simulate: writes a made-up cohort whose true haplotypes are known.
+// tolvane-simulate: writes a simulated cohort with known true haplotypes.
 
 #include <boost/program_options.hpp>
 #include <iostream>
@@ -31,19 +31,19 @@ options::options_description described_options(Request& request) {
         text << *value;
         return options::value(value)->default_value(*value, text.str());
     };
-    description.add_options()                                                                  //
-        ("help,h", "print this text")                                                          //
-        ("out,O", options::value(&request.prefix)->required(), "prefix of the files written")  //
+    description.add_options()                                                                   //
+        ("help,h", "print this text")                                                           //
+        ("out,O", options::value(&request.prefix)->required(), "prefix of the files to write")  //
         ("write", options::value<std::string>()->default_value("bed,map,truth.gz"),
-         "forms written, separated by commas: bed, gen, gen.gz, map, map.gz, truth, truth.gz")  //
-        ("seed", with_default(&s.seed), "the same seed gives the same files on every machine")  //
-        ("individuals", with_default(&s.individuals), "individuals in the study")               //
+         "formats to write, separated by commas: bed, gen, gen.gz, map, map.gz, truth, truth.gz")  //
+        ("seed", with_default(&s.seed), "the same seed gives the same files on every machine")     //
+        ("individuals", with_default(&s.individuals), "individuals in the study")                  //
         ("panel", with_default(&s.panel_individuals),
          "further individuals of the same population, written as a reference panel")  //
         ("panel-lacks", with_default(&s.absent_in_panel_rate),
-         "rate of variants of the study absent in the panel")  //
+         "rate of variants of the study absent from the panel")  //
         ("panel-extra", with_default(&s.extra_in_panel_rate),
-         "variants of the panel alone, per variant of the study")                        //
+         "variants only in the panel, per variant of the study")                         //
         ("chromosome", with_default(&s.chromosome), "name of the chromosome")            //
         ("first-position", with_default(&s.first_position), "first base of the region")  //
         ("megabases", with_default(&s.megabases), "length of the region in Mb")          //
@@ -70,14 +70,14 @@ std::set<std::string> parse_forms(const std::string& list) {
     for (std::size_t start = 0; start <= list.size();) {
         const std::size_t end = std::min(list.find(',', start), list.size());
         const std::string form = list.substr(start, end - start);
-        if (!known.contains(form)) throw std::invalid_argument("--write knows no form '" + form + "'");
+        if (!known.contains(form)) throw std::invalid_argument("--write: unknown format '" + form + "'");
         forms.insert(form);
         start = end + 1;
     }
     return forms;
 }
 
-// False if only help was asked for.
+// Returns false if only help was requested.
 bool parse(int argc, char** argv, Request& request) {
     const options::options_description description = described_options(request);
     const options::positional_options_description no_positions;
@@ -92,7 +92,7 @@ bool parse(int argc, char** argv, Request& request) {
     request.settings.ascertainment = parse_ascertainment(values["ascertainment"].as<std::string>());
     request.forms = parse_forms(values["write"].as<std::string>());
     if (!(request.read_depth >= 0 && request.read_depth <= 1000)) {
-        throw std::invalid_argument("--soft must lie between 0 and 1000");
+        throw std::invalid_argument("--soft must be between 0 and 1000");
     }
     return true;
 }

@@ -13,7 +13,7 @@ namespace simulation {
 
 namespace {
 
-// Each part of a cohort has its own random numbers, so that a change of one leaves the others as they were.
+// Each part of a cohort has its own random numbers, so that a change to one does not affect the others.
 enum Stream : std::uint64_t { map_stream, locus_stream, ancestry_stream, first_observation_stream };
 
 constexpr int largest_position = 2'000'000'000;  // bp
@@ -51,9 +51,9 @@ void check(const Settings& settings) {
     require(study_locus_count(settings) >= 1, "the region is too short for one variant at this density");
     require(is_rate(settings.missing_rate) && is_rate(settings.error_rate) && is_rate(settings.indel_rate) &&
                 is_rate(settings.absent_in_panel_rate),
-            "rates must lie between 0 and 1");
+            "rates must be between 0 and 1");
     require(settings.extra_in_panel_rate >= 0 && settings.extra_in_panel_rate <= 10,
-            "the rate of variants of the panel alone must lie between 0 and 10");
+            "the rate of variants only in the panel must be between 0 and 10");
     require(study_locus_count(settings) + panel_only_locus_count(settings) <= region_length(settings),
             "the region has fewer bases than variants");
 }
@@ -123,7 +123,7 @@ class Discovery {
     }
 
   private:
-    // The chance that two of all the haplotypes, drawn at random, differ.
+    // The probability that two haplotypes drawn at random differ.
     double difference(double carriers) const {
         const double haplotypes = study_haplotypes_ + panel_haplotypes_;
         return 2 * carriers * (haplotypes - carriers) / (haplotypes * (haplotypes - 1));
@@ -134,7 +134,7 @@ class Discovery {
     int panel_haplotypes_;
 };
 
-// Walks along the chromosome from tree to tree and lets one accepted mutation fall at each locus.
+// Walks along the chromosome from tree to tree and places one accepted mutation at each locus.
 BitMatrix draw_haplotypes(const Settings& settings, const RecombinationMap& map,
                           const std::vector<Locus>& loci, RandomSource& random) {
     const int haplotypes = 2 * (settings.individuals + settings.panel_individuals);
@@ -158,7 +158,7 @@ BitMatrix draw_haplotypes(const Settings& settings, const RecombinationMap& map,
     return alleles;
 }
 
-// The mutated allele is allele 1 at first; at every second locus the names change places.
+// Initially the mutated allele is allele 1; at every second locus the alleles are swapped.
 void swap_some_alleles(Cohort& cohort, RandomSource& random) {
     for (std::size_t row = 0; row < cohort.loci.size(); ++row) {
         if (!random.chance(0.5)) continue;

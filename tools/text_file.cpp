@@ -14,8 +14,8 @@ bool is_compressed(std::string_view path) {
     return path.ends_with(".gz");
 }
 
-// Throws when the file cannot take all it is given: the compressor above a file that takes only a part would
-// offer the rest again for ever.
+// Throws if the file cannot take all data. Otherwise, after a partial write, the compressor would retry the
+// rest forever.
 class StrictSink {
   public:
     using char_type = char;
@@ -24,7 +24,7 @@ class StrictSink {
     explicit StrictSink(std::ofstream& file) : file_(&file) {}
 
     std::streamsize write(const char* text, std::streamsize length) {
-        if (!file_->write(text, length)) throw std::ios_base::failure("the file takes no more");
+        if (!file_->write(text, length)) throw std::ios_base::failure("write failed");
         return length;
     }
 
@@ -66,7 +66,7 @@ std::string TextReader::place() const {
 
 bool TextReader::next(std::string& line) {
     if (!std::getline(stream_, line)) {
-        if (stream_.bad()) throw std::runtime_error("cannot read on after " + place());
+        if (stream_.bad()) throw std::runtime_error("cannot read after " + place());
         return false;
     }
     ++line_number_;

@@ -6,7 +6,7 @@
 
 namespace tools {
 
-/// A file written as a whole; compressed if its name ends in .gz. The same content gives the same bytes.
+/// A file to write; compressed if its name ends in .gz. The same content gives the same bytes.
 class TextWriter {
   public:
     /// Throws std::runtime_error if the file cannot be created.
@@ -16,23 +16,23 @@ class TextWriter {
         stream_.write(text.data(), static_cast<std::streamsize>(text.size()));
     }
 
-    /// Must be called after the last text. Throws std::runtime_error if any of it could not be written.
+    /// Must be called after the last write. Throws std::runtime_error if anything could not be written.
     void close();
 
   private:
     std::string path_;
     std::ofstream file_;
-    boost::iostreams::filtering_ostream stream_;  // ends in the file
+    boost::iostreams::filtering_ostream stream_;  // the last element is the file
 };
 
-/// A file read line by line; decompressed if its name ends in .gz.
+/// A file to read line by line; decompressed if its name ends in .gz.
 class TextReader {
   public:
     /// Throws std::runtime_error if the file cannot be opened.
     explicit TextReader(const std::string& path);
 
-    /// Gets the next line without its end (a carriage return belongs to the end); false after the last one.
-    /// Throws std::runtime_error if the file cannot be read on.
+    /// Reads the next line without its line end (\n or \r\n); false after the last one. Throws
+    /// std::runtime_error on a read error.
     bool next(std::string& line);
 
     /// "file, line N", where N is the line last read.

@@ -2,7 +2,7 @@
 
 #include "models/haplotype_segment.h"
 
-/// What jobs cost; for measuring.
+/// Time and model work spent on jobs, for benchmarks.
 struct job_cost {
     double selection_seconds = 0.0;
     double model_seconds = 0.0;

@@ -10,13 +10,13 @@ namespace {
 
 constexpr double KEPT_PROBABILITY = 0.99;  // share of a transition group's probability that pruning keeps
 
-/// Whether an iteration is one of every `step`. A step of 0 ends the process with the signal of a division
-/// by zero, on machines too whose division doesn't trap.
+/// Whether `iteration` is a multiple of `step`. A step of 0 ends the process with SIGFPE, also on machines
+/// where an integer division by zero does not trap.
 bool is_every(int step, int iteration) {
     if (step == 0) {
-        std::signal(SIGFPE, SIG_DFL);  // the parent process may have had it ignored
+        std::signal(SIGFPE, SIG_DFL);  // the parent process may have set it to be ignored
         std::raise(SIGFPE);
-        std::abort();  // where the signal is blocked
+        std::abort();  // reached if the signal is blocked
     }
     return iteration % step == 0;
 }

@@ -10,20 +10,21 @@
 /// One phase of the chain.
 struct chain_phase {
     int n_iterations;
-    int renewal_step;  // iterations from one renewal of the selection to the next; 0 ends the process
+    int renewal_step;  // iterations between renewals of the selection; 0 ends the process
 };
 
-/// How long the chain runs, and how.
+/// The phases of the chain.
 struct chain_schedule {
     chain_phase burn, prune, main;
-    bool early_stop;  // skip the model where the nearest haplotype matches, but for a phase's first iteration
+    bool early_stop;  // skip the model on a perfect match, except in the first iteration of a phase
 };
 
 /// The Markov chain over the haplotypes of all individuals: burn-in; pruning iterations, whose transition
-/// probabilities accumulate until the graphs are pruned; and main iterations, which accumulate anew.
+/// probabilities accumulate until the graphs are pruned; and main iterations, which accumulate again from
+/// zero.
 class markov_chain {
   public:
-    /// All is borrowed and has to live as long.
+    /// All arguments are held by reference and must outlive the chain.
     markov_chain(genhap_set& set, phasing_jobs& jobs, worker_team& team, random_source& random);
 
     /// Runs all iterations and leaves the graphs normalised.

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Gives the seconds between laps.
+/// Measures the seconds between calls of lap().
 class stopwatch {
   public:
     double lap() {
@@ -23,7 +23,7 @@ class stopwatch {
     clock::time_point now = clock::now();
 };
 
-/// Where the jobs of each individual start, and one entry for the end of all.
+/// Index of the first job of each individual, then the number of jobs.
 std::vector<int> starts_of_individuals(const std::vector<phasing_job>& jobs) {
     std::vector<int> starts;
     for (int j = 0; j < static_cast<int>(jobs.size()); ++j)
@@ -38,7 +38,7 @@ struct phasing_jobs::worker {
     std::unique_ptr<conditioning_selector::worker> selection;
     std::vector<int> idxH;  // conditioning haplotypes
     segment_buffers buffers;
-    int n_underflows = 0;  // of the iteration in hand
+    int n_underflows = 0;  // of the current iteration
     double selection_seconds = 0.0;
     double model_seconds = 0.0;
 };

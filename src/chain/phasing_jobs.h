@@ -14,23 +14,23 @@
 /// Runs the jobs of an iteration. A job selects conditioning haplotypes for an individual in a window, runs
 /// the copying model on them, and writes transition probabilities into the individual's graph.
 ///
-/// The jobs of an individual share transition groups at the borders of windows, where the later job's values
-/// stay. So one worker takes all jobs of an individual, in order.
+/// Jobs of one individual in neighbouring windows share transition groups, and the later job overwrites the
+/// values of the earlier one. So one worker runs all jobs of an individual, in order.
 class phasing_jobs {
   public:
-    /// All is borrowed and has to live as long.
+    /// All arguments are held by reference and must outlive this object.
     phasing_jobs(genhap_set& set, const hmm_parameters& hmm, conditioning_selector& selector,
                  worker_team& team, random_source& random);
     ~phasing_jobs();
     phasing_jobs(const phasing_jobs&) = delete;
     phasing_jobs& operator=(const phasing_jobs&) = delete;
 
-    /// All jobs of one iteration. `renew` is handed on to the selector. A job whose nearest haplotype lies at
-    /// distance 0 skips the model when `skip_matched`. Returns the number of transition groups whose products
+    /// Runs all jobs of one iteration. `renew` is passed to the selector. With `skip_matched`, a job skips
+    /// the model if its selection returns distance 0. Returns the number of transition groups whose products
     /// underflowed.
     int run(bool renew, bool skip_matched);
 
-    /// What the jobs have cost so far, over all workers.
+    /// Cost of all jobs so far, summed over the workers.
     job_cost cost() const;
 
   private:
@@ -43,5 +43,5 @@ class phasing_jobs {
     conditioning_selector& selector;
     worker_team& team;
     random_source& random;
-    std::vector<worker> workers;  // working memory of each thread
+    std::vector<worker> workers;  // one per thread
 };

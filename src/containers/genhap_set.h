@@ -6,20 +6,20 @@
 #include "objects/chaplotype.h"
 #include "objects/genotype_graph.h"
 
-/// The study as the chain sees it: its variants, the graph of each individual, and all current haplotypes.
-/// Individual i has graph i and the haplotypes 2i and 2i + 1; reference haplotypes follow those of all
-/// individuals and never change.
+/// The state of the chain: the variants of the study, the graph of each individual, and all current
+/// haplotypes. Individual i has graph i and the haplotypes 2i and 2i + 1. The haplotypes of the panel follow
+/// those of all individuals and never change.
 class genhap_set {
   public:
     genhap_set() = default;
-    /// Gives each individual two haplotypes of zeros over the variants, and appends the panel.
+    /// Gives each individual two haplotypes of zeros over the variants, then appends those of the panel.
     genhap_set(snp_set variants, std::vector<genotype_graph> graphs, std::vector<chaplotype> panel = {});
 
     int n_individuals() const { return static_cast<int>(vecG.size()); }
     int n_haplotypes() const { return static_cast<int>(vecH.size()); }
-    /// Distance from the first variant to the last one in bp; there is at least one.
+    /// Distance from the first variant to the last one in bp. There must be at least one variant.
     int span() const { return snps.snp_list.back().bp - snps.snp_list.front().bp; }
-    /// Prints the size of the graphs.
+    /// Prints the total size of the graphs.
     void summarise() const;
 
     snp_set snps;

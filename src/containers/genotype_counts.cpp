@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Adds 1 to the counts of the loci whose bits are set, the lowest bit being that of locus `first`.
+/// Adds 1 to the count of each locus whose bit is set. Bit 0 belongs to locus `first`.
 void count_bits(std::uint64_t bits, int first, std::vector<int>& counts) {
     for (; bits != 0; bits &= bits - 1) ++counts[first + std::countr_zero(bits)];
 }

@@ -8,7 +8,7 @@
 struct genotype_counts {
     std::vector<int> ind_missing;  // missing genotypes of each individual
     std::vector<int> snp_missing;  // missing genotypes of each variant
-    std::vector<int> count_a0;     // copies of a0 at each variant, missing genotypes apart
+    std::vector<int> count_a0;     // copies of a0 at each variant, without missing genotypes
     std::vector<int> count_a1;
 };
 

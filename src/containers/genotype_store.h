@@ -7,29 +7,29 @@
 #include "containers/variant_blocks.h"
 #include "objects/chaplotype.h"
 
-/// The genotypes of the study, individual by individual.
+/// The genotypes of the study, stored per individual.
 ///
-/// A genotype is the triple (missing, allele_a, allele_b), bit 0 of an allele being a0 of its variant:
+/// A genotype is the triple (missing, allele_a, allele_b). An allele of 0 is a0 of the variant:
 ///   (0, 0, 0) homozygous a0    (0, 0, 1) heterozygous
 ///   (0, 1, 1) homozygous a1    (1, 0, 0) missing
-/// so a missing genotype looks homozygous to code that doesn't look at `missing`.
+/// Code that ignores `missing` sees a missing genotype as homozygous a0.
 class genotype_store {
   public:
     genotype_store() = default;
-    /// Of these individuals, without any variant.
+    /// Starts without variants.
     explicit genotype_store(std::vector<std::string> individuals);
 
     int n_individuals() const { return static_cast<int>(ind_ids.size()); }
-    /// Makes room for `n` variants.
+    /// Reserves memory for `n` variants.
     void reserve(int n);
-    /// Takes over the variants of a block with their genotypes. All blocks but the last must be full.
+    /// Appends the variants of a block with their genotypes. Bits past its last variant must be 0.
     void append(genotype_block&& block);
     /// Makes all genotypes of variant `v` homozygous for a0. Returns how many were missing.
     int resetSnp(int v);
 
     snp_set snps;
     std::vector<std::string> ind_ids;
-    // Individual, then variant.
+    // Indexed by individual, then by variant.
     std::vector<chaplotype> allele_a;
     std::vector<chaplotype> allele_b;
     std::vector<chaplotype> missing;

@@ -8,7 +8,7 @@ snp::snp(int position, std::string first, std::string second)
 int snp::strand(const std::string& x, const std::string& y) const {
     const bool two_alleles = a0 != a1;
     const bool two_offered = x != y;
-    // One allele that is known on both sides decides, where a side names one allele only.
+    // If one side has a single allele, that allele alone decides.
     if (two_alleles && two_offered) {
         if (a0 == x && a1 == y) return 0;
         return a1 == x && a0 == y ? 1 : -1;

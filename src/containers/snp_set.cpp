@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Linear interpolation at `bp`, which lies within the map's first and last position.
+/// Interpolates linearly at `bp`, which must be within the map's first and last position.
 double interpolate(const std::vector<int>& pos, const std::vector<double>& cm, int bp) {
     const auto below = std::lower_bound(pos.begin(), pos.end(), bp) - pos.begin() - 1;
     const auto above = std::upper_bound(pos.begin(), pos.end(), bp) - pos.begin();
@@ -74,8 +74,8 @@ int snp_set::interpolateCentiMorgan(const std::vector<int>& pos, const std::vect
 std::vector<int> snp_set::rpartition(double size, random_source& random) const {
     const double span = static_cast<double>(snp_list.back().bp) - static_cast<double>(snp_list.front().bp);
     const double q = std::floor(span / size);
-    // The double division is not q again: for some spans it rounds to just below q, which gives one window
-    // less. A span of 0 has no quotient and is one window.
+    // span / (span / q) is not always q: for some spans it rounds to just below q, which gives one window
+    // fewer. A span of 0 is one window.
     const int w = span > 0.0 ? std::max(static_cast<int>(span / (span / q)), 1) : 1;
     const int n_snp = this->size();
     const int step = n_snp / w;

@@ -6,12 +6,12 @@
 
 #include "containers/snp.h"
 
-/// Rows of variants as files hold them, up to 64 variants in a row: readers yield blocks, and writers take
-/// them. Files go from variant to variant and the program from individual to individual, so a block packs the
-/// variants of one individual, or of one haplotype, into a word: bit j belongs to variant j.
+/// Readers yield and writers take variants in blocks of up to 64. Files are ordered by variant and the data
+/// of the program by individual, so a block packs the variants of one individual, or of one haplotype, into a
+/// word: bit j belongs to variant j.
 constexpr int BLOCK_VARIANTS = 64;
 
-/// Genotypes of one individual at the variants of a block, in the code of genotype_store.
+/// Genotypes of one individual at the variants of a block, coded as in genotype_store.
 struct genotype_word {
     std::uint64_t allele_a = 0;
     std::uint64_t allele_b = 0;
@@ -31,11 +31,11 @@ struct genotype_block {
     }
 
     std::vector<snp> variants;
-    std::vector<genotype_word> words;  // one an individual
+    std::vector<genotype_word> words;  // one per individual
 };
 
 /// Variants with the alleles of all haplotypes.
 struct haplotype_block {
     std::vector<snp> variants;
-    std::vector<std::uint64_t> words;  // one a haplotype
+    std::vector<std::uint64_t> words;  // one per haplotype
 };

@@ -8,7 +8,8 @@ namespace column_kernels {
 
 namespace {
 
-/// A step's arrays in local variables, which the compiler knows to be safe from a loop's stores.
+/// Local copies of the pointers of a step. The compiler can keep them in registers, since no store in a loop
+/// can change them.
 struct step_arrays {
     explicit step_arrays(const step& s)
         : from(s.from.column), em(s.em->data()), alleles(s.alleles), column(s.column) {}

@@ -6,17 +6,17 @@
 
 /// The inner loops of the copying model, over columns of K conditioning haplotypes and up to 8 candidates.
 ///
-/// A column is an array of K rows of 8 doubles: the value of candidate c and conditioning haplotype k stands
-/// at [k][c], so that a row fills the lanes of a vector register, or of two or four narrower ones. Each lane
-/// keeps its own sum over k in rising k, added one after the other: sums are never reordered, products never
-/// fused into them, and the results are the same bits on every machine. Lanes beyond the candidates of a
-/// segment hold anything and mean nothing: with up to four candidates only half a row is computed.
+/// A column is an array of K rows of 8 doubles: [k][c] is the value of candidate c and conditioning haplotype
+/// k. A row fills one vector register, or two or four narrower ones. Each lane has its own sum over k, added
+/// up one by one in ascending order of k. Sums are never reordered and products never fused into them, so the
+/// results have the same bits on every machine. Lanes beyond the candidates of a segment have arbitrary
+/// values. With up to four candidates only half of each row is computed.
 namespace column_kernels {
 
 constexpr int LANES = 8;
 constexpr int HALF = 4;
 
-/// One value a candidate: a row of a column, or its sums.
+/// One value per candidate: a row of a column, or its sums.
 struct alignas(64) lanes {
     double value[LANES];
 
@@ -26,8 +26,8 @@ struct alignas(64) lanes {
 
 /// Emission probabilities at one locus, for conditioning allele 0 and 1.
 using emissions = std::array<lanes, 2>;
-/// Emissions of candidates with these alleles, bit c being that of candidate c: `match` where the
-/// conditioning allele is the candidate's, else `mismatch`.
+/// Emissions of candidates with the given alleles, bit c for candidate c: `match` where the conditioning
+/// allele equals that of the candidate, else `mismatch`.
 inline emissions emissions_of(unsigned alleles, double match, double mismatch) {
     emissions em;
     for (int c = 0; c < LANES; ++c) {
@@ -37,10 +37,10 @@ inline emissions emissions_of(unsigned alleles, double match, double mismatch) {
     }
     return em;
 }
-/// Haploid mass between left candidate (row) and right candidate.
+/// Haploid mass of each pair of a left candidate (first index) and a right candidate (second index).
 using pair_matrix = std::array<lanes, LANES>;
 
-/// A column that flows on across an interval.
+/// A column, and the transition probabilities of the interval after it.
 struct flow {
     const lanes* column;
     const lanes* sums;  // of the column, over k
@@ -49,10 +49,10 @@ struct flow {
     int n_candidates;   // of the column's segment
 };
 
-/// What one pass does at one locus. The column to fill may be the column before, which is then replaced row
-/// by row.
+/// One step of a pass, at one locus. The column to fill may be the previous column, which is then overwritten
+/// row by row.
 struct step {
-    flow from;                     // the column before
+    flow from;                     // the previous column
     const emissions* em;           // at this locus
     const unsigned char* alleles;  // of the K conditioning haplotypes at this locus, 0 or 1
     lanes* column;                 // the column to fill
@@ -64,15 +64,15 @@ struct kernel_set {
     const char* name;
     bool (*is_available)();
 
-    /// column[k][c] = (*em)[alleles[k]][c]; `from` plays no part.
+    /// column[k][c] = (*em)[alleles[k]][c]; `from` is not used.
     void (*start)(const step& s, int K);
-    /// Inside a segment, candidates flow into themselves:
+    /// Inside a segment, each candidate flows only into itself:
     /// column[k][c] = (from.sums[c] * tn + nt * from.column[k][c]) * (*em)[alleles[k]][c].
     void (*inside)(const step& s, int K);
-    /// Two such steps at once. The sums of one step are a chain of dependent additions: a second chain keeps
-    /// the processor busy while it waits.
+    /// Two such steps interleaved. The sums of one step are a chain of dependent additions; a second,
+    /// independent chain keeps the processor busy while the first one waits.
     void (*inside_both)(const step& s, const step& t, int K);
-    /// At a boundary each candidate of the segment before flows into every candidate of this one:
+    /// At a segment boundary, each candidate of the previous segment flows into every candidate of this one:
     /// column[k][c] = (sum over d of (from.sums[d] * tn + nt * from.column[k][d])) * (*em)[alleles[k]][c].
     void (*across)(const step& s, int K);
     /// Divides the column and its sums by the total of the first `n` sums.
@@ -82,9 +82,9 @@ struct kernel_set {
     void (*pair_sums)(const flow& left, const lanes* right, int n_right, int K, pair_matrix& pairs);
 };
 
-/// The fastest set that this machine has.
+/// The fastest set that this machine supports.
 const kernel_set& kernels();
-/// All sets that this machine has, the fastest first.
+/// All sets that this machine supports, the fastest first.
 std::vector<const kernel_set*> available_kernels();
 
 }  // namespace column_kernels

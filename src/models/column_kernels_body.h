@@ -1,8 +1,9 @@
-// Included once for each instruction set, within a namespace of its own, with KERNEL set to the function
-// attribute that selects it, and REGISTER_BYTES to the width of its registers. There is no include guard on
-// purpose.
+// Included once per instruction set, each time in a namespace of its own, with KERNEL set to the function
+// attribute that selects the instruction set and REGISTER_BYTES to the width of its registers. There is no
+// include guard on purpose.
 
-/// The first N lanes of a row, 4 or 8, in as many registers as it takes. All operations go lane by lane.
+/// The first N lanes of a row, N being 4 or 8, in as many registers as needed. All operations work lane by
+/// lane.
 template <int N>
 struct row {
     static constexpr int BYTES = N * static_cast<int>(sizeof(double));
@@ -55,10 +56,10 @@ INLINE_KERNEL row<N> operator/(const row<N>& a, const row<N>& b) {
     return r;
 }
 
-/// Makes rows of the columns of an 8 x 8 block.
+/// Transposes an 8 x 8 block.
 INLINE_KERNEL void turn(row<LANES> (&block)[LANES]) {
 #if REGISTER_BYTES == 64
-    // Pairs of columns, then of pairs, then halves: 24 shuffles.
+    // Exchanges single columns, then pairs of columns, then halves: 24 shuffles.
     row<LANES>::part t[8], u[8];
     for (int i = 0; i < 8; i += 2) {
         t[i] = __builtin_shufflevector(block[i].parts[0], block[i + 1].parts[0], 0, 8, 2, 10, 4, 12, 6, 14);
@@ -95,7 +96,7 @@ KERNEL void start(const step& s, int K) {
     store(*s.sums, total);
 }
 
-/// One step inside a segment, row after row.
+/// One step inside a segment, row by row.
 template <int N>
 struct inside_step {
     INLINE_KERNEL explicit inside_step(const step& s)
@@ -124,7 +125,7 @@ KERNEL void inside(const step& s, int K) {
 
 template <int N, int M>
 KERNEL void inside_both_of(const step& s, const step& t, int K) {
-    constexpr int TURN = 4;  // rows; counting and addressing would take a quarter of the time if row by row
+    constexpr int TURN = 4;  // rows per round; with one row, loop overhead would take a quarter of the time
     inside_step<N> first(s);
     inside_step<M> second(t);
     int k = 0;
@@ -156,7 +157,8 @@ KERNEL void across(const step& s, int K) {
     const step_arrays a(s);
     row<LANES> total = all<LANES>(0.0);
     int k = 0;
-    // Eight haplotypes at a time, so that lanes are haplotypes while the candidates are summed in order.
+    // Eight haplotypes at a time. After transposing, each lane is a haplotype and adds up its candidates in
+    // order.
     for (; k + LANES <= K; k += LANES) {
         row<LANES> block[LANES];
         for (int j = 0; j < LANES; ++j) block[j] = jump + nt * load<LANES>(a.from[k + j]);
@@ -184,10 +186,10 @@ KERNEL void across(const step& s, int K) {
 }
 
 #if REGISTER_BYTES == 64
-/// Divides rows by one number without a division: the product with the reciprocal is close to the quotient,
-/// the first remainder brings it within one unit of its last place, and the second one makes it the correctly
-/// rounded quotient, the very bits of a division (Markstein 1990). That holds far from the ends of the range
-/// of doubles; a row with a number out there is divided.
+/// Divides rows by one number without a division instruction. The product with the reciprocal is close to the
+/// quotient. A first correction by the remainder brings it within one unit in the last place, and a second
+/// one makes it the correctly rounded quotient, with the same bits as a division (Markstein 1990). This holds
+/// only far from underflow and overflow, so a row with a very small or very large number is divided.
 struct divisor {
     KERNEL explicit divisor(double x)
         : total(_mm512_set1_pd(x)),
@@ -233,7 +235,8 @@ KERNEL void rescale(int n, int K, lanes* column, lanes& sums) {
     n <= HALF ? divide<HALF>(total, K, column, sums) : divide<LANES>(total, K, column, sums);
 }
 
-/// COUNT candidates on the left, from candidate `first` on, so that their running sums stay in registers.
+/// The pair sums of COUNT left candidates, from candidate `first` on. COUNT is small enough for the running
+/// sums to stay in registers.
 template <int N, int COUNT>
 KERNEL void pair_sums_of(int first, const flow& left, const lanes* right, int K, pair_matrix& pairs) {
     const row<LANES> jump = load<LANES>(*left.sums) * all<LANES>(left.tn), nt = all<LANES>(left.nt);
@@ -250,7 +253,7 @@ KERNEL void pair_sums_of(int first, const flow& left, const lanes* right, int K,
 
 template <int N>
 KERNEL void pair_sums_in(const flow& left, const lanes* right, int K, pair_matrix& pairs) {
-    constexpr int MOST = 8 / row<N>::PARTS;  // candidates whose sums fit the registers
+    constexpr int MOST = 8 / row<N>::PARTS;  // candidates whose sums fit in the registers
     int c = 0;
     const int n = left.n_candidates;
     for (; c + MOST <= n; c += MOST) pair_sums_of<N, MOST>(c, left, right, K, pairs);

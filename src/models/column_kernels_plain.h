@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <vector>
 
-/// The plain twin of the column kernels: the same model, candidate after candidate, in scalar loops that say
-/// what the fast ones have to compute. Tests hold the two equal bit for bit, benchmarks compare their speed.
+/// Scalar reference implementation of the column kernels, one candidate after another. Tests check that both
+/// give the same bits, benchmarks compare their speed.
 namespace column_kernels::plain {
 
-/// The value of candidate c and conditioning haplotype k stands at [c * K + k].
+/// The value of candidate c and conditioning haplotype k is at [c * K + k].
 struct column {
     column() = default;
     column(int n_candidates, int K) : value(static_cast<std::size_t>(n_candidates) * K), sum(n_candidates) {}
@@ -15,7 +15,7 @@ struct column {
     int n_candidates() const { return static_cast<int>(sum.size()); }
 
     std::vector<double> value;
-    std::vector<double> sum;  // of each candidate, over rising k
+    std::vector<double> sum;  // of each candidate, over k in ascending order
 };
 
 struct step {

@@ -42,18 +42,18 @@ model_work& model_work::operator+=(const model_work& other) {
     return *this;
 }
 
-/// One pass, and its step at the locus where it stands: the forward pass goes up from the first locus, the
-/// backward pass down from the last one.
+/// The state of one pass: its locus, and the step to take there. The forward pass goes up from the first
+/// locus, the backward pass down from the last one.
 struct haplotype_segment::pass {
     enum { START, INSIDE, ACROSS, DONE } kind;
     int locus;
     int segment;
-    int to_come;                      // loci of the segment behind this one, as the pass goes
-    int phase;                        // 0 where the column is rescaled
-    const unsigned char* candidates;  // their alleles, in buffers.candidates
-    lanes sums;                       // of the column in hand
-    emissions first_emissions;        // of a start that has its own
-    column_kernels::step step;        // step.column is the column in hand once the step is done
+    int to_come;  // loci of the segment that are still ahead, in the direction of the pass
+    int phase;    // 0 at loci where the column is rescaled
+    const unsigned char* candidates;  // alleles of the candidates at `locus`
+    lanes sums;                       // of the current column
+    emissions first_emissions;        // of the first step of the backward pass
+    column_kernels::step step;        // step.column is the current column once the step is taken
 
     bool is_at_boundary() const { return kind == START || kind == ACROSS; }
 };
@@ -79,8 +79,8 @@ haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
     grow(buffers.group_prob, LARGEST_GROUP);
 }
 
-/// Fills `alleles` for all loci of the run, from the byte of the first one on: takes eight bytes of each
-/// haplotype at a time.
+/// Fills buffers.alleles for all loci of the run, starting at the byte that holds the first one. Reads eight
+/// bytes of each haplotype at a time.
 void haplotype_segment::unpack_haplotypes() {
     const int first_byte = locus_first >> 3, end_byte = (locus_last >> 3) + 1, n_states = K();
     grow(buffers.words, stride());
@@ -93,7 +93,7 @@ void haplotype_segment::unpack_haplotypes() {
     }
 }
 
-/// Fills `candidates` for all loci of the run, eight loci of eight candidates at a time.
+/// Fills buffers.candidates for all loci of the run, eight loci of eight candidates at a time.
 void haplotype_segment::unpack_candidates(const genotype_graph& G) {
     grow(buffers.candidates, locus_last - locus_first + 1 + 8);
     unsigned char* locus = buffers.candidates.data();
@@ -101,18 +101,18 @@ void haplotype_segment::unpack_candidates(const genotype_graph& G) {
         const int length = static_cast<int>(G.seg_length[s]), n = static_cast<int>(G.seg_count[s]);
         for (int i = 0; i < length; i += 8) {
             std::uint64_t rows = 0;
-            // Lanes beyond the last candidate do as the first one does, so that their useless values stay in
-            // the range that processors are quick with.
+            // Lanes beyond the last candidate copy the first one. Their values are not used, but denormal
+            // numbers there would slow the processor down.
             for (int c = 0; c < LANES; ++c)
                 rows |= std::uint64_t{G.hap_bits.get8(G.candidate(s, c < n ? c : 0) + i)} << (8 * c);
             rows = transposed(rows);
-            std::memcpy(locus + i, &rows, sizeof rows);  // the next segment replaces what is behind this one
+            std::memcpy(locus + i, &rows, sizeof rows);  // the next segment overwrites the surplus
         }
         locus += length;
     }
 }
 
-/// Makes the emissions of all sets of alleles that candidates may carry, unless they are those at hand.
+/// Computes the emissions for all combinations of candidate alleles, unless the buffers hold them already.
 void haplotype_segment::prepare_emissions(const hmm_parameters& M) {
     const auto kind = std::pair(M.em_match, M.em_mismatch);
     if (!buffers.emission.empty() && buffers.emission_kind == kind) return;
@@ -162,7 +162,7 @@ void haplotype_segment::begin(pass& at, const hmm_parameters& M, const genotype_
     at.step.column = column_at<DIRECTION>(at);
 }
 
-/// Takes the step in hand.
+/// Takes the current step.
 void haplotype_segment::take(const pass& at) const {
     if (at.kind == pass::START)
         kernel.start(at.step, K());
@@ -172,7 +172,7 @@ void haplotype_segment::take(const pass& at) const {
         kernel.across(at.step, K());
 }
 
-/// Ends the step that has been taken, and goes on to the next locus.
+/// Finishes the step just taken, and prepares the one at the next locus.
 template <int DIRECTION>
 inline void haplotype_segment::advance(pass& at, const hmm_parameters& M, const genotype_graph& G) {
     const int n_candidates = static_cast<int>(G.seg_count[at.segment]);
@@ -195,7 +195,7 @@ inline void haplotype_segment::advance(pass& at, const hmm_parameters& M, const 
         at.segment += DIRECTION;
         at.to_come = static_cast<int>(G.seg_length[at.segment]) - 1;
     }
-    const int interval = DIRECTION > 0 ? at.locus : at.locus - 1;  // between two loci, named by the left one
+    const int interval = DIRECTION > 0 ? at.locus : at.locus - 1;  // numbered by the locus on its left
     at.locus += DIRECTION;
     at.candidates += DIRECTION;
     at.step.from.column = at.step.column;
@@ -222,8 +222,8 @@ void haplotype_segment::backward(const hmm_parameters& M, const genotype_graph* 
     run_pass<-1>(M, *G);
 }
 
-/// Runs both passes. They know nothing of each other: side by side each fills the time that the other one
-/// waits. Steps at boundaries are taken alone, while the other pass stands.
+/// Runs both passes. They are independent, so their steps inside segments are interleaved: each computes
+/// while the other one waits for its additions. Steps at boundaries are taken one at a time.
 void haplotype_segment::both_passes(const hmm_parameters& M, const genotype_graph& G) {
     pass ahead, back;
     begin<1>(ahead, M, G);
@@ -261,7 +261,7 @@ int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
     return n_underflows;
 }
 
-/// Sets the entering or the leaving group from the haploid mass of each candidate.
+/// Sets the first or the last group of the graph from the haploid mass of each candidate.
 void haplotype_segment::set_end_group(genotype_graph* G, int g, const lanes& mass, int n_candidates,
                                       int shift) {
     double total = 0.0;
@@ -280,8 +280,8 @@ void haplotype_segment::set_end_group(genotype_graph* G, int g, const lanes& mas
     for (int t = 0; t < n_trans; ++t) G->trans_prob[first + t] = static_cast<float>(weight[t] / sum);
 }
 
-/// Sets group `s`, between segments s - 1 and s, the latter of which starts at `locus`. Returns 1 when the
-/// products underflowed, else 0.
+/// Sets group `s`, between segments s - 1 and s, where segment s starts at `locus`. Returns 1 if the products
+/// underflowed, else 0.
 int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* G, int s, int locus) {
     const int n_left = static_cast<int>(G->seg_count[s - 1]), n_right = static_cast<int>(G->seg_count[s]);
     const flow left{stored(buffers.alpha, s - 1), &buffers.alpha_sum[s - 1 - segment_first], M.tn[locus - 1],

@@ -9,8 +9,8 @@ namespace {
 
 constexpr double SMALLEST_RHO = 1e-5;
 
-/// The double nearest to exp(x). The C library's exp depends on the processor in the last bit, now and then;
-/// so the value comes from arithmetic on whole numbers, with 113 bits, and is rounded once.
+/// The double nearest to exp(x). The last bit of the C library's exp can depend on the processor, so the
+/// value is computed with 113 bits in integer arithmetic and rounded once.
 double portable_exp(double x) {
     using boost::multiprecision::cpp_bin_float_quad;
     return static_cast<double>(cpp_bin_float_quad(exp(cpp_bin_float_quad(x))));
@@ -34,7 +34,7 @@ void hmm_parameters::set_distances(const snp_set& S,
 }
 
 void hmm_parameters::update(int nhap, int nstate) {
-    // All haplotypes of the data scale the distance, whatever the number of states.
+    // The distance is divided by the number of all haplotypes, not of states.
     for (std::size_t i = 0; i < rho.size(); ++i) {
         nt[i] = portable_exp(-rho[i] / nhap);
         t[i] = 1.0 - nt[i];

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr const char* MODE = "Phaser";
-// Both texts are fixed, and they differ; CONTRIBUTING.md explains the version numbers.
+// The two versions differ on purpose; CONTRIBUTING.md explains the version numbers.
 constexpr const char* BANNER_VERSION = "v3.r881";
 constexpr const char* LOG_VERSION = "v2.r881";
 
@@ -31,7 +31,7 @@ std::string default_log(long start) {
 }
 
 void open_log(const std::string& log) {
-    take_output(lfile::nameFor(log));  // and with it the side files, which are named after it
+    take_output(lfile::nameFor(log));  // this protects the side files too, which are named after it
     if (LOG.open(log)) return;
     std::cerr << "Impossible to open log file[" << log << "] check writing permissions!" << std::endl;
     end_process(EXIT_FAILURE);

@@ -6,9 +6,9 @@
 #include "modes/options.h"
 
 /// Reads the command line of a run that started at `start` (seconds since 1970), prints the banner, answers
-/// --help and opens the log. Errors of syntax end the process with one line and status 0; a log that can't be
+/// --help and opens the log. A syntax error ends the process with one line and status 0; a log that can't be
 /// opened ends it with status 1.
 run_options start_run(const std::vector<std::string>& args, long start);
 
-/// Writes version and date to the log, date and name of the log to the console.
+/// Writes the version and the date to the log, and the date and the name of the log to the console.
 void print_version_and_date(long start);

@@ -13,8 +13,8 @@
 
 namespace {
 
-/// Opens the standard streams that the parent process left closed. The next file opened would take the place
-/// of one, and what is meant for the console would go into it.
+/// Opens the standard streams that the parent process closed. Otherwise the next file opened would get the
+/// descriptor of one of them, and console output would go into that file.
 void open_standard_streams() {
     int descriptor = 0;
     while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDWR);
@@ -27,7 +27,7 @@ int main(int argc, char** argv) {
     open_standard_streams();
     timeval start{}, stop{};
     gettimeofday(&start, nullptr);
-    // A write beyond a file size limit then fails like any other write, with a message.
+    // A write beyond the file size limit then fails like any other write, with a message.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         phaser(std::vector<std::string>(argv + (argc > 0), argv + argc), std::time(nullptr)).phase();

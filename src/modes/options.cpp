@@ -24,11 +24,11 @@ constexpr double FAST_CLUSTER_SIZE = 4000.0;
 template <class Value>
 using member = setting<Value> run_options::*;
 
-/// One option. A new one needs a field in run_options and a row in the table; and where its value can be out
-/// of range a line in check_options, where it shapes the run one in echo_options.
+/// One option. A new one needs a field in run_options and a row in the table. It also needs a check in
+/// check_options if its value can be out of range, and a line in echo_options if it affects the run.
 struct option_row {
     const char* group;
-    const char* name;  // with the short one behind a comma
+    const char* name;  // followed by a comma and the short name, if any
     std::variant<member<bool>, member<int>, member<double>, member<std::string>, member<file_names>> field;
     const char* shown_default;  // as the help shows it; nullptr if there is none
     const char* help;
@@ -40,7 +40,7 @@ constexpr const char* MCMC = "MCMC options";
 constexpr const char* INPUT = "Input files options";
 constexpr const char* MODEL = "Model options";
 constexpr const char* OUTPUT = "Output file options";
-constexpr const char* NOW = "now";  // the seed's default: the seconds since 1970
+constexpr const char* NOW = "now";  // default of the seed: the seconds since 1970
 constexpr const char* NONE = nullptr;
 
 const option_row OPTIONS[] = {
@@ -83,7 +83,7 @@ const option_row OPTIONS[] = {
      "Frequency of clustering in main iterations."},
     {MODEL, "states,S", &run_options::states, "100", "Number of hidden states used for phasing."},
     {MODEL, "effective-size", &run_options::effective_size, "15000", "Effective size of the population."},
-    // Checked and otherwise unused: a run needs a genetic map, which gives the rates.
+    // Checked but otherwise unused: the rates come from the genetic map, which every run needs.
     {MODEL, "rho", &run_options::rho, "0.0004", "Constant recombination rate."},
     {MODEL, "fast", &run_options::fast, NONE,
      "Turn on fast mode. Greater speed with a small decrease in accuracy. (suitable for N>10,000)"},
@@ -103,7 +103,7 @@ run_options defaults(long start) {
     return options;
 }
 
-/// What the library has to know of an option's values. Ownership passes to the library.
+/// Describes the values of an option to the library, which takes ownership of the result.
 template <class Value>
 po::value_semantic* semantics(const option_row& row, const run_options& with_defaults,
                               setting<Value> run_options::*field) {
@@ -121,7 +121,7 @@ po::value_semantic* semantics(const option_row& row, const run_options& with_def
     }
 }
 
-/// The table in the terms of the library.
+/// The table of options in the form that the library needs.
 po::options_description describe(const run_options& with_defaults) {
     const unsigned WIDTH = po::options_description::m_default_line_length;
     po::options_description all(WIDTH, WIDTH / 2);
@@ -174,8 +174,8 @@ std::string parse_options(const std::vector<std::string>& args, long start, run_
         const auto has_mark = [](const std::string& word) { return word.find('%') != std::string::npos; };
         if (std::none_of(args.begin(), args.end(), has_mark)) return failure.what();
     }
-    // The library puts words of the command line into its message in the place of marks like %value%, as long
-    // as it finds any: for ever, if a word is such a mark. So each % is hidden from it.
+    // The library replaces placeholders like %value% in its message by words of the command line until it
+    // finds none. If a word is itself a placeholder, it never ends. So each % is hidden from it.
     constexpr char HIDDEN = '\1';
     std::vector<std::string> words = args;
     for (std::string& word : words) std::replace(word.begin(), word.end(), '%', HIDDEN);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// The value of an option, and whether the command line gave it.
+/// The value of an option, and whether it was given on the command line.
 template <class Value>
 struct setting {
     Value value{};
@@ -37,7 +37,7 @@ struct run_options {
     setting<file_names> input_ref;
 
     // Model options
-    setting<int> cluster_burn{1}, cluster_prune{1}, cluster_main{1};  // iterations from tree to tree
+    setting<int> cluster_burn{1}, cluster_prune{1}, cluster_main{1};  // iterations from one tree to the next
     setting<int> states{100};
     setting<int> effective_size{15000};
     setting<double> rho{0.0004};
@@ -49,15 +49,15 @@ struct run_options {
     // Output file options
     setting<file_names> output_max;
 
-    /// Whether conditioning haplotypes are selected through trees, and the haplotypes of a cluster.
+    /// Whether cluster trees select the conditioning haplotypes, and the number of haplotypes in a cluster.
     bool uses_trees() const { return fast.is_given || cluster_size.is_given; }
     double tree_size() const;
-    /// Whether jobs skip the model where the nearest haplotype matches.
+    /// Whether jobs skip the model on a perfect match.
     bool stops_early() const { return fast.is_given || early_stopping.is_given; }
 };
 
 /// Reads a command line (without the name of the program) into `options`; `start` is the default of the seed,
-/// in seconds since 1970. Returns what is wrong with its syntax, or nothing.
+/// in seconds since 1970. Returns a message on a syntax error, else an empty string.
 std::string parse_options(const std::vector<std::string>& args, long start, run_options& options);
 
 /// Prints all options with their defaults.
@@ -66,6 +66,6 @@ void print_help(long start, std::ostream& out);
 /// Ends the run at the first value that is out of range.
 void check_options(const run_options& options);
 
-/// Prints the mode, and the values that shape the run.
+/// Print the mode, and the values that affect the run.
 void echo_mode(const run_options& options);
 void echo_options(const run_options& options);

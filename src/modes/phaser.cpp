@@ -15,12 +15,12 @@
 
 namespace {
 
-/// The form of selection that the options ask for.
+/// Creates the selector that the options ask for.
 std::unique_ptr<conditioning_selector> make_selector(const run_options& o, const genhap_set& set,
                                                      worker_team& team) {
     const double window = BASES_PER_MB * o.window.value;
     if (o.uses_trees()) {
-        // In single precision, as sizes have always been compared: a large one is rounded to 24 bits.
+        // The size is rounded to single precision (24 bits) before it is truncated.
         const int cluster_size = static_cast<int>(static_cast<float>(o.tree_size()));
         return std::make_unique<tree_selector>(set, o.states.value, cluster_size, window, team);
     }

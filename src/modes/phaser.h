@@ -21,10 +21,10 @@ class phaser {
     /// files.
     phaser(const std::vector<std::string>& args, long start);
 
-    /// The whole run.
+    /// Runs all three parts below.
     void phase();
 
-    // Its three parts, in order.
+    // The parts of a run, in order.
 
     /// Reads the input, builds the graphs and samples the first haplotypes.
     void read_files_and_initialise();
@@ -33,7 +33,7 @@ class phaser {
     /// Finds the best haplotypes and writes them.
     void write_files_and_finalise();
 
-    /// What the jobs of the chain have cost; for measuring.
+    /// Cost of all jobs of the chain so far, for benchmarks.
     job_cost cost_of_jobs() const { return jobs->cost(); }
 
   private:

@@ -27,7 +27,7 @@ std::vector<const setting<std::string>*> filter_lists(const run_options& o) {
     return {&o.exclude_snp, &o.include_snp, &o.exclude_ind, &o.include_ind};
 }
 
-/// Files that the run writes when its log is called `log`.
+/// Files that the run writes if its log is called `log`.
 file_names output_files(const run_options& o, const std::string& log) {
     const std::string prefix = lfile::getPrefix(log);
     file_names names = {log, prefix + ".ind.mm", prefix + ".snp.mm"};
@@ -88,7 +88,7 @@ void refuse_overwriting(const run_options& options, const std::string& log) {
 }
 
 void take_output(const std::string& file) {
-    // Two runs writing to one file at a time would leave a mixture of both that looks whole.
+    // Two runs that write to one file at once would leave a mixture that looks complete.
     if (!futils::takeFile(file))
         LOG.error(file + " is being written by another run; give another name to the output or the log");
 }

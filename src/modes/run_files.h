@@ -5,10 +5,10 @@
 
 #include "modes/options.h"
 
-/// Which files a run reads and writes, and whether it may.
+/// The files that a run reads and writes, and checks of them.
 
-/// Names of the three files of a Plink set, of a GEN/SAMPLE pair, and of the haplotypes and their people: the
-/// option takes a prefix, or one name for each file. Empty for another number of names.
+/// Names of the three files of a Plink set, and of the two files of a GEN/SAMPLE and of a HAPS/SAMPLE pair.
+/// The option takes a prefix, or one name per file; for any other number of names the result is empty.
 file_names bed_files(const run_options& options);
 file_names gen_files(const run_options& options);
 file_names haplotype_files(const run_options& options);
@@ -16,12 +16,12 @@ file_names haplotype_files(const run_options& options);
 /// Files that the run reads.
 file_names input_files(const run_options& options);
 
-/// Ends the run if it would overwrite a file that it reads, or write two outputs to one file, when its log is
-/// called `log`. Creates nothing, so a slip on the command line can't cost any data.
+/// Ends the run if it would overwrite a file that it reads, or write two outputs to one file. `log` is the
+/// name of its log. Creates no file, so a mistyped command line destroys no data.
 void refuse_overwriting(const run_options& options, const std::string& log);
 
-/// Makes sure that no other run writes this file while this one lives.
+/// Locks an output file until this run ends. Ends the run if another run has locked it.
 void take_output(const std::string& file);
 
-/// Ends the run at the first file that can't be used. The outputs are taken, and created empty.
+/// Ends the run at the first file that can't be used. Locks the outputs and creates them empty.
 void check_files(const run_options& options);

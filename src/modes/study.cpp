@@ -71,7 +71,7 @@ void place_on_map(const std::string& file, snp_set& variants) {
     const int n_set = variants.setCentiMorgan(map.map_pos, map.map_cm);
     const int n_interpolated = variants.interpolateCentiMorgan(map.map_pos, map.map_cm);
     LOG.println("  * #set=" + sutils::int2str(n_set) + " / #interpolated=" + sutils::int2str(n_interpolated));
-    if (variants.size() == 0) return;  // the checks stop such a run
+    if (variants.size() == 0) return;  // check_missing ends such a run
     const auto range = [](double first, double last, const std::string& unit) {
         return " map [" + sutils::double2str(first, 2) + unit + " -> " + sutils::double2str(last, 2) + unit +
                "]";

@@ -24,7 +24,8 @@ std::uint64_t word_at(const unsigned char* bytes) {
     return word;
 }
 
-/// The bytes from `at` to `n` of an array of `n`, fewer than a word: the last word less what stands before.
+/// The bytes from `at` to the end of an array of `n` bytes, which are fewer than a word: the last whole word
+/// of the array, shifted down, if the array has one.
 std::uint64_t rest_at(const unsigned char* bytes, int at, int n) {
     if (n >= WORD) return word_at(bytes + n - WORD) >> (8 * (at + WORD - n));
     std::uint64_t word = 0;
@@ -32,12 +33,12 @@ std::uint64_t rest_at(const unsigned char* bytes, int at, int n) {
     return word;
 }
 
-/// A word from `at` on, of an array of `n` bytes.
+/// The word that starts at byte `at` of an array of `n` bytes. Bytes past the end are 0.
 std::uint64_t bytes_at(const unsigned char* bytes, int at, int n) {
     return at + WORD <= n ? word_at(bytes + at) : rest_at(bytes, at, n);
 }
 
-/// Bits of the word that starts at locus `start` whose loci lie in [first, last].
+/// Bits of the word that starts at locus `start` whose loci are in [first, last].
 std::uint64_t loci_between(int start, int first, int last) {
     std::uint64_t bits = ~std::uint64_t{0};
     if (first > start) bits &= bits << (first - start);

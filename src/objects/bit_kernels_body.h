@@ -1,12 +1,13 @@
-// Included once for each instruction set, within a namespace of its own, with KERNEL set to the function
-// attribute that selects it, HAS_POPCOUNT where it counts the bits of a word, and REGISTER_BYTES to the width
-// of registers that look up bytes, 64, 32 or 0. There is no include guard on purpose.
+// Included once per instruction set, each time in a namespace of its own, with KERNEL set to the function
+// attribute that selects the instruction set, HAS_POPCOUNT to 1 if it has an instruction to count bits, and
+// REGISTER_BYTES to the width of the registers in which it can look up bytes (64, 32, or 0 for none). There
+// is no include guard on purpose.
 
 KERNEL inline int count(std::uint64_t bits) {
 #if HAS_POPCOUNT
     return __builtin_popcountll(bits);
 #else
-    // Sums of 2, 4, and 8 bits side by side; the product adds up the bytes.
+    // Sums over 2, 4 and 8 bits in parallel; the product adds up the bytes.
     bits -= bits >> 1 & 0x5555555555555555;
     bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
     bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0F;
@@ -25,9 +26,10 @@ using integers = __m256i;
 #define WIDE(operation) _mm256_##operation
 #endif
 
-/// Set bits of each byte: two look-ups, one for each half of it.
+/// Number of set bits in each byte, by one look-up for each half of the byte.
 KERNEL inline bytes byte_counts(words bits) {
-    constexpr std::uint64_t TO_7 = 0x0302020102010100, TO_15 = 0x0403030203020201;  // bits of 0 to 7, 8 to 15
+    // Numbers of set bits in 0 to 7 and in 8 to 15.
+    constexpr std::uint64_t TO_7 = 0x0302020102010100, TO_15 = 0x0403030203020201;
     words n_bits;
     for (unsigned i = 0; i < sizeof n_bits / WORD; ++i) n_bits[i] = i % 2 == 0 ? TO_7 : TO_15;
     const words low = 0x0F0F0F0F0F0F0F0F - words{};
@@ -62,7 +64,7 @@ KERNEL int wide_distance(const unsigned char* a, const unsigned char* b, int n) 
 
 KERNEL int distance(const unsigned char* a, const unsigned char* b, int n) {
 #if REGISTER_BYTES == 64
-    if (n >= 2 * CACHE_LINE) return wide_distance(a, b, n);  // pays from two registers on
+    if (n >= 2 * CACHE_LINE) return wide_distance(a, b, n);  // faster from two registers on
 #endif
     int sum = 0, at = 0;
     for (; at + WORD <= n; at += WORD) sum += count(word_at(a + at) ^ word_at(b + at));
@@ -71,7 +73,8 @@ KERNEL int distance(const unsigned char* a, const unsigned char* b, int n) {
 }
 
 #if REGISTER_BYTES
-/// Eight distances in the making. Bytes have room for the counts of MOST_WORDS words.
+/// Sums up eight distances. The counts of MOST_WORDS words fit in the bytes of `counts`; then fold must be
+/// called.
 struct eight_distances {
     KERNEL void add(const tile_line& line, std::uint64_t target, std::uint64_t counted) {
         for (int i = 0; i < PARTS; ++i)
@@ -108,7 +111,7 @@ struct eight_distances {
 
 KERNEL void scan(const tile_line* lines, int stride, const int* tiles, int n_tiles,
                  const target_words* targets, int n_words, int* d0, int* d1) {
-    constexpr int AHEAD = 3;  // tiles: a tile's first lines come unexpected to the processor
+    constexpr int AHEAD = 3;  // tiles to prefetch ahead: the processor cannot predict where the next tile is
     for (int i = 0; i < n_tiles; ++i) {
         const tile_line* line = lines + static_cast<std::ptrdiff_t>(tiles[i]) * stride;
         const tile_line* later =
@@ -140,14 +143,14 @@ KERNEL overlap_counts overlap(const unsigned char* c0, const unsigned char* c1, 
         const std::uint64_t counted = loci_between(8 * byte, first, last);
         counts.only0 += count(match0 & ~match1 & counted);
         counts.only1 += count(match1 & ~match0 & counted);
-        // Where both match, all four are alike if the targets are.
+        // Where both match, the four alleles are equal if those of the targets are.
         counts.both += count(match0 & match1 & (a ^ b) & counted);
     }
     return counts;
 }
 
 KERNEL void unpack(const std::uint64_t* from, int byte, int n, unsigned char* alleles) {
-    // The first row keeps the bytes until all other rows are filled.
+    // The first row holds the packed bytes until all other rows are filled.
     for (int h = 0; h < n; ++h) alleles[h] = static_cast<unsigned char>(from[h] >> (8 * byte));
     for (int b = 1; b < 8; ++b) {
         unsigned char* row = alleles + static_cast<std::ptrdiff_t>(b) * n;

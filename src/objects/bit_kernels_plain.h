@@ -4,11 +4,11 @@
 
 #include "objects/chaplotype.h"
 
-/// The plain twin of the bit kernels, byte by byte. Tests hold the two equal,
-/// benchmarks compare their speed.
+/// Scalar reference implementation of the bit kernels, byte by byte. Tests check that both give the same
+/// distances, benchmarks compare their speed.
 namespace bit_kernels::plain {
 
-/// Number of bits in which `n` bytes differ, or DISTANCE_BEYOND_LIMIT as soon as it is above `limit`.
+/// Number of bits in which `n` bytes differ, or DISTANCE_BEYOND_LIMIT if it is above `limit`.
 inline int bounded_distance(const unsigned char* a, const unsigned char* b, int n, int limit) {
     int sum = 0;
     for (int i = 0; i < n; ++i) {

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-/// A distance farther than any two haplotypes lie apart: of an unset entry, or beyond a limit.
+/// A distance larger than any two haplotypes can have. Marks an unset entry, or a distance beyond a limit.
 constexpr int DISTANCE_BEYOND_LIMIT = 1000000000;
 
-/// A haplotype: biallelic alleles packed eight to the byte. Locus l is bit l & 7 of byte l >> 3; bits past
-/// the last locus are 0, on which the distances rely. Distances work on whole bytes. Other flags of loci are
-/// held in the same way.
+/// A haplotype: biallelic alleles packed eight to the byte. Locus l is bit l & 7 of byte l >> 3. Bits past
+/// the last locus are 0; the distances, which compare whole bytes, rely on this. Also holds other flags of
+/// loci.
 class chaplotype {
   public:
     chaplotype() = default;
@@ -18,7 +18,7 @@ class chaplotype {
     explicit chaplotype(unsigned int n);
     explicit chaplotype(const std::vector<bool>& alleles);
 
-    /// Frees the memory as well.
+    /// Removes all loci and frees the memory.
     void clear();
 
     /// Allele 0 or 1 at locus `l`, without a range check.
@@ -28,13 +28,13 @@ class chaplotype {
         const auto bit = static_cast<unsigned char>(1U << (l & 7));
         data[l >> 3] = static_cast<unsigned char>(a ? data[l >> 3] | bit : data[l >> 3] & ~bit);
     }
-    /// The alleles of the eight loci from `l` on, locus l + j at bit j; 0 behind the last locus.
+    /// The alleles of the eight loci from `l` on, locus l + j at bit j; 0 past the last locus.
     unsigned get8(int l) const {
         const auto byte = static_cast<std::size_t>(l) >> 3;
         const unsigned next = byte + 1 < data.size() ? data[byte + 1] : 0;
         return (data[byte] | next << 8) >> (l & 7) & 0xFF;
     }
-    /// The alleles of the 64 loci from `l` on, locus l + j at bit j; 0 behind the last locus.
+    /// The alleles of the 64 loci from `l` on, locus l + j at bit j; 0 past the last locus.
     std::uint64_t get64(int l) const {
         const auto byte = static_cast<std::size_t>(l) >> 3;
         std::uint64_t alleles = 0;
@@ -47,11 +47,11 @@ class chaplotype {
         const std::uint64_t next = byte + sizeof alleles < data.size() ? data[byte + sizeof alleles] : 0;
         return alleles >> (l & 7) | next << (64 - (l & 7));
     }
-    /// The same with 0 behind the first `count` of them.
+    /// The same, with only the first `count` of them; the other bits are 0.
     std::uint64_t get64(int l, int count) const {
         return count < 64 ? get64(l) & ((std::uint64_t{1} << count) - 1) : get64(l);
     }
-    /// Sets the alleles of the `count` loci from `l` on, at most eight and none behind the last locus.
+    /// Sets the alleles of the `count` loci from `l` on: at most eight, and none past the last locus.
     void set8(int l, unsigned alleles, int count) {
         const auto byte = static_cast<std::size_t>(l) >> 3;
         const unsigned mask = ((1U << count) - 1) << (l & 7), bits = alleles << (l & 7) & mask;
@@ -60,27 +60,27 @@ class chaplotype {
             data[byte + 1] = static_cast<unsigned char>((data[byte + 1] & ~(mask >> 8)) | bits >> 8);
     }
     int size() const { return static_cast<int>(n); }
-    /// Appends alleles behind the last locus.
+    /// Appends alleles after the last locus.
     void push_back(const std::vector<bool>& alleles);
-    /// Appends `count` alleles, at most 64, bit j of `alleles` being the j-th and further bits 0.
+    /// Appends `count` alleles, at most 64. Bit j of `alleles` is the j-th one; the bits above must be 0.
     void push_back(std::uint64_t alleles, int count);
     /// Appends the alleles of `count` loci of another haplotype, from locus `first` on.
     void push_back(const chaplotype& o, int first, int count);
 
     /// The first locus from `l` on that has allele 1, or size().
     int next(int l) const;
-    /// How many of the `n_loci` loci from `first` on have allele 1.
+    /// Number of the `n_loci` loci from `first` on that have allele 1.
     int count(int first, int n_loci) const;
 
     bool operator==(const chaplotype&) const = default;
 
     /// Hamming distance over all bytes of this haplotype.
     int hamming(const chaplotype& o) const;
-    /// The same over the bytes that hold loci `first` to `last`, both inclusive and whole: loci of the two
-    /// end bytes outside the range count too, which is good enough to rank neighbours.
+    /// The same over the bytes that hold loci `first` to `last`, both inclusive. Loci of the two end bytes
+    /// that are outside the range count too, which is accurate enough to rank neighbours.
     int hamming(const chaplotype& o, int first, int last) const;
 
-    /// One character "0" or "1" a locus.
+    /// One character "0" or "1" per locus.
     std::string toString() const;
 
     std::vector<unsigned char> data;

@@ -20,22 +20,24 @@ struct segment_range {
     bool operator==(const segment_range&) const = default;
 };
 
-/// Where the two haplotypes of an individual are in a list of haplotypes.
+/// Indexes of the two haplotypes of an individual in a list of haplotypes.
 using haplotype_indexes = std::array<int, 2>;
 
-/// Every haplotype pair that one individual's genotypes allow, in a size linear in the number of variants.
+/// All haplotype pairs that are consistent with one individual's genotypes, in a size linear in the number of
+/// variants.
 ///
-/// The loci are cut into consecutive segments. Each segment lists the few candidate haplotypes that fit the
-/// genotypes, and each boundary between segments holds a group of transitions, each of which moves both
-/// chromosomes at once:
+/// The loci are cut into consecutive segments. Each segment lists the few candidate haplotypes that are
+/// consistent with the genotypes. Between segments there are groups of transitions; each transition moves
+/// both chromosomes at once:
 ///
 ///     group 0      segment 0     group 1      segment 1     group 2
 ///     enters       candidates    left right   candidates    leaves
 ///        \-> 0 1 ----[0 1 2 3]---- (0 1, 3 2) --[0 1 2 3]---- 0 1 ->/
 ///
-/// Group g lies between segments g - 1 and g, so S segments have S + 1 groups. Group 0 has left candidates 0
-/// that mean nothing, group S such right ones. A walk takes one transition from each group, each `linked` to
-/// the next. Chromosomes 0 and 1 have no meaning of their own: candidate pairs are unordered.
+/// Group g is between segments g - 1 and g, so S segments have S + 1 groups. Group 0 has no segment on its
+/// left and group S none on its right; the candidates there are 0 and have no meaning. A walk takes one
+/// transition from each group, each `linked` to the next. The two chromosomes are interchangeable: candidate
+/// pairs are unordered.
 ///
 /// Transition t is stored in two bytes, one for each chromosome: byte 2t = right0 << 4 | left0 and
 /// byte 2t + 1 = right1 << 4 | left1.
@@ -48,15 +50,15 @@ class genotype_graph {
 
     // ---- construction, genotype_graph_build.cpp
 
-    /// Fills an empty graph from the genotype code of one individual, one entry a locus (see
-    /// genotype_store). Always 0.
+    /// Fills an empty graph from the genotypes of one individual, one entry per locus (see genotype_store for
+    /// the code). Always returns 0.
     int buildUnr(const chaplotype& a, const chaplotype& b, const chaplotype& m);
-    /// Appends a segment with `count` candidates of one length, given one after the other.
+    /// Appends a segment with `count` candidates of equal length, one after the other.
     void pushHaps(const chaplotype& candidates, int count);
-    /// Appends a transition group, two bytes a transition.
+    /// Appends a transition group, two bytes per transition.
     void pushTrans(const std::vector<unsigned char>& nodes);
-    /// Windows of about `window_size` bp for a chromosome of `span` bp, cut at random and overlapping by two
-    /// segments.
+    /// Cuts a chromosome of `span` bp at random into windows of about `window_size` bp. Neighbouring windows
+    /// share two segments.
     std::vector<segment_range> cluster(int span, int window_size, random_source& random) const;
 
     // ---- structure, genotype_graph.cpp
@@ -65,8 +67,8 @@ class genotype_graph {
     int n_groups() const { return static_cast<int>(trans_count.size()); }
     int n_loci() const { return static_cast<int>(site_missing.size()); }
 
-    /// Whether transition `b` can follow `a`, 1 or 0: the unordered pairs in the middle are equal.
-    /// Transitions are named by byte positions, twice their indexes.
+    /// Returns 1 if transition `b` can follow `a`: the right pair of `a` and the left pair of `b` are equal
+    /// as unordered pairs; else 0. A transition is given by its byte position, twice its index.
     int linked(unsigned a, unsigned b) const {
         const int right0 = trans_nodes[a] >> 4, right1 = trans_nodes[a + 1] >> 4;
         const int left0 = trans_nodes[b] & 15, left1 = trans_nodes[b + 1] & 15;
@@ -83,7 +85,7 @@ class genotype_graph {
     segment_range getClosestBoundaries(int from, int to) const;
 
     /// Index of the transition of group `g` with the largest trans_store that can follow (maxN) or precede
-    /// (maxP) the byte position `t`; the first of equals, -1 when there is none.
+    /// (maxP) the transition at byte position `t`. On ties the first one; -1 if there is none.
     int maxN(int g, int t) const;
     int maxP(int g, int t) const;
 
@@ -97,31 +99,33 @@ class genotype_graph {
 
     // ---- walks, genotype_graph_walk.cpp
 
-    /// Draws a walk with trans_prob as weights (all equal when `uniform`) and writes its two haplotypes into
-    /// haps[indexes[0]] and haps[indexes[1]]. Throws myException when no weight is left or one is NaN.
+    /// Samples a walk with trans_prob as weights (all equal if `uniform`) and writes its two haplotypes into
+    /// haps[indexes[0]] and haps[indexes[1]]. Throws myException if the weights of a group underflow or are
+    /// NaN.
     void sample(std::vector<chaplotype>& haps, const haplotype_indexes& indexes, bool uniform,
                 random_source& random) const;
     /// Finds the best walk over trans_store (Viterbi 1967) and writes its haplotypes.
     void maximize(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,
                   random_source& random) const;
-    /// Writes the haplotypes of a walk, given as one position within its group for each group. Where both
-    /// chromosomes come from one candidate, chance decides which of them takes which way.
+    /// Writes the haplotypes of a walk; path[g] is the position of its transition within group g. Where both
+    /// chromosomes come from the same candidate, a random draw decides which one takes which step.
     void buildGuesses(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,
                       const std::vector<int>& path, random_source& random) const;
-    /// Sets further flags so that a kept transition (by index in the graph) has a kept one linked on each
-    /// side; returns how many it set. One sweep may leave dead ends, so callers repeat until it returns 0.
+    /// Flags further transitions as kept (`kept` is indexed by transition), so that each kept one is linked
+    /// to a kept one on both sides. Returns the number of flags set. One sweep may leave dead ends, so
+    /// callers repeat it until it returns 0.
     unsigned int consolide(std::vector<bool>& kept) const;
 
     // ---- pruning, genotype_graph_prune.cpp
 
-    /// Shrinks the graph to the transitions that hold `threshold` of each group's accumulated probability
-    /// and merges segments with few transitions between them. All probabilities become 0.
+    /// Shrinks the graph to the transitions that hold `threshold` of the accumulated probability of each
+    /// group, and merges segments with few transitions between them. Resets all probabilities to 0.
     void pruneAndMerge(double threshold);
-    /// Orders each group by falling trans_store.
+    /// Sorts each group by descending trans_store.
     void sort();
 
     std::string name;                        // the individual's identifier
-    std::vector<unsigned char> trans_nodes;  // two bytes a transition
+    std::vector<unsigned char> trans_nodes;  // two bytes per transition
     std::vector<float> trans_prob;           // probability of the current iteration
     std::vector<float> trans_store;          // accumulated probability
     std::vector<unsigned int> trans_offset;  // first transition of each group
@@ -145,8 +149,8 @@ class genotype_graph {
 /// Numbers of two candidates of one segment.
 using candidate_pair = std::array<int, 2>;
 
-/// Candidate pairs of a segment. A further locus makes at most four pairs of one, before they are found to be
-/// too many.
+/// Candidate pairs of a segment. One more locus can turn each pair into four before the segment is found to
+/// have too many.
 using pair_list = fixed_list<candidate_pair, 4 * MAX_SEGMENT_PAIRS>;
 
 /// One chromosome's step from a left to a right candidate: half a transition.
@@ -158,5 +162,5 @@ constexpr unsigned char step_byte(int left, int right) {
 /// have two different members, both ways of joining them are listed.
 std::vector<unsigned char> all_transitions(const pair_list& left, const pair_list& right);
 
-/// Orders (trans_store, index) pairs by falling trans_store; the indices play no part.
+/// Compares (trans_store, index) pairs for descending trans_store; ignores the index.
 bool compTransition(std::pair<float, int> a, std::pair<float, int> b);

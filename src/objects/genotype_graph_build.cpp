@@ -6,26 +6,26 @@
 
 namespace {
 
-/// Alleles of a candidate at the ambiguous loci of its segment, bit j being that of the j-th. At all other
-/// loci the candidates of a segment agree.
+/// Alleles of a candidate at the ambiguous loci of its segment, bit j for the j-th of them. At all other loci
+/// the candidates of a segment are equal.
 using ambiguous_alleles = unsigned;
 
-/// Candidates and candidate pairs of the segment under construction. Candidates are numbered in the order in
-/// which the pairs name them first. Each ambiguous locus doubles their number.
+/// Candidates and candidate pairs of the segment under construction. Candidates are numbered in order of
+/// first appearance in the pairs. Each ambiguous locus doubles their number.
 struct segment {
     fixed_list<ambiguous_alleles, 2 * MAX_SEGMENT_HAPS> candidates{0};
     pair_list pairs{{0, 0}};
     int n_ambiguous = 0;
 };
 
-/// A segment that grows by one ambiguous locus.
+/// Extends a segment by one ambiguous locus.
 class extension {
   public:
     explicit extension(const segment& s) : before(s), next{{}, {}, s.n_ambiguous + 1} {
         numbers.fill({-1, -1});
     }
 
-    /// Adds a pair with allele `x` on its first and `y` on its second member.
+    /// Adds a pair whose first member gets allele `x` and whose second member gets `y`.
     void add(const candidate_pair& pair, bool x, bool y) {
         const int first = number_of(pair[0], x);
         next.pairs.push_back({first, number_of(pair[1], y)});
@@ -45,15 +45,15 @@ class extension {
 
     const segment& before;
     segment next;
-    // The new number of each candidate with either allele, -1 as long as no pair has named it.
+    // The new number of each candidate with either allele, -1 until a pair uses it.
     std::array<std::array<int, 2>, MAX_SEGMENT_HAPS> numbers;
 };
 
-/// The segment with one more ambiguous locus, of genotype code (`a`, `b`, `m`).
+/// The segment with one more ambiguous locus, which has genotype code (`a`, `b`, `m`).
 segment extended(const segment& s, bool a, bool b, bool m) {
     extension next(s);
     for (const auto& pair : s.pairs) {
-        // Two equal members can't be told apart: the two orders of a heterozygote are one pair.
+        // If both members are equal, both orders of a heterozygote are the same pair.
         const bool distinct = pair[0] != pair[1];
         if (m) {
             next.add(pair, false, false);
@@ -72,7 +72,7 @@ bool fits(const segment& s) {
     return s.pairs.size() <= MAX_SEGMENT_PAIRS && s.candidates.size() <= MAX_SEGMENT_HAPS;
 }
 
-/// The candidates of the segment from locus `first` up to `end`, exclusive, one after the other. `a` holds
+/// The candidates of the segment over the loci from `first` to `end`, exclusive, one after the other. `a` has
 /// the alleles at the loci that are not ambiguous.
 chaplotype spelled(const segment& s, int first, int end, const chaplotype& a, const chaplotype& ambiguous) {
     chaplotype spelling;
@@ -112,8 +112,8 @@ int genotype_graph::buildUnr(const chaplotype& a, const chaplotype& b, const cha
     for (int first = 0; first < n;) {
         segment s;
         int l = site_ambiguous.next(first);
-        // Loci in between need no look: their one allele leaves the candidates, their order and the pairs as
-        // they are. The first locus of a segment always fits.
+        // Homozygous loci in between are skipped: they change neither the candidates nor the pairs. The first
+        // ambiguous locus of a segment always fits.
         for (; l < n; l = site_ambiguous.next(l + 1)) {
             const segment longer = extended(s, a[l] != 0, b[l] != 0, m[l] != 0);
             if (!fits(longer)) break;

@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr std::size_t MAX_MERGE_GROUP_BYTES = 10;  // bytes of a group that is merged away: 5 transitions
+constexpr std::size_t MAX_MERGE_GROUP_BYTES = 10;  // bytes of a group that may be merged away: 5 transitions
 
-using byte_list = std::vector<unsigned char>;  // two bytes a transition: see genotype_graph
+using byte_list = std::vector<unsigned char>;  // two bytes per transition: see genotype_graph
 
 /// Steps of a group that may be merged away.
 using step_list = fixed_list<unsigned char, MAX_MERGE_GROUP_BYTES>;
 
-/// The different steps of such a group in the order in which they come first: the candidates of the merged
+/// The distinct steps of such a group in order of first appearance. They become the candidates of the merged
 /// segment.
 step_list distinct(const byte_list& group) {
     step_list steps;
@@ -27,9 +27,9 @@ step_list distinct(const byte_list& group) {
     return steps;
 }
 
-/// The group that is merged away, in terms of the merged segment: entries 2k and 2k + 1 describe the two
-/// chromosomes of transition k, which come from candidate `left`, take merged candidate `middle` and go on
-/// to candidate `right`.
+/// The group that is merged away, in terms of the merged segment. Entries 2k and 2k + 1 describe the two
+/// chromosomes of transition k: they come from candidate `left`, take merged candidate `middle` and go on to
+/// candidate `right`.
 struct merged_group {
     merged_group(const byte_list& group, const step_list& candidates) {
         for (const unsigned char step : group) {
@@ -43,8 +43,9 @@ struct merged_group {
     fixed_list<int, MAX_MERGE_GROUP_BYTES> left, middle, right;
 };
 
-/// Appends the transitions that join two pairs of candidates, given how the pairs met at the candidates they
-/// share. Where both chromosomes met at one candidate, both ways of joining are open.
+/// Appends the transitions that join two pairs of candidates through a shared pair. With `straight`,
+/// chromosome 0 of one side continues as chromosome 0 of the other, else as chromosome 1. If both chromosomes
+/// share one candidate (`met_at_one`), both ways are possible.
 void join(int left0, int left1, int right0, int right1, bool met_at_one, bool straight, byte_list& out) {
     const bool both_ways = met_at_one && left0 != left1 && right0 != right1;
     if (met_at_one || straight) {
@@ -57,7 +58,7 @@ void join(int left0, int left1, int right0, int right1, bool met_at_one, bool st
     }
 }
 
-/// The group before the merged segment, leading to merged candidates.
+/// The group before the merged segment, with merged candidates on its right.
 byte_list group_before(const byte_list& group, const merged_group& m) {
     byte_list out;
     for (std::size_t p = 0; p < group.size(); p += 2) {
@@ -71,7 +72,7 @@ byte_list group_before(const byte_list& group, const merged_group& m) {
     return out;
 }
 
-/// The group after the merged segment, coming from merged candidates.
+/// The group after the merged segment, with merged candidates on its left.
 byte_list group_after(const byte_list& group, const merged_group& m) {
     byte_list out;
     for (std::size_t q = 0; q < group.size(); q += 2) {
@@ -85,31 +86,32 @@ byte_list group_after(const byte_list& group, const merged_group& m) {
     return out;
 }
 
-/// A segment of the graph, or one that was merged from two.
+/// A segment of the original graph, or one merged from two segments.
 struct open_segment {
     int n_ambiguous;
     int length;
     int n_candidates;
-    int left = -1, right = -1;  // the two, -1 when not merged
-    step_list steps{};          // one a candidate of a merged segment: its candidates in the two
+    int left = -1, right = -1;  // the two segments, -1 if not merged
+    step_list steps{};          // one per merged candidate: the candidates it joins
 };
 
-/// A group with its kept transitions, in a list from which groups drop out when they are merged away.
+/// A group with its kept transitions. Groups are a linked list, from which a group is removed when it is
+/// merged away.
 struct open_group {
     byte_list nodes;
     int previous, next;
-    int segment;  // that behind the group
+    int segment;  // the one on its right
 };
 
-/// A graph taken apart for merging. It refers to the candidates of the graph it was made from.
+/// A graph in a form in which segments can be merged. It refers to the candidates of the original graph.
 class open_graph {
   public:
     open_graph(const genotype_graph& graph, const std::vector<bool>& kept);
 
-    /// Merges segments as long as there is a group to merge away.
+    /// Merges segments until no group qualifies.
     void merge();
-    /// Fills an empty graph: candidate pairs that no transition reaches are gone, and all transitions between
-    /// the remaining pairs are there again, without probabilities.
+    /// Fills an empty graph. It gets the candidate pairs that a kept transition reaches, and all transitions
+    /// between them, with probabilities of 0.
     void write(genotype_graph& out) const;
 
   private:
@@ -119,9 +121,9 @@ class open_graph {
     void append_candidate(int s, int c, chaplotype& out) const;
 
     const genotype_graph& from;
-    const int last;  // the group that leads out of the graph
+    const int last;  // the last group, which has no segment on its right
     std::vector<open_group> groups;
-    std::vector<open_segment> segments;  // those of the graph, then merged ones
+    std::vector<open_segment> segments;  // those of the original graph, then merged ones
     merge_choice choice;
 };
 
@@ -144,9 +146,9 @@ open_graph::open_graph(const genotype_graph& graph, const std::vector<bool>& kep
     for (int g = 0; g <= last; ++g) offer(g);
 }
 
-/// Tells the choice what merging group `g` away would leave.
+/// Registers the segment that merging group `g` away would give.
 void open_graph::offer(int g) {
-    if (g == 0 || g == last) return;  // they have one segment alone
+    if (g == 0 || g == last) return;  // they have a segment on one side only
     const open_group& group = groups[g];
     if (group.nodes.empty() || group.nodes.size() > MAX_MERGE_GROUP_BYTES) {
         choice.exclude(g);
@@ -187,9 +189,10 @@ chaplotype open_graph::candidates_of(int s) const {
     return candidates;
 }
 
-/// Appends candidate `c` of segment `s`: from left to right those of the segments it was merged from.
+/// Appends the alleles of candidate `c` of segment `s`. A merged candidate is the sequence of those it was
+/// joined from, left to right.
 void open_graph::append_candidate(int s, int c, chaplotype& out) const {
-    std::vector<std::pair<int, int>> to_come{{s, c}};  // segments and candidates, the next one last
+    std::vector<std::pair<int, int>> to_come{{s, c}};  // stack of segments and candidates
     while (!to_come.empty()) {
         const auto [segment, candidate] = to_come.back();
         const open_segment& merged = segments[segment];
@@ -220,7 +223,7 @@ pair_list right_pairs(const byte_list& group) {
     return pairs;
 }
 
-/// Appends for each locus of a segment whether its candidates differ there.
+/// Appends one bit for each locus of a segment: whether its candidates differ there.
 void push_differences(const chaplotype& candidates, int count, chaplotype& out) {
     const int length = candidates.size() / count;
     for (int i = 0; i < length; i += 64) {
@@ -260,8 +263,8 @@ void genotype_graph::sort() {
         order.resize(trans_count[g]);
         for (unsigned k = 0; k < trans_count[g]; ++k)
             order[k] = {trans_store[first + k], static_cast<int>(first + k)};
-        // Unstable on purpose: equal floats are common, and their order is that of the GNU library's sort,
-        // which is part of a run's reproducible output.
+        // Not a stable sort, on purpose: equal values are common, and the output of a run depends on the
+        // order in which the sort of libstdc++ leaves them.
         std::sort(order.begin(), order.end(), compTransition);
         nodes.assign(trans_nodes.begin() + 2 * first, trans_nodes.begin() + 2 * (first + trans_count[g]));
         for (unsigned k = 0; k < trans_count[g]; ++k) {
@@ -273,7 +276,8 @@ void genotype_graph::sort() {
     }
 }
 
-/// Flags of the best transitions of each group that together hold `threshold` of its probability.
+/// Flags the best transitions of each group that together hold `threshold` of its probability. The groups
+/// must be sorted.
 std::vector<bool> genotype_graph::select_transitions(double threshold) const {
     std::vector<bool> kept(trans_store.size(), false);
     if (threshold < 0.0) return kept;

@@ -19,7 +19,7 @@ void genotype_graph::sample(std::vector<chaplotype>& haps, const haplotype_index
     std::vector<int> path(n_groups(), -1);
     std::vector<double> w;
     const bool forward = random.draw() < 0.5;  // neither end of the graph is favoured
-    int neighbour = -1;                        // transition chosen in the group before
+    int neighbour = -1;                        // transition chosen in the previous group
     for (int step = 0; step < n_groups(); ++step) {
         const int g = forward ? step : n_groups() - 1 - step;
         const double sum = weigh_group(g, neighbour, uniform, forward, w);
@@ -30,8 +30,9 @@ void genotype_graph::sample(std::vector<chaplotype>& haps, const haplotype_index
     buildGuesses(haps, indexes, path, random);
 }
 
-/// Weights of the transitions of group `g` that are linked to transition `neighbour` of the group before (in
-/// the direction of the walk; all are when it is negative), 0 for the others. Returns their sum.
+/// Fills `w` with the weights of the transitions of group `g`: 0 for those that are not linked to transition
+/// `neighbour` of the previous group in the direction of the walk. If `neighbour` is negative, all have
+/// weights. Returns the sum.
 double genotype_graph::weigh_group(int g, int neighbour, bool uniform, bool forward,
                                    std::vector<double>& w) const {
     w.assign(trans_count[g], 0.0);
@@ -75,8 +76,7 @@ void genotype_graph::maximize(std::vector<chaplotype>& haps, const haplotype_ind
                 if (!linked(2 * (trans_offset[g - 1] + j), 2 * (trans_offset[g] + k))) continue;
                 const double v = trans_store[trans_offset[g] + k] * delta[g - 1][j];
                 if (v > delta[g][k]) {
-                    sum = sum - delta[g][k] +
-                          v;  // kept as the values rise; its roundings are part of the result
+                    sum = sum - delta[g][k] + v;  // updated in this order: its rounding affects the result
                     delta[g][k] = v;
                     back[g][k] = static_cast<int>(j);
                 }
@@ -127,8 +127,8 @@ unsigned int genotype_graph::consolide(std::vector<bool>& kept) const {
     return n_set;
 }
 
-/// Gives each kept transition of group `g` without a kept one in the next (or, not `forward`, the previous)
-/// group its best one there. Returns the number of flags set.
+/// For each kept transition of group `g` that has no kept link in the next group (or the previous one, if not
+/// `forward`), keeps its best link there. Returns the number of flags set.
 unsigned int genotype_graph::keep_links(std::vector<bool>& kept, int g, bool forward) const {
     const int other = forward ? g + 1 : g - 1;
     const unsigned first = trans_offset[other], end = first + trans_count[other];

@@ -35,12 +35,13 @@ int merge_choice::choose() const {
         chosen = g;
         const least_ambiguous& leaf = nodes[n_leaves + g];
         max_ambiguous = leaf[max_haps];
-        while (leaf[max_haps] != NONE) --max_haps;  // to fewer candidates than the group has, at least one
+        // Ends below the number of candidates of the group, which is at least 1.
+        while (leaf[max_haps] != NONE) --max_haps;
     }
     return chosen;
 }
 
-/// The first group with up to so many candidates and ambiguous loci, or -1.
+/// The first group with at most `max_haps` candidates and `max_ambiguous` ambiguous loci, or -1.
 int merge_choice::first_within(int max_haps, int max_ambiguous) const {
     const auto holds_one = [&](int node) { return nodes[node][max_haps] <= max_ambiguous; };
     if (!holds_one(1)) return -1;

@@ -9,25 +9,24 @@ constexpr int MAX_MERGED_AMBIGUOUS = 21;  // ambiguous loci of a merged segment
 
 /// Chooses which group of a graph to merge away next.
 ///
-/// The rule goes through the groups in order and takes the first one that qualifies; after that each one
-/// that leaves fewer merged candidates than the one taken last, and not more ambiguous loci. The last one
-/// taken is the choice. Both demands at once make it depend on those taken before: it is not simply the one
-/// with the fewest candidates.
+/// The rule scans the groups in order. It takes the first one that qualifies, and then each one that leaves
+/// fewer merged candidates than the last one taken, and no more ambiguous loci. The last one taken is the
+/// choice. Because of the second condition it is not always the one with the fewest candidates.
 ///
-/// Each group taken tightens both limits, so the next one is the first of all groups within them: one before
-/// it would have been within the wider limits and taken earlier. It is looked up in a tree over the groups.
-/// At most one group is taken for each number of candidates, so that a choice, as a change, costs the
-/// logarithm of the number of groups.
+/// Each group taken tightens both limits, so the next one is the first group within the new limits: any
+/// earlier one would have been taken before. It is found in a tree over the groups. At most one group is
+/// taken for each number of candidates, so a choice and an update both take logarithmic time in the number of
+/// groups.
 class merge_choice {
   public:
     /// No group qualifies at first.
     explicit merge_choice(int n_groups);
 
-    /// Merging group `g` away leaves a segment of `n_haps` candidates, at least one, and `n_ambiguous`
-    /// ambiguous loci. It qualifies with up to MAX_SEGMENT_HAPS of the former and MAX_MERGED_AMBIGUOUS of the
-    /// latter.
+    /// Sets what merging group `g` away leaves: a segment of `n_haps` candidates, at least one, and
+    /// `n_ambiguous` ambiguous loci. It qualifies with at most MAX_SEGMENT_HAPS candidates and
+    /// MAX_MERGED_AMBIGUOUS ambiguous loci.
     void set(int g, int n_haps, int n_ambiguous);
-    /// Group `g` is gone, or not to be merged away.
+    /// Excludes group `g`, because it is already merged away or must not be.
     void exclude(int g);
 
     /// The group to merge away, or -1.

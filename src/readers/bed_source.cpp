@@ -12,10 +12,10 @@ namespace {
 
 constexpr std::array<unsigned char, 2> MAGIC = {0x6C, 0x1B};
 constexpr int N_FIELDS = 6;
-constexpr int MISSING = 1, HETEROZYGOUS = 2, HOMOZYGOUS_SECOND = 3;  // codes of genotypes
+constexpr int MISSING = 1, HETEROZYGOUS = 2, HOMOZYGOUS_SECOND = 3;  // genotype codes
 
-/// Calls `keep(fields, line number)` for each line of a BIM or FAM file, which says whether it is kept;
-/// prints how many were.
+/// Calls `keep(fields, line number)` for each line of a BIM or FAM file, which returns whether the line is
+/// kept. Prints how many lines were kept.
 template <class Keep>
 void read_table(const std::string& file, const std::string& things, Keep keep) {
     ifile stream(file);
@@ -40,8 +40,8 @@ int bytes_for(std::size_t n_genotypes) {
     return static_cast<int>((n_genotypes + 3) / 4);
 }
 
-/// Reads the next row of a BED file; `fail(genotype)` ends the run where the file ends within it, at the
-/// first genotype of the byte that is missing.
+/// Reads the next row of a BED file. If the file ends within the row, calls `fail` with the first missing
+/// genotype (the first of its byte), which ends the run.
 template <class Fail>
 void read_row(ifile& stream, unsigned char* row, int n_bytes, Fail fail) {
     if (!stream.readBytes(reinterpret_cast<char*>(row), n_bytes)) fail(static_cast<int>(4 * stream.gcount()));
@@ -124,7 +124,7 @@ void bed_source::read_variant_rows(genotype_block& block) {
     const int n_ind = static_cast<int>(ind_at.size()), n_bytes = bytes_for(ind_at.size());
     std::fill(rows.begin(), rows.end(), 0);
     for (; line < keeps_variant.size() && !block.is_full(); ++line) {
-        // The row of a variant that is left out goes where the next one will replace it.
+        // The row of an excluded variant is overwritten by the next one.
         unsigned char* row = rows.data() + block.variants.size() * n_bytes;
         read_row(stream, row, n_bytes, [this](int i) { stop_short("SM", i, line); });
         if (keeps_variant[line])

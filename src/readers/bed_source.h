@@ -31,16 +31,16 @@ class bed_source : public genotype_source {
 
     study_intake intake;
     std::vector<snp> variants;        // those kept
-    std::vector<bool> keeps_variant;  // one entry a line of BIM
+    std::vector<bool> keeps_variant;  // one per line of BIM: whether it is kept
     std::vector<std::string> ids;     // those kept
-    std::vector<int> ind_at;          // index among those kept of each line of FAM, -1 for those left out
+    std::vector<int> ind_at;          // one per line of FAM: index among the kept individuals, or -1
     ifile stream;
     bool is_by_variant = true;
     bool is_at_end = false;
     std::size_t n_taken = 0;           // variants yielded so far
     std::size_t line = 0;              // next line of BIM whose row is to be read
-    std::vector<unsigned char> rows;   // of BED: those of a block, or one individual's
+    std::vector<unsigned char> rows;   // rows of BED: those of a block, or one individual's
     std::vector<genotype_word> words;  // one for each line of FAM
-    // Of the individuals kept, where BED goes from individual to individual.
+    // Genotypes of the kept individuals, if BED is individual-major.
     std::vector<chaplotype> allele_a, allele_b, missing;
 };

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Reads a list: `enter(line, number)` is called for each line, numbered from 1.
+/// Reads a list: calls `enter(line, number)` for each line, numbered from 1.
 template <class Enter>
 void readList(const std::string& file, const std::string& things, const std::string& list, Enter enter) {
     LOG.println("\nReading " + things + " to " + list + " from input file in [" + file + "]");

@@ -3,21 +3,21 @@
 #include <map>
 #include <string>
 
-/// Decides which individuals and variants of the input take part in a run: four optional lists and a
-/// half-open interval of positions. Exclusion wins over inclusion. Variants are told by position alone.
+/// Decides which individuals and variants of the input a run uses: four optional lists and a half-open
+/// interval of positions. Exclusion wins over inclusion. Variants are identified by position alone.
 class filter_reader {
   public:
-    /// Sets the interval of positions kept, [from, to) in bp. Must come first.
+    /// Sets the interval of positions kept, [from, to) in bp. Must be called first.
     void initialise(int from, int to);
 
-    /// Each adds the lines of a file to its list. An individual list takes the whole line as identifier,
-    /// untrimmed; a variant list the number at the line's head.
+    /// Each adds the lines of a file to its list. In a list of individuals, the whole line is the identifier,
+    /// not trimmed. In a list of variants, the number at the start of the line is the position.
     void readIndExcludeList(const std::string& file);
     void readIndIncludeList(const std::string& file);
     void readSnpExcludeList(const std::string& file);
     void readSnpIncludeList(const std::string& file);
 
-    /// Whether an individual, or a variant at `pos` bp, takes part. Empty lists of inclusion filter nothing.
+    /// Whether an individual, or a variant at `pos` bp, is used. An empty inclusion list accepts all.
     bool checkInd(const std::string& id) const;
     bool checkSnp(int pos) const;
 

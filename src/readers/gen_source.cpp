@@ -7,15 +7,15 @@
 
 namespace {
 
-/// Indexes of the fields of a GEN line; -1 for one that it lacks.
+/// Indexes of the fields of a GEN line; -1 if the layout has no such field.
 struct gen_layout {
     int chr, id, position, a0, a1, probabilities;
 };
 constexpr gen_layout OLD_LAYOUT = {-1, 1, 2, 3, 4, 5};
 constexpr gen_layout NEW_LAYOUT = {0, 2, 3, 4, 5, 6};
 
-/// Rescales three probabilities to sum 1, rounding to float after each step; all zero becomes a genotype
-/// that no threshold from 0.5 up calls.
+/// Rescales three probabilities to sum to 1, rounding to float after each step. If all are 0, the result is a
+/// genotype that no threshold from 0.5 up calls.
 void normalise_call(float& p0, float& p1, float& p2) {
     const float sum = (p0 + p1) + p2;
     if (sum == 0.0F) {
@@ -23,21 +23,20 @@ void normalise_call(float& p0, float& p1, float& p2) {
         p1 = p2 = 0.334F;
         return;
     }
-    if (sum == 1.0F) return;  // as with all calls made elsewhere; dividing would change nothing
+    if (sum == 1.0F) return;  // the usual case; dividing would change nothing
     p0 = static_cast<float>(static_cast<double>(p0) / sum);
     p1 = static_cast<float>(static_cast<double>(p1) / sum);
     p2 = static_cast<float>(static_cast<double>(p2) / sum);
 }
 
-/// The genotype that three probabilities are taken for, or -1.
+/// The genotype called from three probabilities, or -1.
 int call_of(float p0, float p1, float p2, double threshold) {
     long n_missing = 0, n_called = 0;
     normalise_call(p0, p1, p2);
     return hard_call(p0, p1, p2, threshold, n_missing, n_called);
 }
 
-/// The calls of probabilities that are 0 or 1: entry b if the bits of b are the probabilities, first one
-/// lowest.
+/// Calls of probabilities that are 0 or 1: in entry b, probability i is bit i of b.
 std::array<int, 8> certain_calls(double threshold) {
     std::array<int, 8> calls{};
     for (int b = 0; b < 8; ++b)
@@ -112,7 +111,7 @@ void gen_source::check_fields() {
     is_new_format = n_fields == n_new;
 }
 
-/// Takes the fields before the probabilities; false if the variant is left out.
+/// Reads the fields before the probabilities; false if the variant is filtered out.
 bool gen_source::take_variant(sutils::field_cursor& cursor, genotype_block& block) {
     const gen_layout& at = is_new_format ? NEW_LAYOUT : OLD_LAYOUT;
     for (int f = 0; f < at.probabilities; ++f) fields[f] = cursor.next();
@@ -126,7 +125,7 @@ bool gen_source::take_variant(sutils::field_cursor& cursor, genotype_block& bloc
     return true;
 }
 
-/// Takes the genotypes of the last variant of the block.
+/// Reads the genotypes of the last variant of the block.
 void gen_source::take_genotypes(sutils::field_cursor& cursor, genotype_block& block) {
     const auto probability = [&cursor] { return static_cast<float>(sutils::str2double(cursor.next())); };
     const auto next_call = [&] {
@@ -135,8 +134,8 @@ void gen_source::take_genotypes(sutils::field_cursor& cursor, genotype_block& bl
         const float p0 = probability(), p1 = probability(), p2 = probability();
         return call_of(p0, p1, p2, threshold);
     };
-    // These are the alleles in the old layout only. In the new one position and first allele are here, which
-    // never agree, so a line that names one allele twice keeps its calls.
+    // Fields 3 and 4 are the two alleles in the old layout only. In the new layout they are the position and
+    // the first allele, which always differ, so there a line that has one allele twice keeps its calls.
     const std::uint64_t differ = fields[3] == fields[4] ? 0 : 1;
     const int j = static_cast<int>(block.variants.size()) - 1;
     long n_missing_here = 0;

@@ -31,18 +31,18 @@ class gen_source : public genotype_source {
     double threshold;
     std::array<int, 8> certain;  // calls of probabilities that are 0 or 1
     std::vector<std::string> ids;
-    std::vector<bool> keeps_individual;  // one entry a line of SAMPLE
+    std::vector<bool> keeps_individual;  // one per line of SAMPLE
     ifile stream;
     std::string line;
     std::vector<std::string_view> fields;  // those before the probabilities
-    bool is_new_format = false;            // of the line in hand
+    bool is_new_format = false;            // of the current line
     bool is_at_end = false;
     int n_lines = 0, n_kept = 0;
     long n_called = 0, n_missing = 0;
 };
 
-/// Turns three genotype probabilities into a call: 0, 1, 2, or -1 for none, which `n_missing` and
-/// `n_called` count. The called genotype's probability becomes 1, the others 0. A genotype is called when
-/// its probability reaches `threshold`, or with a negative `threshold` when no other is larger. Each test
-/// sees the values as the tests before it left them.
+/// Calls a genotype from three probabilities: 0, 1, 2, or -1 for missing. Counts the call in `n_missing` or
+/// `n_called`. The probability of the called genotype becomes 1, the others 0. A genotype is called if its
+/// probability reaches `threshold`; if `threshold` is negative, it is called if no other probability is
+/// larger. The genotypes are tested in order, each with the values left by the tests before.
 int hard_call(float& p0, float& p1, float& p2, double threshold, long& n_missing, long& n_called);

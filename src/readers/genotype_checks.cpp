@@ -13,7 +13,7 @@ void report(int count, const std::string& text) {
     if (count > 0) LOG.println("  * " + std::to_string(count) + text);
 }
 
-/// How many of the counts are above the rate that is worth a word.
+/// Number of counts that exceed HIGH_MISSING_RATE of `n`.
 int count_high(const std::vector<int>& n_missing, int n) {
     return static_cast<int>(std::count_if(n_missing.begin(), n_missing.end(),
                                           [n](int missing) { return missing > HIGH_MISSING_RATE * n; }));
@@ -36,8 +36,8 @@ void check_missing(const genotype_counts& counts, bool tolerate_empty) {
         if (!tolerate_empty) LOG.error(std::to_string(count) + text);
         report(count, text);
     };
-    // Without variants each individual is fully missing, and the reverse; with neither there is nothing to
-    // phase either.
+    // Without variants each individual counts as fully missing, and vice versa. If there are neither, the run
+    // must stop as well.
     const bool nothing = n_ind == 0 && n_snp == 0;
     stop_at_empty(count_equal(counts.ind_missing, n_snp), " fully missing individuals (=100%)", nothing);
     stop_at_empty(count_equal(counts.snp_missing, n_ind), " fully missing SNPs (=100%)", false);

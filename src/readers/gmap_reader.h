@@ -7,8 +7,8 @@
 /// position (cM) on each line.
 class gmap_reader {
   public:
-    /// Reads `file`, appending to the lists. A line without 3 fields, or one that lies below the line before
-    /// it in either column, ends the run.
+    /// Reads `file`, appending to the lists. Ends the run at a line without 3 fields, or with a smaller
+    /// position in bp or cM than the line before.
     void readGeneticMapFile(const std::string& file);
 
     std::vector<int> map_pos;    // bp, non-decreasing

@@ -42,7 +42,7 @@ void panel_source::read_legend(const std::string& legend) {
     list.getLine(text);  // header
     while (list.getLine(text)) {
         const int n_words = sutils::tokenize(text, words, LEAST_LEGEND_FIELDS);
-        // The text is fixed: it names line 1, whichever line it is.
+        // The message always says line 1, whichever line it is.
         if (n_words < LEAST_LEGEND_FIELDS)
             LOG.error("Line=1 found=" + sutils::int2str(n_words) + " fields, expected more  than 4");
         const int position = sutils::str2int(words[1], legend, static_cast<long>(lines.size()) + 1);

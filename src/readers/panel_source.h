@@ -11,27 +11,27 @@
 #include "utils/streams.h"
 
 /// A reference panel in Impute2 format, aligned to a study: each line of the legend is matched to a study
-/// variant by position and alleles. A variant may be matched by several lines; of two alike variants at one
-/// position only the first is ever matched.
+/// variant by position and alleles. Several lines may match the same variant. Of two study variants with the
+/// same position and alleles, only the first is matched.
 class panel_source {
   public:
     /// Reads SAMPLE and LEGEND, and marks the variants of the study that have a match (snp::in_ref).
     panel_source(const std::string& legend, const std::string& sample, const filter_reader& filter,
                  snp_set& study);
 
-    /// Opens HAPS, which has one line for each of the legend.
+    /// Opens HAPS, which has one line for each line of the legend.
     void open(const std::string& haps);
-    /// Replaces the content of the block by the next variants that the study has: 64, or all that are left,
-    /// with the alleles of the haplotypes that are kept. `idx` of a variant is that of the study's variant,
-    /// `is_turned` says that its alleles are in the other order there. False when none was left.
+    /// Replaces the content of the block by the next variants that the study has, 64 or all that are left,
+    /// with the alleles of the kept haplotypes. `idx` of a variant is that of the study variant; `is_turned`
+    /// is set if the study has its alleles in the other order. Returns false if none was left.
     bool read(haplotype_block& block);
 
     int n_haplotypes() const { return n_kept; }
     int n_lines() const { return static_cast<int>(lines.size()); }
 
   private:
-    /// What a line of the legend matches: the idx of a study variant or -1, and whether its alleles are in
-    /// the other order there.
+    /// The match of a legend line: idx of the study variant or -1, and whether the study has its alleles in
+    /// the other order.
     struct legend_line {
         int target;
         bool is_turned;
@@ -44,7 +44,7 @@ class panel_source {
     void finish();
 
     snp_set& study;
-    std::vector<bool> keeps_column;  // one entry a column of HAPS
+    std::vector<bool> keeps_column;  // one per column of HAPS
     int n_kept = 0;                  // columns
     std::vector<legend_line> lines;
     ifile stream;
@@ -54,8 +54,8 @@ class panel_source {
     bool is_finished = false;
 };
 
-/// All haplotypes of a panel that was opened, over the variants of the study and in its order of alleles.
-/// They are as long as the legend: the bits behind the study's variants stay 0.
+/// All haplotypes of a panel after open(), at the variants of the study and with its order of alleles. They
+/// have as many loci as the legend has lines; those past the variants of the study are 0.
 std::vector<chaplotype> read_haplotypes(panel_source& panel);
 
 /// The variants of a study that no line of the legend matches.

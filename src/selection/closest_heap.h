@@ -5,11 +5,11 @@
 
 #include "selection/haplotype_distance.h"
 
-/// The best haplotypes found so far, at most `K` once trimmed: a heap with the largest distance on top.
+/// The closest haplotypes found so far, at most `K` after trim: a heap with the largest distance on top.
 ///
-/// Which of several equally distant haplotypes stay is decided by the rules of this heap, which are those of
-/// std::push_heap and std::pop_heap in the GNU library. They are written out here because a selection spends
-/// most of its time in them: a branch at each level of the heap would be mispredicted half of the time.
+/// Among equally distant haplotypes, the steps of the heap decide which ones stay. They are those of
+/// std::push_heap and std::pop_heap in libstdc++. They are written out here because a selection spends most
+/// of its time in them, and a branch at each level of the heap would be mispredicted half of the time.
 class closest_heap {
   public:
     closest_heap(int K, std::vector<haplotype_distance>& memory) : capacity(K), heap(memory) { heap.clear(); }
@@ -46,7 +46,7 @@ class closest_heap {
         }
         heap[hole] = entry;
     }
-    /// Removes the top. The farther child, the right one if both are equal, moves up into each free place
+    /// Removes the top. At each level the child with the larger distance moves up, the right one on ties,
     /// down to the bottom; the last entry then climbs from there.
     void pop() {
         const haplotype_distance last = heap.back();

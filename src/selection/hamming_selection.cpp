@@ -30,9 +30,9 @@ void hamming_selection::measure(int ind, const segment_range& range, const haplo
     scan(marked_tiles);
 }
 
-/// Lists what is marked among the haplotypes of individuals, and the tiles that hold that or haplotypes of
-/// the panel. Branch-free: writes every entry and advances only past those to keep, since a branch would be
-/// mispredicted too often.
+/// Lists the marked haplotypes of individuals, and the tiles that hold any of them or any of the panel.
+/// Branch-free, since branches would be mispredicted too often: writes every entry and advances only past
+/// those to keep.
 void hamming_selection::list_marked(const haplotype_mask& mask) {
     marked.resize(n_study / 2 + 1);
     std::size_t n = 0;
@@ -82,8 +82,8 @@ void hamming_selection::offer_marked(closest_heap& found, random_source& random)
     }
 }
 
-/// Offers both haplotypes of another individual, `c0` and the one behind it. When each of them is closest to
-/// another target, chance decides how much of both is worth having.
+/// Offers both haplotypes of another individual, `c0` and c0 + 1. If they are closest to different targets,
+/// non_overlapping_hamming_distance decides which of them to take.
 void hamming_selection::offer_pair(closest_heap& found, int c0, random_source& random) const {
     const std::vector<int>&d0 = distances.d0, &d1 = distances.d1;
     const int c1 = c0 + 1, limit = found.limit();
@@ -109,8 +109,8 @@ void hamming_selection::offer_single(closest_heap& found, int h) const {
     found.trim();
 }
 
-/// Offers a haplotype of the panel, once for each target; both may stay. No limit keeps it out: the heap
-/// takes it and trims.
+/// Offers a haplotype of the panel once for each target; both entries may stay. It is pushed whatever the
+/// limit, and the heap is trimmed.
 void hamming_selection::offer_reference(closest_heap& found, int h) const {
     const std::vector<int>&d0 = distances.d0, &d1 = distances.d1;
     const int limit = found.limit();
@@ -123,7 +123,7 @@ int non_overlapping_hamming_distance(const chaplotype& c0, const chaplotype& c1,
                                      const chaplotype& h1, int first, int last, random_source& random) {
     const auto [only0, only1, both] = bit_kernels::kernels().overlap(
         c0.data.data(), c1.data.data(), h0.data.data(), h1.data.data(), first, last);
-    // 0/0 is NaN, and no draw is below it.
+    // 0 / 0 is NaN, which is not above any draw.
     const double p0 = static_cast<double>(only0) / (only0 + both);
     const double p1 = static_cast<double>(only1) / (only1 + both);
     const double r0 = random.draw();

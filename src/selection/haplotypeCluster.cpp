@@ -25,13 +25,14 @@ void haplotypeCluster::mask(int individual, random_source& random, haplotype_mas
             count += 1 - out[h];
             out[h] = 1;
         }
-    // Random haplotypes are added to the clusters, whatever their sizes, as long as any is left.
+    // Adds random haplotypes, whatever the sizes of the clusters, until there are enough or none is left.
     for (int added = 0; added < tree.min_size && count + added < nhap; ++added) {
         int h = random.draw_below(nhap);
         while (out[h] != 0) h = random.draw_below(nhap);
         out[h] = 1;
     }
-    // The two own haplotypes are subtracted from the count even where a closed branch doesn't list them.
+    // The individual's own two haplotypes are subtracted from the count even if a closed branch does not list
+    // them.
     out[t0] = out[t1] = 0;
     if (count - 2 < tree.min_size) {
         std::cout << "COUNT = " << count - 2 << "\n"

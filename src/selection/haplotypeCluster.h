@@ -7,17 +7,16 @@
 #include "selection/hamming_selection.h"
 #include "utils/random_source.h"
 
-/// A finished tree of clusters over all haplotypes in one window of variants: a selection scans the clusters
-/// of an individual's own two haplotypes instead of all haplotypes. It is read-only; haplotypeCluster_builder
-/// grows it.
+/// A finished tree of clusters of all haplotypes in one window of variants. A selection scans only the
+/// clusters of an individual's own two haplotypes. Read-only; built by haplotypeCluster_builder.
 class haplotypeCluster {
   public:
-    /// What a tree holds. Lists of haplotypes are in no order and may repeat entries.
+    /// The data of a tree. Lists of haplotypes are unordered and may have duplicates.
     struct content {
         int start = 0;                             // first variant of the window
-        int stop = 0;                              // variant behind the window
-        int cond_size = 0;                         // wanted number of haplotypes in a cluster
-        int min_size = 0;                          // random haplotypes that a mask adds
+        int stop = 0;                              // one past the last variant of the window
+        int cond_size = 0;                         // target number of haplotypes in a cluster
+        int min_size = 0;                          // number of random haplotypes that a mask adds
         std::map<int, std::vector<int>> clusters;  // cluster number to haplotypes
         std::vector<int> assign;                   // cluster number of each haplotype
     };
@@ -25,14 +24,14 @@ class haplotypeCluster {
     haplotypeCluster() = default;
     explicit haplotypeCluster(content grown) : tree(std::move(grown)) {}
 
-    /// The window: first variant, and the one behind the last.
+    /// The window: its first variant, and one past its last.
     int start() const { return tree.start; }
     int stop() const { return tree.stop; }
     const std::map<int, std::vector<int>>& clusters() const { return tree.clusters; }
     const std::vector<int>& assign() const { return tree.assign; }
 
-    /// Marks the haplotypes to scan for an individual: those of the clusters of its two haplotypes and
-    /// min_size random ones, without its own.
+    /// Marks the haplotypes to scan for an individual: those of the clusters of its two haplotypes plus
+    /// min_size random ones, without its own two.
     void mask(int individual, random_source& random, haplotype_mask& out) const;
 
   private:

@@ -8,7 +8,7 @@
 namespace {
 
 constexpr int MOST_ITERATIONS = 20;  // of one split
-constexpr int DEEPEST_LEVEL = 30;    // beyond it a cluster's number would not fit an int
+constexpr int DEEPEST_LEVEL = 30;    // at deeper levels a cluster number would not fit in an int
 constexpr int BYTE_LOCI = 8;
 
 }  // namespace
@@ -89,7 +89,7 @@ void haplotypeCluster_builder::take_branch(unsigned int c) {
         if (assign[h] == static_cast<int>(c)) branch.push_back(h);
 }
 
-/// Makes the whole branch in hand cluster `c`.
+/// Makes the whole current branch cluster `c`.
 void haplotypeCluster_builder::make_leaf(int c) {
     clusters[c] = branch;
     for (const int h : branch) assign[h] = c;
@@ -97,8 +97,8 @@ void haplotypeCluster_builder::make_leaf(int c) {
 
 /// Closes half `m` of the last split as cluster `c`, a list of exactly cond_size entries.
 void haplotypeCluster_builder::close_half(int m, int c) {
-    // A branch of fewer members leaves the rest of the list as the branch before filled it. The list is used
-    // as a set, and its members keep `assign`, so this only widens a scan.
+    // If the branch has fewer members, the rest of the list keeps the entries of the previous branch. The
+    // list is used as a set, and `assign` does not change, so this only widens a scan.
     take_closest(
         branch, cond_size, [this, m](int h) { return halves->distance(h, m); }, closest);
     std::vector<int>& members = clusters[c];

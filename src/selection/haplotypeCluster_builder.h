@@ -10,23 +10,25 @@
 #include "selection/two_means.h"
 #include "utils/random_source.h"
 
-/// Grows trees of clusters over all haplotypes, one window after another, by repeated splitting with two
+/// Builds trees of clusters of all haplotypes, one window after another, by repeated splitting with two
 /// means.
 ///
 ///                 all haplotypes
 ///                /              \                 Splitting cluster c at level L leaves cluster c and
 ///              0                  1               cluster c + 2^L: numbers are unique without a counter.
-///            /   \              /   \             Level 1 has no split of its own.
+///            /   \              /   \             There is no split at level 1.
 ///          0       4          1       5
 ///
-/// A split compares one bit of each byte, another one each time; the window counts in whole bytes.
+/// A split compares one locus of each byte, drawn at random for each split. The window is rounded to whole
+/// bytes.
 class haplotypeCluster_builder {
   public:
-    /// Clusters of about `cluster_size` haplotypes, at least `least`, and no half of a split below `least`.
-    /// `H` is borrowed. A cluster size that reaches the number of haplotypes ends the run at the first build.
+    /// Makes clusters of about `cluster_size` haplotypes, at least `least`, and accepts no split with a half
+    /// below `least`. `H` is held by reference. A cluster size that reaches the number of haplotypes ends the
+    /// run at the first build.
     haplotypeCluster_builder(const std::vector<chaplotype>& H, int cluster_size, int least);
 
-    /// The tree for the variants `a` to `b`, `b` exclusive.
+    /// Builds the tree for the variants `a` to `b`, `b` exclusive.
     haplotypeCluster build(int a, int b, random_source& random);
 
   private:
@@ -40,10 +42,10 @@ class haplotypeCluster_builder {
     const std::vector<chaplotype>& H;
     int cond_size;                               // haplotypes of a cluster
     int min_size;                                // smallest half that a split may leave
-    int first_byte = 0, n_bytes = 0;             // of the window in hand
+    int first_byte = 0, n_bytes = 0;             // of the current window
     std::map<int, std::vector<int>> clusters;    // cluster number to haplotypes
     std::vector<int> assign;                     // cluster number of each haplotype
-    std::vector<int> branch;                     // members of the branch in hand, in ascending order
+    std::vector<int> branch;                     // members of the current branch, in ascending order
     std::optional<two_means> halves;             // of the last split
-    std::vector<std::pair<int, float>> closest;  // keeps its tail from branch to branch, and tree to tree
+    std::vector<std::pair<int, float>> closest;  // entries past a short branch persist, even between trees
 };

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int WORD = 8;  // bytes
 
-/// Bits of word `word` that belong to the bytes from `first` to `end`, the latter exclusive.
+/// Bits of word `word` that belong to the bytes from `first` to `end`, exclusive.
 std::uint64_t bytes_between(int word, int first, int end) {
     std::uint64_t bits = ~std::uint64_t{0};
     const int before = first - WORD * word, behind = WORD * (word + 1) - end;

@@ -8,18 +8,18 @@
 
 class chaplotype;
 
-/// Distances of haplotypes to two targets, and the memory that it takes to compute them.
+/// Distances of haplotypes to two targets, and the working memory to compute them.
 struct target_distances {
-    std::vector<int> d0, d1;  // of haplotype h at [h]; entries that were not asked for mean nothing
+    std::vector<int> d0, d1;  // indexed by haplotype; entries that were not asked for are undefined
     std::vector<bit_kernels::target_words> targets;
 };
 
-/// A copy of many haplotypes for scans of all of them. Eight are side by side in a tile: a line of memory
-/// holds one word, 64 loci, of each, and a tile's lines follow one another. So a scan over a range of loci
-/// reads just the words that it needs, line after line, and counts eight haplotypes at a time.
+/// A copy of all haplotypes for scans over them. Eight haplotypes form a tile. A line of memory holds one
+/// word, 64 loci, of each of the eight, and the lines of a tile follow one another. So a scan over a range of
+/// loci reads only the words that it needs, line after line, and compares eight haplotypes at a time.
 class haplotype_tiles {
   public:
-    /// Replaces the copy. All haplotypes have at least as many loci as the first one; those behind it are
+    /// Replaces the copy. All haplotypes must have at least as many loci as the first one; further loci are
     /// left out.
     void copy(const std::vector<chaplotype>& H);
     /// Number of haplotypes copied.

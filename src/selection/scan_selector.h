@@ -7,11 +7,11 @@
 #include "selection/conditioning_selector.h"
 #include "selection/haplotype_tiles.h"
 
-/// Compares an individual with all haplotypes of others, in windows of its own: each individual's graph is
-/// cut into windows at random, anew in each iteration. The time grows with the square of the cohort.
+/// Compares an individual with all haplotypes of others. Each individual's graph is cut into windows of its
+/// own at random, anew in each iteration. The time grows with the square of the cohort size.
 class scan_selector : public conditioning_selector {
   public:
-    /// `K` haplotypes a job, in windows of about `window_size` bp. `set` is borrowed.
+    /// Selects `K` haplotypes per job, in windows of about `window_size` bp. `set` is held by reference.
     scan_selector(const genhap_set& set, int K, int window_size);
 
     void prepare(bool renew, random_source& random) override;

@@ -12,7 +12,7 @@ class tree_worker : public conditioning_selector::worker {
                 const std::vector<haplotypeCluster>& window_trees)
         : trees(window_trees), selection(set.vecH, tiles, set.n_individuals(), K) {}
 
-    /// The haplotypes to measure depend on draws.
+    /// Does nothing: which haplotypes to measure depends on the draws of choose.
     void measure(const phasing_job& /*job*/) override {}
     int choose(const phasing_job& job, random_source& random, std::vector<int>& idx) override {
         trees[job.window].mask(job.individual, random, mask);

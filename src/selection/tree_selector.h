@@ -10,12 +10,13 @@
 #include "selection/haplotypeCluster_builder.h"
 #include "selection/haplotype_tiles.h"
 
-/// Compares an individual with the haplotypes of its own clusters and some random ones, in windows that all
-/// individuals share: a tree of clusters for each window. The time grows a little faster than the cohort.
+/// Compares an individual with the haplotypes of its own clusters and some random ones, in windows shared by
+/// all individuals, each with a tree of clusters. The time grows a little faster than the cohort size.
 class tree_selector : public conditioning_selector {
   public:
-    /// `K` haplotypes a job, clusters of about `cluster_size` haplotypes, no half of a split below K, windows
-    /// of about `window_size` bp. The team builds the trees. `set` and `team` are borrowed.
+    /// Selects `K` haplotypes per job, from clusters of about `cluster_size` haplotypes, with no half of a
+    /// split below K, in windows of about `window_size` bp. The team builds the trees. `set` and `team` are
+    /// held by reference.
     tree_selector(const genhap_set& set, int K, int cluster_size, double window_size, worker_team& team);
 
     /// With `renew`, cuts the variants into new random windows and builds a tree in each.
@@ -23,7 +24,7 @@ class tree_selector : public conditioning_selector {
     std::vector<phasing_job> list_jobs(random_source& random) const override;
     std::unique_ptr<worker> make_worker() const override;
 
-    /// One tree a window. A renewal with fewer windows than before leaves the surplus trees with their old
+    /// One tree per window. A renewal with fewer windows than before keeps the surplus trees with their old
     /// windows, and they stay in use.
     const std::vector<haplotypeCluster>& trees() const { return window_trees; }
     /// Window borders as variant indices, one more than there are windows.
@@ -39,6 +40,6 @@ class tree_selector : public conditioning_selector {
     worker_team& team;
     haplotype_tiles tiles;
     std::vector<int> window_borders;
-    std::vector<haplotypeCluster_builder> builders;  // one a window
+    std::vector<haplotypeCluster_builder> builders;  // one per window
     std::vector<haplotypeCluster> window_trees;
 };

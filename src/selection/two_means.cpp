@@ -6,7 +6,7 @@ namespace {
 
 constexpr int LEAST_ROUNDS = 100;
 
-/// Two different members. Only the first draw of the second one counts as seen.
+/// Draws two different members. Of the draws for the second one, only the first is added to `seen`.
 std::pair<int, int> draw_pair(const std::vector<int>& branch, std::set<int>& seen, random_source& random) {
     const int n = static_cast<int>(branch.size());
     const int first = branch[random.draw_below(n)];
@@ -27,7 +27,7 @@ int thinned_loci::hamming(int a, int b) const {
 
 bool draw_distant_pair(const std::vector<int>& branch, const thinned_loci& loci, random_source& random,
                        std::pair<int, int>& seeds) {
-    if (branch.size() < 2) return false;  // has no pair to draw
+    if (branch.size() < 2) return false;  // there is no pair to draw
     std::set<int> seen;
     seeds = draw_pair(branch, seen, random);
     int best = loci.hamming(seeds.first, seeds.second);

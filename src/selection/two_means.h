@@ -8,10 +8,10 @@
 #include "objects/chaplotype.h"
 #include "utils/random_source.h"
 
-/// One locus of each byte of a window: what the distances of a split compare.
+/// One locus of each byte of a window: the loci that a split compares.
 class thinned_loci {
   public:
-    /// The locus of bit `offset` of each of `n` bytes from byte `first_byte` on. `H` is borrowed.
+    /// The locus of bit `offset` of each of `n` bytes from byte `first_byte` on. `H` is held by reference.
     thinned_loci(const std::vector<chaplotype>& H, int first_byte, int n, int offset)
         : haplotypes(&H), first(first_byte), n_loci(n), bit(offset) {}
 
@@ -28,9 +28,9 @@ class thinned_loci {
     int bit;
 };
 
-/// Draws two haplotypes of a branch that are far apart among random pairs: at least 100 of them, and on until
-/// two differ. False when the draws have covered the whole branch, which is then too small or too uniform to
-/// be split.
+/// Draws random pairs of haplotypes of a branch, at least 100 and until one pair differs, and returns the
+/// most distant pair in `seeds`. Returns false if the draws have covered the whole branch, which is then too
+/// small or too uniform to be split.
 bool draw_distant_pair(const std::vector<int>& branch, const thinned_loci& loci, random_source& random,
                        std::pair<int, int>& seeds);
 
@@ -40,12 +40,12 @@ class two_means {
     /// Starts from two haplotypes.
     two_means(const thinned_loci& loci, std::pair<int, int> seeds);
 
-    /// Renews the distances from the means as they are now.
+    /// Makes distance() use the current means.
     void fix();
-    /// Squared distance of haplotype `h` to mean `m`, 0 or 1, as it was when it was last fixed.
+    /// Squared distance of haplotype `h` to mean `m`, 0 or 1, as of the last call of fix().
     float distance(int h, int m) const;
-    /// Recomputes both means from the members of a branch, `is_first` telling which of them are in the first
-    /// half. Returns the sizes of the halves. The mean of an empty half is NaN.
+    /// Recomputes both means from the members of a branch; is_first(h) is true for members of the first half.
+    /// Returns the sizes of the halves. The mean of an empty half is NaN.
     template <class IsFirst>
     std::pair<int, int> update(const std::vector<int>& branch, IsFirst is_first);
 
@@ -53,12 +53,13 @@ class two_means {
 
   private:
     thinned_loci thinned;
-    std::array<std::vector<float>, 2> mu;                 // one value a thinned locus
+    std::array<std::vector<float>, 2> mu;                 // one value per thinned locus
     std::array<std::vector<float>, 2> squared_distances;  // to mu, at 2 * thinned locus + allele
 };
 
-/// Takes the first `n` members of `branch` into `out`, each with distance(member), and puts the farthest of
-/// the later ones into the place of the farthest of those. Entries behind a shorter branch stay as they were.
+/// Fills `out` with the first `n` members of `branch`, each with distance(member). Then the farthest of the
+/// later members replaces the farthest of those, if it is farther still. Entries past the end of a shorter
+/// branch stay unchanged.
 template <class Distance>
 void take_closest(const std::vector<int>& branch, int n, Distance distance,
                   std::vector<std::pair<int, float>>& out) {
@@ -71,7 +72,7 @@ void take_closest(const std::vector<int>& branch, int n, Distance distance,
         if (d > worst) {
             worst = d;
             if (filling) worst_place = count;
-            // Later members displace only the farthest entry, and only when they are farther still.
+            // A later member replaces only the farthest entry, and only if it is farther still.
             if (!filling && worst_place >= 0) out[worst_place] = {h, d};
         }
         if (filling) out[count] = {h, d};

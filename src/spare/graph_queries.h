@@ -4,12 +4,12 @@
 
 namespace spare {
 
-/// Whether two transitions have equal left pairs, or equal right pairs, as unordered pairs. Transitions are
-/// named by byte positions, twice their indexes.
+/// Whether two transitions have equal left pairs (equalP) or equal right pairs (equalN), as unordered pairs.
+/// A transition is given by its byte position, twice its index.
 bool equalP(const genotype_graph& graph, unsigned a, unsigned b);
 bool equalN(const genotype_graph& graph, unsigned a, unsigned b);
 
-/// Segment that holds locus `l`, or -1.
+/// Segment that contains locus `l`, or -1.
 int getB(const genotype_graph& graph, int l);
 
 }  // namespace spare

@@ -9,8 +9,8 @@
 #include "objects/chaplotype.h"
 #include "utils/random_source.h"
 
-/// Other ways of seeding, filling and describing clusters of haplotypes. Loci are `n_loci` from `first_locus`
-/// on, which starts a byte; `n_loci` is a multiple of 8.
+/// Other ways of seeding, filling and describing clusters of haplotypes. A locus_span is `n_loci` loci from
+/// `first_locus` on; both must be multiples of 8.
 namespace spare {
 
 /// Cluster number to haplotypes.
@@ -21,13 +21,13 @@ struct locus_span {
     int n_loci;
 };
 
-/// `n` draws of numbers below `max`; those drawn twice are there once.
+/// Draws `n` numbers below `max`; duplicates count once.
 std::set<int> sampleIndex(int n, int max, random_source& random);
 /// The elements of `s` in order.
 std::vector<int> set2vec(const std::set<int>& s);
 
-/// `K` seeds that are far apart among the members: each is the one of 100 random members that lies farthest
-/// from those before it.
+/// `K` seeds that are far apart: each is the one of 100 random members that is farthest from the seeds before
+/// it.
 std::vector<int> kplusplus(const std::vector<chaplotype>& H, locus_span span, int K,
                            const std::vector<int>& members, random_source& random);
 
@@ -36,11 +36,11 @@ std::vector<float> hap2float(const chaplotype& h, locus_span span);
 /// Frequency of allele 1 at each locus, among these haplotypes.
 std::vector<float> allele_frequencies(const std::vector<chaplotype>& H, const std::vector<int>& members,
                                       locus_span span);
-/// Squared distance of a haplotype to a mean, one value a locus.
+/// Squared distance of a haplotype to a mean, which has one value per locus.
 float squared_distance(const chaplotype& h, const std::vector<float>& mean, locus_span span);
 
-/// Fills clusters of fewer than `n` entries with haplotypes from outside by take_closest, compared with the
-/// mean of the cluster. `assign` is the cluster number of each haplotype.
+/// Fills clusters of fewer than `n` entries with haplotypes of other clusters by take_closest, with the
+/// distance to the mean of the cluster. `assign` is the cluster number of each haplotype.
 void top_up_closest(const std::vector<chaplotype>& H, locus_span span, const std::vector<int>& assign, int n,
                     cluster_map& clusters);
 

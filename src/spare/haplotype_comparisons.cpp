@@ -13,11 +13,11 @@ constexpr std::array<std::int32_t, 256> count_bits() {
     return counts;
 }
 
-/// Which of two references a haplotype follows; moves to the other one when it has to.
+/// Follows one of two references and switches to the other one when it no longer matches.
 class follower {
   public:
-    /// Takes a locus where the haplotype equals at least one reference, the second one if `start_second`
-    /// and it is the first such locus.
+    /// Processes a locus where at least one reference matches. At the first such locus, starts with the
+    /// second reference if `start_second`.
     void step(bool start_second, bool equals_first, bool equals_second) {
         if (state == UNSET) state = start_second ? SECOND : FIRST;
         if (state == FIRST && !equals_first) {
@@ -53,7 +53,7 @@ int perfectmatch(const chaplotype& a, const chaplotype& b, int first, int last, 
         } else {
             run += 8;
         }
-        // The bound is on the bytes still to come. The run so far does not count towards it.
+        // The bound is on the bytes that are left; the current run does not count towards it.
         if (min_length > rest) return 0;
         rest -= 8;
     }

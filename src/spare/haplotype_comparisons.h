@@ -14,11 +14,11 @@ extern const std::array<std::int32_t, 256> distance_lookup;
 /// chaplotype::hamming, or DISTANCE_BEYOND_LIMIT when the distance is above `limit`.
 int hamming_within(const chaplotype& a, const chaplotype& b, int first, int last, int limit);
 
-/// Length in loci of the longest run of equal bytes among those that hold the loci; 0 as soon as
-/// `min_length` is above eight times the number of bytes still to come.
+/// Length in loci of the longest run of equal bytes among those that hold the loci. Returns 0 as soon as
+/// `min_length` is above eight times the number of bytes left.
 int perfectmatch(const chaplotype& a, const chaplotype& b, int first, int last, int min_length);
 
-/// Follows the haplotype `h` along `a` and `b`: counts the changes from one to the other, and the loci where
+/// Follows the haplotype `h` along `a` and `b`: counts the switches from one to the other, and the loci where
 /// it equals neither.
 void switcherror(const chaplotype& h, const chaplotype& a, const chaplotype& b, int first, int last,
                  int& n_switch, int& n_mismatch);

@@ -6,7 +6,7 @@ namespace spare {
 
 namespace {
 
-/// The text of each value, with the separator in between.
+/// The texts of all values, separated by `separator`.
 template <class Value, class Text>
 std::string joined(const std::vector<Value>& values, const std::string& separator, Text text_of) {
     std::string text;

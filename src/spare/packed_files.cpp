@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::size_t PIECE = 1 << 16;  // bytes
 
-/// Appends `n` bytes of the file; false when it ends before. Taken in pieces, so a damaged count can't claim
-/// more memory than the file holds bytes.
+/// Appends `n` bytes of the file; false if it ends before. Reads in pieces, so that a damaged count cannot
+/// allocate much more memory than the file has bytes.
 template <class Bytes>
 bool append_bytes(Bytes& bytes, std::size_t n, ifile& file) {
     for (std::size_t rest = n; rest > 0;) {

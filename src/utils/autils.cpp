@@ -20,7 +20,8 @@ void decompose(int min_size, item_run items, std::vector<item_run>& out, random_
         return;
     }
     const int cut = items.first + random.draw_below(n - 2 * min_size) + min_size;
-    // The split is drawn first, then the whole left part, then the right: the order of draws is fixed.
+    // The split is drawn first, then all of the left part, then the right: the output depends on the order of
+    // draws.
     decompose(min_size, {items.first, cut}, out, random);
     decompose(min_size, {cut - 1, items.last}, out, random);
 }

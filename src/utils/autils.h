@@ -7,8 +7,8 @@
 /// A search in an array, and the random splitting of a list into overlapping runs.
 namespace autils {
 
-/// Index of the largest entry, the first of equals; 0 for an empty vector or one whose entries all lie at or
-/// below the start of the search (-1e300).
+/// Index of the largest entry, the first one on ties. 0 for an empty vector, or if no entry is above -1e300,
+/// where the search starts.
 int max(const std::vector<double>& values);
 
 /// A run of consecutive items of a list: the first and the last one, both inclusive.

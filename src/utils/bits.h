@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// Exchanges rows and columns of an 8 x 8 matrix of bits, byte r being row r and bit c of it column c: blocks
-/// of 1, 2 and 4 bits on either side of the diagonal change places.
+/// Transposes an 8 x 8 matrix of bits, where byte r is row r and bit c of it is column c. Swaps blocks of 1,
+/// 2 and 4 bits across the diagonal.
 constexpr std::uint64_t transposed(std::uint64_t m) {
     const auto exchange = [&m](int distance, std::uint64_t mask) {
         const std::uint64_t t = (m ^ (m >> distance)) & mask;

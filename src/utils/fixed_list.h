@@ -6,7 +6,7 @@
 
 #include "utils/assertion.h"
 
-/// A list of at most `N` items, which stand in the list itself and not on the heap.
+/// A list of at most `N` items, stored in the object itself and not on the heap.
 template <class Item, std::size_t N>
 class fixed_list {
   public:

@@ -11,7 +11,8 @@
 
 namespace {
 
-/// Where a file called `name` would lie; empty if that can't be told, as for an empty name.
+/// The path of a file called `name`, which need not exist; empty if it can't be determined, as for an empty
+/// name.
 std::filesystem::path place_of(const std::string& name) {
     std::error_code failure;
     std::filesystem::path path = std::filesystem::absolute(name, failure);
@@ -38,7 +39,7 @@ bool takeFile(const std::string& name) {
     if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return true;
     const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     if (descriptor < 0) return true;
-    if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) return true;  // stays open, and with it the lock
+    if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) return true;  // stays open to keep the lock
     const bool is_taken = errno == EWOULDBLOCK;
     ::close(descriptor);
     return !is_taken;

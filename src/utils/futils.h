@@ -2,28 +2,28 @@
 
 #include <string>
 
-/// File tests, and the failure messages that belong to files.
+/// File checks, and error messages about files.
 namespace futils {
 
-/// True when `name` can be opened for reading and is no folder. A pipe is not opened, since opening and
-/// closing it would end its writer.
+/// True if `name` can be opened for reading and is not a folder. The file is not opened, since opening and
+/// closing a pipe would end its writer.
 bool isFile(const std::string& name);
 
-/// Opens `name` for writing, leaving it created and empty; false when that is impossible.
+/// Creates `name`, or empties it; false if that is impossible.
 bool createFile(const std::string& name);
 
-/// Takes `name` for this process until it ends, creating it where it doesn't exist; false when another
-/// process has taken it. Nothing in the file changes. What is no regular file, or can't be opened, or lies
-/// where the system knows no locks, can't be taken and is let through.
+/// Locks `name` for this process until it ends, and creates it if it doesn't exist; false if another process
+/// has locked it. The content does not change. Files that are not regular, can't be opened, or are on a file
+/// system without locks are not locked, and the result is true.
 bool takeFile(const std::string& name);
 
 /// Text after the last ".", or empty when there is none.
 std::string extensionFile(const std::string& name);
 
-/// True when both names lead to one regular file (or, where neither exists yet, would lead to one).
+/// True if both names refer to the same regular file (or, if neither exists yet, would refer to one).
 bool isSameFile(const std::string& a, const std::string& b);
 
-/// The two messages of a file that can't be used.
+/// The messages for a file that can't be used.
 std::string cannotOpen(const std::string& name);
 std::string cannotCreate(const std::string& name);
 

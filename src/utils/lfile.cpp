@@ -72,7 +72,7 @@ void lfile::warning(const std::string& message) {
 }
 
 void lfile::error(const std::string& message) {
-    // Held until the end: of several failing threads one ends the process.
+    // Held until the process ends, so that only one of several failing threads ends it.
     static std::mutex first_error;
     const std::lock_guard lock(first_error);
     writeConsole(coloured("ERROR:") + " " + message + "\n");
@@ -87,6 +87,6 @@ void lfile::writeLog(const std::string& text) {
     stream << text << std::flush;
     if (stream.good()) return;
     const int reason = errno;
-    muteL();  // the channel that has just failed can't carry the message
+    muteL();  // the message can't go to the log that has just failed
     error(file + " could not be written: " + (reason != 0 ? std::strerror(reason) : "unknown reason"));
 }

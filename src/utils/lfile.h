@@ -3,8 +3,8 @@
 #include <fstream>
 #include <string>
 
-/// The one sink of all messages: duplicates the console into a log file, and is the only way in which the
-/// program reports failure. There is no lock: workers write progress lines under their stage's mutex.
+/// Prints all messages of the program to the console and duplicates them in a log file. There is no lock:
+/// run_pass makes sure that only one thread at a time prints progress.
 class lfile {
   public:
     /// Opens `name` for writing, with ".log" appended unless its extension is exactly "log".
@@ -16,7 +16,7 @@ class lfile {
     /// The log file's name as opened, or as it would be opened for `name`.
     const std::string& name() const { return file; }
     static std::string nameFor(const std::string& name);
-    /// The text before the last ".", or the whole text when there is none: what side files are named after.
+    /// The text before the last ".", or the whole text if there is none. Side files are named after it.
     static std::string getPrefix(const std::string& text);
 
     void muteL() { verbose_l = false; }
@@ -36,8 +36,8 @@ class lfile {
 
     /// A yellow "WARNING:" on the console whether muted or not, a plain one in the log. The run goes on.
     void warning(const std::string& message);
-    /// The same with "ERROR:", then the end of the process with status 1, at once and from any thread: no
-    /// destructor runs that another thread might still need. Both streams are flushed first.
+    /// The same with "ERROR:", and then ends the process with status 1. May be called from any thread: no
+    /// destructors run, since other threads may still use the objects. Both streams are flushed first.
     [[noreturn]] void error(const std::string& message);
 
   private:

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-/// A failure of sampling or of the copying model, thrown to the job that can tell the user.
+/// A failure of sampling or of the copying model, reported to the user where it is caught.
 class myException : public std::exception {
   public:
     explicit myException(std::string text) : msg(std::move(text)) {}

@@ -2,5 +2,5 @@
 
 #include <string>
 
-/// A new random UUID as text. It depends on no seed.
+/// A new random UUID as text, independent of the seed.
 std::string random_id();

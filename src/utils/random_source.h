@@ -4,11 +4,11 @@
 #include <mutex>
 #include <vector>
 
-/// The stream of random numbers of a run: the generator of Park and Miller (1988) with the shuffle of Bays
-/// and Durham (1976). Whatever draws is handed the source, so the order of draws can be read off the calls:
-/// with one thread a seed gives the same output byte for byte.
+/// The random numbers of a run: the generator of Park and Miller (1988) with the shuffle of Bays and Durham
+/// (1976). Code that draws gets the source as an argument, so the calls show the order of draws. With one
+/// thread, a seed always gives the same output, byte for byte.
 ///
-/// Several threads may draw from one source; the timing then decides who gets which number.
+/// Several threads may draw from one source; then timing decides which thread gets which number.
 class random_source {
   public:
     /// Starts the stream of `seed`; 0 and 1 give the same stream.
@@ -18,7 +18,8 @@ class random_source {
     double draw();
     /// floor(draw() * n): from 0 to n - 1.
     int draw_below(int n);
-    /// An index with probability weights[i] / sum. Always takes one draw; the last entry is the fallback.
+    /// An index, with probability weights[i] / sum. Always takes one draw. Returns the last index if rounding
+    /// leaves the draw above all partial sums.
     int draw_index(const std::vector<double>& weights, double sum);
 
   private:

@@ -22,8 +22,8 @@ namespace {
 constexpr std::streamsize BUFFER_BYTES = 1 << 16;
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
-/// End of an output chain. The filtering stream swallows failures that happen while it closes, so the first
-/// one is kept where the ofile finds it.
+/// The last part of an output chain, which writes to the file. The filtering stream swallows failures that
+/// happen while it closes, so the first one is kept for the ofile.
 class checked_sink {
   public:
     using char_type = char;
@@ -88,7 +88,7 @@ bool ifile::open(const std::string& name, bool binary_mode) {
     } catch (const std::ios_base::failure&) {
         return false;
     }
-    opened->exceptions(std::ios::badbit);  // lets the reason of a failure through to getLine and readBytes
+    opened->exceptions(std::ios::badbit);  // lets exceptions through to getLine and readBytes
     stream = std::move(opened);
     return true;
 }
@@ -141,7 +141,7 @@ ofile::~ofile() {
     try {
         if (stream != nullptr) stream->reset();
     } catch (const std::ios_base::failure&) {
-        // Nobody has asked whether the file is whole.
+        // The destructor does not report failures; close() does.
     }
 }
 
@@ -165,7 +165,7 @@ void ofile::close() {
         stream->flush();
         stream->reset();  // ends the chain: compressors write their last bytes, the device closes
     } catch (const std::ios_base::failure&) {
-        // A compressor throws when its last bytes find no place; the sink knows the reason.
+        // A compressor throws if its last bytes can't be written; the sink has the reason.
         stopOnFailure(*failure);
         throw;
     }

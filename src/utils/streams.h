@@ -5,26 +5,27 @@
 #include <memory>
 #include <string>
 
-/// Input file, decompressed by its extension ("gz", "bz2", anything else plain). Damaged or truncated data
-/// and read errors end the run with the file's name: they never read as a shorter file.
+/// Input file, decompressed according to its extension ("gz", "bz2", anything else plain). Damaged or
+/// truncated data and read errors end the run with a message that names the file, so they never look like a
+/// shorter file.
 class ifile {
   public:
     ifile();
-    /// Opens `name`, or ends the run with the message of a file that can't be opened.
+    /// Opens `name`. Ends the run if that fails.
     explicit ifile(const std::string& name, bool binary_mode = false);
     ~ifile();
     ifile(const ifile&) = delete;
     ifile& operator=(const ifile&) = delete;
 
-    /// Returns whether the file could be opened; a folder can't.
+    /// Returns whether the file could be opened. A folder can't.
     bool open(const std::string& name, bool binary_mode = false);
     void close();
     const std::string& name() const { return file; }
 
-    /// Reads the next line without its line end; false at the end of the file. The last line needs no
-    /// line end, and a UTF-8 byte order mark at the head of the file is no part of its first line.
+    /// Reads the next line without its line end; false at the end of the file. The last line needs no line
+    /// end. A UTF-8 byte order mark at the start of the file is skipped.
     bool getLine(std::string& line);
-    /// Reads exactly `n` bytes; false when the file ends before.
+    /// Reads exactly `n` bytes; false if the file ends before.
     bool readBytes(char* bytes, std::streamsize n);
     /// Number of bytes that the last readBytes read.
     std::streamsize gcount() const;
@@ -39,14 +40,14 @@ class ifile {
     bool at_start = true;
 };
 
-/// Output file, compressed by its extension. A failed write or close ends the run with the file's name and
-/// the reason, so half a file never passes for a whole one.
+/// Output file, compressed according to its extension. A failed write or close ends the run with the name of
+/// the file and the reason, so a truncated file never looks complete.
 class ofile {
   public:
     ofile();
-    /// Creates `name`, or ends the run with the message of a file that can't be created.
+    /// Creates `name`. Ends the run if that fails.
     explicit ofile(const std::string& name, bool binary_mode = false);
-    /// Ends the file without a check: only after close() it is known to be whole.
+    /// Closes the file without a check. Only close() makes sure that it is complete.
     ~ofile();
     ofile(const ofile&) = delete;
     ofile& operator=(const ofile&) = delete;

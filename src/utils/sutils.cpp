@@ -77,11 +77,11 @@ int str2int(std::string_view text, const std::string& file, long line) {
 }
 
 double parse_double(std::string_view field) {
-    constexpr std::size_t MOST_EXACT = 15;  // digits that a double always holds
+    constexpr std::size_t MOST_EXACT = 15;  // digits that a double represents exactly
     static constexpr double TENS[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    // Few digits and a point are a quotient of two exact numbers, which is rounded once and so has the bits
-    // that strtod gives (Clinger 1990).
+    // A short number with a decimal point is the quotient of two exact doubles. It is rounded once, so it has
+    // the same bits as the result of strtod (Clinger 1990).
     std::int64_t digits = 0;
     int n_decimals = 0;
     bool behind_point = false, is_plain = field.size() <= MOST_EXACT;
@@ -99,14 +99,16 @@ double parse_double(std::string_view field) {
 
     char* end = nullptr;
     const double value = std::strtod(field.data(), &end);
-    // A field of other white space, as a vertical tab, has none; strtod would take the next field's number.
+    // A field of other white space, such as a vertical tab, has no number; strtod would read the next
+    // field's.
     return end <= field.data() + field.size() ? value : 0.0;
 }
 
 int count_fields(std::string_view line) {
     const char* text = line.data();
     const std::size_t n = without_return(line).size();
-    // Fields start where a character follows a gap or nothing. No branch, so that the compiler uses vectors.
+    // A field starts at a character after a gap or at the start of the line. Branch-free, so that the
+    // compiler vectorises it.
     int count = n > 0 && !is_gap(text[0]);
     for (std::size_t i = 1; i < n; ++i) count += int{is_gap(text[i - 1])} & int{!is_gap(text[i])};
     return count;

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-/// Text conversions, and the cutting of lines into fields.
+/// Text conversions, and splitting of lines into fields.
 namespace sutils {
 
 std::string int2str(int value);
@@ -30,7 +30,7 @@ inline std::string_view without_return(std::string_view line) {
 
 static_assert(std::endian::native == std::endian::little, "texts are compared as words, first byte lowest");
 
-/// Goes through the fields of a line, cut as by tokenize. The line must outlive its fields.
+/// Iterates over the fields of a line, split as by tokenize. The line must outlive its fields.
 class field_cursor {
   public:
     explicit field_cursor(std::string_view line) : at(line.data()), end(at + without_return(line).size()) {}
@@ -43,9 +43,9 @@ class field_cursor {
         return {start, static_cast<std::size_t>(at - start)};
     }
 
-    /// Takes the next three fields if each is "0" or "1" and one blank goes before each and behind the last,
-    /// as most genotypes of most files do, and gives them as bits, the first one lowest. Else takes nothing
-    /// and gives -1.
+    /// If each of the next three fields is "0" or "1", with one blank before each and after the last, takes
+    /// them and returns them as bits, the first one lowest. Otherwise takes nothing and returns -1. Most
+    /// genotypes of most files have this form.
     int next_three_bits() {
         constexpr std::uint64_t FORM = 0x0020302030203020, BITS = 0x0000010001000100,
                                 BYTES = 0x00FFFFFFFFFFFFFF;
@@ -62,23 +62,23 @@ class field_cursor {
     const char* end;
 };
 
-/// Number of fields that tokenize would cut the line into.
+/// Number of fields into which tokenize would split the line.
 int count_fields(std::string_view line);
 
-/// Cuts a line at runs of blanks and tabs, dropping leading ones and one carriage return at the line's end.
-/// Returns the number of fields; with `n`, stops once n fields are taken.
+/// Splits a line at runs of blanks and tabs, dropping leading ones and a carriage return at the end of the
+/// line. Returns the number of fields; with `n`, stops after n fields.
 int tokenize(const std::string& line, std::vector<std::string>& fields);
 int tokenize(const std::string& line, std::vector<std::string>& fields, int n);
-/// The same without copies: the fields are views of `line`, which must outlive them.
+/// The same without copies: the fields are views into `line`, which must outlive them.
 int tokenize(const std::string& line, std::vector<std::string_view>& fields);
 
-/// The whole number at the head of `text`, 0 when there is none. A number that does not fit an int ends the
-/// run with the file, the line (`line`, as the reader counts) and the text.
+/// The integer at the start of `text`, 0 if there is none. Ends the run if the number does not fit in an int;
+/// the message has the file, the line number `line` as counted by the caller, and the text.
 int str2int(std::string_view text, const std::string& file, long line);
-/// The number at the head of a field of a line; 0 when there is none. The field must be followed by a blank,
-/// a tab or the terminating zero of its line.
+/// The number at the start of a field of a line, 0 if there is none. The field must be followed by a blank, a
+/// tab or the terminating zero of its line.
 double parse_double(std::string_view field);
-/// The same, quick for the single digits that most fields of a genotype file are.
+/// The same, with a fast path for single digits, which most fields of a genotype file are.
 inline double str2double(std::string_view field) {
     const bool is_digit = field.size() == 1 && field[0] >= '0' && field[0] <= '9';
     return is_digit ? field[0] - '0' : parse_double(field);

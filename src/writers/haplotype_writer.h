@@ -7,8 +7,8 @@
 #include "containers/variant_blocks.h"
 #include "utils/streams.h"
 
-/// A file format of phased haplotypes: takes all variants in blocks, in order. A writer of a new format is a
-/// class of its own.
+/// Interface of the writers of phased haplotypes, one class per file format. Takes all variants in order, in
+/// blocks.
 class haplotype_sink {
   public:
     haplotype_sink() = default;
@@ -21,11 +21,11 @@ class haplotype_sink {
     virtual void close() = 0;
 };
 
-/// Hands the haplotypes of all individuals to a sink, and closes it.
+/// Passes the haplotypes of all individuals to a sink, and closes it.
 void write_haplotypes(const genhap_set& set, haplotype_sink& sink);
 
-/// A HAPS file: for each variant its identifier twice, position and alleles, then two digits an individual, 0
-/// for a0.
+/// A HAPS file: for each variant its identifier twice, its position and alleles, then two digits per
+/// individual, 0 for a0.
 class haps_sink : public haplotype_sink {
   public:
     /// Creates the file.
@@ -40,5 +40,6 @@ class haps_sink : public haplotype_sink {
     std::string line;
 };
 
-/// Writes a HAPS/SAMPLE pair: the people first, two header lines and "<name> <name> 0" for each individual.
+/// Writes a HAPS/SAMPLE pair. SAMPLE comes first: two header lines, then "<name> <name> 0" for each
+/// individual.
 void writeHaplotypeHap(const genhap_set& set, const std::string& haps, const std::string& sample);

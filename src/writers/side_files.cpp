@@ -9,7 +9,7 @@ void write_counts(const genotype_store& store, const genotype_counts& counts, co
         individuals.writeText(store.ind_ids[i] + "\t" + std::to_string(counts.ind_missing[i]) + "\n");
     individuals.close();
 
-    // The head names seven columns and the rows hold four of them: the form of this file is fixed.
+    // The header has seven columns and the rows only four: the format is fixed.
     ofile variants(prefix + ".snp.mm");
     variants.writeText("id\tposition\tA\tB\tmissing\tcount_A_total\tcount_B_total\n");
     for (int v = 0; v < store.snps.size(); ++v) {

@@ -6,7 +6,7 @@
 #include "containers/genotype_counts.h"
 #include "containers/genotype_store.h"
 
-/// Files beside the log, named after it: `prefix` is its name without the ending.
+/// Files written beside the log. `prefix` is the name of the log without its extension.
 
 /// `.ind.mm`: missing genotypes of each individual, and `.snp.mm`: copies of each allele at each variant.
 void write_counts(const genotype_store& store, const genotype_counts& counts, const std::string& prefix);

@@ -10,7 +10,7 @@
 #include "selection/conditioning_selector.h"
 
 /// Selects all haplotypes of others for each individual, in two windows that overlap by two segments, and
-/// notes what it is asked for. The distance that it gives is `distance`.
+/// records its calls. The distance it returns is `distance`.
 class fixed_selector : public conditioning_selector {
   public:
     explicit fixed_selector(const genhap_set& set) : GH(set) {}
@@ -31,7 +31,7 @@ class fixed_selector : public conditioning_selector {
     std::unique_ptr<worker> make_worker() const override { return std::make_unique<all_others>(*this); }
 
     int distance = 5;
-    int n_selected = -1;  // haplotypes of a selection; -1 for all others
+    int n_selected = -1;  // haplotypes to select; -1 for all others
     std::vector<bool> renewals;
     mutable std::atomic<int> n_chosen = 0;
 
@@ -41,10 +41,10 @@ class fixed_selector : public conditioning_selector {
         explicit all_others(const fixed_selector& selector) : owner(selector) {}
         void measure(const phasing_job& job) override { measured = job.individual; }
         int choose(const phasing_job& job, random_source& /*random*/, std::vector<int>& idx) override {
-            EXPECT_EQ(measured, job.individual) << "a job is measured before it is chosen for";
+            EXPECT_EQ(measured, job.individual) << "measure comes before choose";
             ++owner.n_chosen;
             idx.clear();
-            // In falling order: the jobs have to sort them.
+            // In descending order: the jobs must sort them.
             for (int h = owner.GH.n_haplotypes() - 1; h >= 0; --h)
                 if (h / 2 != job.individual) idx.push_back(h);
             if (owner.n_selected >= 0) idx.resize(owner.n_selected);

@@ -50,8 +50,8 @@ TEST(MarkovChain, RunsItsPhasesInOrder) {
         at = log.find(part, at);
         ASSERT_NE(at, std::string::npos) << part;
     }
-    EXPECT_EQ(count(log, "iteration ["), 12) << "twice each in the log";
-    EXPECT_EQ(count(capture.console(), "iteration ["), 6) << "once on the console";
+    EXPECT_EQ(count(log, "iteration ["), 12) << "each iteration twice in the log";
+    EXPECT_EQ(count(capture.console(), "iteration ["), 6) << "each iteration once on the console";
 }
 
 TEST(MarkovChain, RenewsByTheStepOfEachPhase) {
@@ -61,7 +61,7 @@ TEST(MarkovChain, RenewsByTheStepOfEachPhase) {
     EXPECT_EQ(c.selector.renewals, (std::vector<bool>{1, 0, 1, 0, 1, 0, 0, 1, 1, 1}));
 }
 
-TEST(MarkovChain, LeavesNormalisedGraphsAndFittingHaplotypes) {
+TEST(MarkovChain, LeavesNormalisedGraphsAndConsistentHaplotypes) {
     const log_capture silenced;
     chain_of c;
     c.run({{1, 1}, {2, 1}, {2, 1}, false});
@@ -78,7 +78,7 @@ TEST(MarkovChain, LeavesNormalisedGraphsAndFittingHaplotypes) {
     }
 }
 
-TEST(MarkovChain, BurnInLeavesNoTraceInTheAccumulatedProbabilities) {
+TEST(MarkovChain, BurnInDoesNotAccumulateProbabilities) {
     const log_capture silenced;
     chain_of c;
     const auto stored = [&c] {
@@ -92,7 +92,7 @@ TEST(MarkovChain, BurnInLeavesNoTraceInTheAccumulatedProbabilities) {
     EXPECT_EQ(stored(), before);
 }
 
-TEST(MarkovChain, StopsEarlyButInTheFirstIterationOfAPhase) {
+TEST(MarkovChain, StopsEarlyExceptInTheFirstIterationOfAPhase) {
     const log_capture silenced;
     for (const bool early : {false, true}) {
         chain_of c;
@@ -106,13 +106,14 @@ TEST(MarkovChain, StopsEarlyButInTheFirstIterationOfAPhase) {
         one.run(true, false);
         long rows_of_one = 0;
         for (const long r : one.cost().model.rows) rows_of_one += r;
-        // Pruning shrinks the last iteration: between two and three with stopping, five and six without.
+        // Six iterations, the last one cheaper after pruning. With early stopping only the first iteration of
+        // each phase runs the model.
         EXPECT_GT(rows, (early ? 2 : 5) * rows_of_one);
         EXPECT_LE(rows, (early ? 3 : 6) * rows_of_one);
     }
 }
 
-TEST(MarkovChain, StepOfZeroEndsTheProcessLikeADivision) {
+TEST(MarkovChain, StepOfZeroRaisesSIGFPE) {
     const support::child_end end = support::run_in_child([] {
         chain_of c;
         c.run({{1, 0}, {1, 1}, {1, 1}, false});

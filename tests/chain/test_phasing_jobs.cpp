@@ -14,7 +14,7 @@ namespace {
 
 using support::population;
 
-/// A population, and all that jobs need.
+/// A population, and all that the jobs need.
 struct jobs_of {
     explicit jobs_of(int n_threads, int n = 6) : p(n), selector(p.set), team(n_threads) {
         for (int l = 0; l < p.set.snps.size(); ++l) p.set.snps.getByIndex(l)->cm = 0.01 * l;
@@ -51,13 +51,13 @@ TEST(PhasingJobs, RunTheModelOnEachWindowInOrder) {
     }
 }
 
-TEST(PhasingJobs, HandTheRenewalToTheSelector) {
+TEST(PhasingJobs, PassTheRenewalToTheSelector) {
     jobs_of j(1);
     for (const bool renew : {true, false, true}) j.jobs->run(renew, false);
     EXPECT_EQ(j.selector.renewals, (std::vector<bool>{true, false, true}));
 }
 
-TEST(PhasingJobs, SkipTheModelWhereTheNearestMatches) {
+TEST(PhasingJobs, SkipTheModelOnAPerfectMatch) {
     for (const int distance : {0, 1})
         for (const bool skip : {false, true}) {
             jobs_of j(1);
@@ -68,7 +68,7 @@ TEST(PhasingJobs, SkipTheModelWhereTheNearestMatches) {
         }
 }
 
-TEST(PhasingJobs, AddUpWhatTheyCost) {
+TEST(PhasingJobs, SumUpTheirCosts) {
     jobs_of j(2);
     j.jobs->run(true, false);
     const job_cost once = j.jobs->cost();
@@ -102,8 +102,8 @@ TEST(PhasingJobs, FailureOfTheModelStopsTheRun) {
     }));
 }
 
-TEST(PhasingJobs, UnderflowsAreCountedAnewInEachIteration) {
-    // All other haplotypes carry 00, and the middle group asks for a 1 on both sides: its products underflow.
+TEST(PhasingJobs, UnderflowsAreCountedPerIteration) {
+    // All other haplotypes are 00, and the middle group requires a 1 on both sides: its products underflow.
     const char* const odd = R"(
         >0 >1
         [0 1]
@@ -128,7 +128,7 @@ TEST(PhasingJobs, UnderflowsAreCountedAnewInEachIteration) {
         random_source draws(1);
         phasing_jobs jobs(set, hmm, selector, team, draws);
         for (int iteration = 0; iteration < 3; ++iteration)
-            EXPECT_EQ(jobs.run(true, false), 8) << "one in each of two windows of four individuals";
+            EXPECT_EQ(jobs.run(true, false), 8) << "one in each of two windows for four individuals";
     }
 }
 

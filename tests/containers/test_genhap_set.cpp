@@ -40,14 +40,14 @@ TEST(GenhapSet, PanelFollowsTheIndividuals) {
     EXPECT_EQ(set.n_individuals(), 1);
     ASSERT_EQ(set.n_haplotypes(), 5);
     EXPECT_EQ(set.vecH[0].toString(), "000");
-    EXPECT_EQ(set.vecH[2].toString(), "01011") << "as long as the panel's legend";
+    EXPECT_EQ(set.vecH[2].toString(), "01011") << "as many loci as the legend has lines";
     EXPECT_EQ(set.vecH[3].toString(), "11100");
     EXPECT_EQ(set.vecH[4].toString(), "00000");
 }
 
 TEST(Summarise, PrintsTheSizeOfTheGraphs) {
     const log_capture capture;
-    // "1111" has 2 segments and groups of 4, 8 and 1 transitions, "0000" 1 segment and twice 1.
+    // "1111" has 2 segments and groups of 4, 8 and 1 transitions; "0000" has 1 segment and two groups of 1.
     genhap_set(variants(4), graphs_of({"1111", "0000"})).summarise();
     EXPECT_EQ(capture.log(), "  * 2 graphs / 3 segments / ~2 SNPs per segment / 15 transitions\n");
     EXPECT_EQ(capture.console(), capture.log());
@@ -61,7 +61,7 @@ TEST(Summarise, WithoutIndividualsPrintsNothing) {
     EXPECT_EQ(capture.console(), "");
 }
 
-TEST(Summarise, NoSegmentsNoLine) {
+TEST(Summarise, WithoutSegmentsPrintsNothing) {
     const log_capture capture;
     std::vector<genotype_graph> graphs;
     graphs.emplace_back("NA1");

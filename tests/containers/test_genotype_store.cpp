@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(GenotypeStore, TakesBlocksOfVariants) {
+TEST(GenotypeStore, AppendsBlocksOfVariants) {
     std::mt19937 random(1);
     for (const int n_variants : {0, 1, 63, 64, 65, 128, 200}) {
         std::vector<std::string> genotypes;
@@ -34,7 +34,7 @@ TEST(GenotypeStore, TakesBlocksOfVariants) {
     }
 }
 
-TEST(GenotypeBlock, ClearForgetsVariantsAndGenotypes) {
+TEST(GenotypeBlock, ClearRemovesVariantsAndGenotypes) {
     genotype_block block(2);
     block.variants.push_back(snp(1, "A", "G"));
     block.words[1] = {1, 1, 0};

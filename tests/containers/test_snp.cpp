@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(Snp, StartsWithItsPositionAsName) {
+TEST(Snp, IdDefaultsToThePosition) {
     const snp s(12345, "A", "GT");
     EXPECT_EQ(s.id, "12345");
     EXPECT_EQ(s.a0, "A");
@@ -25,12 +25,12 @@ struct strand_row {
     int expected;
 };
 
-TEST(Strand, ByHand) {
+TEST(Strand, Examples) {
     for (const strand_row& r :
          {strand_row{"A", "G", "A", "G", 0}, strand_row{"A", "G", "G", "A", 1},
           strand_row{"A", "G", "A", "A", 0}, strand_row{"A", "G", "G", "G", 1},
           strand_row{"A", "G", "C", "T", -1},
-          strand_row{"A", "G", "T", "C", -1},  // the other strand's letters are other texts
+          strand_row{"A", "G", "T", "C", -1},  // complementary alleles are different texts
           strand_row{"A", "G", "A", "C", -1}, strand_row{"A", "G", "C", "C", -1},
           strand_row{"A", "A", "A", "G", 0}, strand_row{"A", "A", "G", "A", 1},
           strand_row{"A", "A", "A", "A", 0}, strand_row{"A", "A", "G", "G", -1},
@@ -46,7 +46,7 @@ TEST(Strand, TruthTableOverThreeAlleles) {
         for (const auto& a1 : alleles)
             for (const auto& x : alleles)
                 for (const auto& y : alleles) {
-                    // A side that names one allele only is matched by that allele alone.
+                    // If one side has a single allele, that allele alone decides.
                     const bool one_here = a0 == a1, one_there = x == y;
                     const bool same = one_here || one_there ? a0 == x : a0 == x && a1 == y;
                     bool swapped = a0 == y && a1 == x;
@@ -58,9 +58,11 @@ TEST(Strand, TruthTableOverThreeAlleles) {
                     n_same += expected == 0;
                     n_swapped += expected == 1;
                 }
-    // Same: 6 pairs of two with themselves, 6 with their first allele alone, 3 single ones with 3 seconds.
+    // Same order: 6 pairs of two alleles with themselves, 6 with their first allele alone, and 3 single
+    // alleles, each with 3 second alleles.
     EXPECT_EQ(n_same, 6 + 6 + 9);
-    // Swapped: 6 pairs turned, 6 with their second allele alone, 3 single ones behind another allele.
+    // Swapped: 6 pairs with the swapped pair, 6 with their second allele alone, and 3 single alleles after
+    // another allele.
     EXPECT_EQ(n_swapped, 6 + 6 + 6);
 }
 
@@ -75,7 +77,7 @@ TEST(Flip, SwapsTheAlleles) {
     EXPECT_FALSE(s.is_turned);
 }
 
-TEST(Fill, GivesAnAbsentSecondAlleleTheFirst) {
+TEST(Fill, CopiesTheFirstAlleleToAnEmptySecond) {
     snp one(100, "A", ""), two(100, "A", "G");
     one.fill();
     two.fill();

@@ -31,7 +31,7 @@ std::string alleles_at(snp_set& set, int pos) {
     return text;
 }
 
-TEST(SnpSet, HoldsVariantsInOrderAndByPosition) {
+TEST(SnpSet, FindsVariantsByIndexAndPosition) {
     snp_set set;
     EXPECT_EQ(set.size(), 0);
     EXPECT_EQ(alleles_at(set, 100), "");
@@ -48,7 +48,7 @@ TEST(SnpSet, HoldsVariantsInOrderAndByPosition) {
     EXPECT_EQ(alleles_at(set, 201), "");
 }
 
-TEST(SnpSet, IndexingNumbersAndFills) {
+TEST(SnpSet, IndexingSetsIndexAndSecondAllele) {
     snp_set set;
     set.put(snp(100, "A", ""));
     set.put(snp(200, "A", "G"));
@@ -62,7 +62,7 @@ TEST(SnpSet, IndexingNumbersAndFills) {
 
 // ---- genetic positions
 
-TEST(SetCentiMorgan, PlacesVariantsOnMapPoints) {
+TEST(SetCentiMorgan, SetsVariantsAtMapPoints) {
     snp_set set;
     put_all(set, {100, 200, 200, 300});
     EXPECT_EQ(set.setCentiMorgan({100, 150, 200}, {0.5, 1.0, 2.0}), 3);
@@ -72,7 +72,7 @@ TEST(SetCentiMorgan, PlacesVariantsOnMapPoints) {
 TEST(SetCentiMorgan, LaterOfTwoPointsWins) {
     snp_set set;
     put_all(set, {100});
-    EXPECT_EQ(set.setCentiMorgan({100, 100}, {0.5, 0.75}), 2) << "counted point by point";
+    EXPECT_EQ(set.setCentiMorgan({100, 100}, {0.5, 0.75}), 2) << "counted once per point";
     EXPECT_EQ(set.getByIndex(0)->cm, 0.75);
 }
 
@@ -83,39 +83,39 @@ TEST(SetCentiMorgan, EmptyMapSetsNothing) {
     EXPECT_EQ(set.getByIndex(0)->cm, -1.0);
 }
 
-TEST(InterpolateCentiMorgan, ByHand) {
+TEST(InterpolateCentiMorgan, Examples) {
     snp_set set;
     put_all(set, {150, 200, 250, 500});
     const std::vector<int> pos = {100, 200, 300};
     const std::vector<double> cm = {0.0, 1.0, 4.0};
     EXPECT_EQ(set.setCentiMorgan(pos, cm), 1);
     EXPECT_EQ(set.interpolateCentiMorgan(pos, cm), 3);
-    // Halfway, on a point, halfway, and 200 bp beyond the end at the mean rate of 4 cM in 200 bp.
+    // Halfway, at a point, halfway, and 200 bp beyond the end at the mean rate of 4 cM in 200 bp.
     EXPECT_EQ(cm_of(set), (std::vector<double>{0.5, 1.0, 2.5, 8.0}));
 }
 
-TEST(InterpolateCentiMorgan, VariantsBelowTheMapMoveAllUp) {
+TEST(InterpolateCentiMorgan, VariantsBelowTheMapShiftAllPositions) {
     snp_set set;
     put_all(set, {50, 100, 150});
     const std::vector<int> pos = {100, 200};
     const std::vector<double> cm = {0.0, 2.0};
     EXPECT_EQ(set.setCentiMorgan(pos, cm), 1);
     EXPECT_EQ(set.interpolateCentiMorgan(pos, cm), 2);
-    EXPECT_EQ(cm_of(set), (std::vector<double>{0.0, 1.0, 2.0})) << "those set from the map move too";
+    EXPECT_EQ(cm_of(set), (std::vector<double>{0.0, 1.0, 2.0})) << "those set from the map are shifted too";
 }
 
-TEST(InterpolateCentiMorgan, LoneVariantBelowTheMapEndsAtZero) {
+TEST(InterpolateCentiMorgan, SingleVariantBelowTheMapIsAtZero) {
     snp_set set;
     put_all(set, {50});
     EXPECT_EQ(set.interpolateCentiMorgan({100, 200}, {1.0, 3.0}), 1);
-    EXPECT_EQ(cm_of(set), std::vector<double>{0.0}) << "1 cM less 50 bp at 0.02 cM is 0 already";
+    EXPECT_EQ(cm_of(set), std::vector<double>{0.0}) << "1 cM minus 50 bp at 0.02 cM per bp is 0";
     snp_set further;
     put_all(further, {20});
     EXPECT_EQ(further.interpolateCentiMorgan({100, 200}, {0.25, 2.25}), 1);
     EXPECT_EQ(cm_of(further), std::vector<double>{0.0});
 }
 
-TEST(InterpolateCentiMorgan, ZeroIsAPosition) {
+TEST(InterpolateCentiMorgan, ZeroCountsAsSet) {
     snp_set set;
     put_all(set, {100, 150});
     set.getByIndex(0)->cm = 0.0;
@@ -131,17 +131,17 @@ TEST(InterpolateCentiMorgan, NegativeMapPointCountsAsUnset) {
     const std::vector<double> cm = {-0.5, -0.25, 1.0};
     EXPECT_EQ(set.setCentiMorgan(pos, cm), 3);
     EXPECT_EQ(set.interpolateCentiMorgan(pos, cm), 2);
-    // At the first point between the first and the second: its own value. At the second between first and
-    // third: halfway from -0.5 to 1. Then all move up by 0.5.
+    // The first two positions are negative, so they are interpolated again: at the first point its own value,
+    // at the second halfway between -0.5 and 1. Then all are shifted by 0.5.
     EXPECT_EQ(cm_of(set), (std::vector<double>{0.0, 0.75, 1.5}));
 }
 
-TEST(InterpolateCentiMorgan, EmptySetIsLeftAlone) {
+TEST(InterpolateCentiMorgan, EmptySetStaysUnchanged) {
     EXPECT_EQ(snp_set().interpolateCentiMorgan({}, {}), 0);
     EXPECT_EQ(snp_set().interpolateCentiMorgan({1, 2}, {0.0, 1.0}), 0);
 }
 
-TEST(InterpolateCentiMorgan, NeedsTwoPointsWhereAVariantIsUnset) {
+TEST(InterpolateCentiMorgan, NeedsTwoPointsIfAVariantIsUnset) {
     const std::string message = "The genetic map must hold at least 2 positions";
     for (const auto& [pos, cm] : {std::pair(std::vector<int>{}, std::vector<double>{}),
                                   std::pair(std::vector<int>{100}, std::vector<double>{1.0})})
@@ -154,7 +154,7 @@ TEST(InterpolateCentiMorgan, NeedsTwoPointsWhereAVariantIsUnset) {
     put_all(set, {100});
     set.setCentiMorgan({100}, {1.0});
     EXPECT_EQ(set.interpolateCentiMorgan({100}, {1.0}), 0)
-        << "one point is enough for a variant that stands on it";
+        << "one point is enough for a variant exactly at it";
 }
 
 /// Genetic positions by walking along the map from both ends.
@@ -184,7 +184,7 @@ std::vector<double> interpolate_plainly(const std::vector<int>& bp, std::vector<
     return at;
 }
 
-TEST(InterpolateCentiMorgan, AgreesWithALinearWalk) {
+TEST(InterpolateCentiMorgan, AgreesWithReference) {
     std::mt19937 random(1);
     for (int trial = 0; trial < 200; ++trial) {
         std::vector<int> pos, bp;
@@ -194,7 +194,7 @@ TEST(InterpolateCentiMorgan, AgreesWithALinearWalk) {
         for (std::size_t i = 0, n = 2 + random() % 30; i < n; ++i) {
             pos.push_back(at);
             cm.push_back(here);
-            at += static_cast<int>(random() % 50);  // two points may share a position
+            at += static_cast<int>(random() % 50);  // two points may have the same position
             here += static_cast<double>(random() % 100) / 1000.0;
         }
         if (pos.back() == pos.front()) continue;
@@ -221,21 +221,21 @@ TEST(InterpolateCentiMorgan, AgreesWithALinearWalk) {
 
 // ---- windows
 
-/// `n` variants, evenly spread from 0 to `span` bp.
+/// `n` variants, evenly spaced from 0 to `span` bp.
 void put_spread(snp_set& set, int n, int span) {
     for (int i = 0; i < n; ++i)
         set.put(snp(static_cast<int>(static_cast<long>(span) * i / (n - 1)), "A", "G"));
 }
 
-TEST(Rpartition, ChromosomeShorterThanAWindowIsOne) {
+TEST(Rpartition, ChromosomeShorterThanAWindowIsOneWindow) {
     snp_set set;
     put_spread(set, 50, 999);
     random_source random(3);
     EXPECT_EQ(set.rpartition(1000.0, random), (std::vector<int>{0, 50}));
-    EXPECT_EQ(random.draw(), plain_generator(3).draw()) << "nothing was drawn";
+    EXPECT_EQ(random.draw(), plain_generator(3).draw()) << "takes no draw";
 }
 
-TEST(Rpartition, OnePlaceOrOneVariantIsOneWindow) {
+TEST(Rpartition, OnePositionOrOneVariantIsOneWindow) {
     for (const std::vector<int>& positions : {std::vector<int>{500}, {500, 500, 500}}) {
         snp_set set;
         put_all(set, positions);
@@ -257,12 +257,13 @@ TEST(Rpartition, TwoWindowsDrawOnce) {
         EXPECT_LE(output[1], 210);
         plain_generator plain(seed);
         plain.draw();
-        EXPECT_EQ(random.draw(), plain.draw()) << "one number was drawn";
+        EXPECT_EQ(random.draw(), plain.draw()) << "takes one draw";
     }
 }
 
-TEST(Rpartition, QuotientJustBelowAWholeNumberGivesOneWindowLess) {
-    // 9 bp in windows of 1.2 bp make 7, and 9 / (9 / 7.0) is 6.999..., as 25 / (25 / 11.0) is 10.999...
+TEST(Rpartition, QuotientRoundedBelowAnIntegerGivesOneWindowFewer) {
+    // 9 bp in windows of 1.2 bp give a quotient of 7, but 9 / (9 / 7.0) is 6.999... In the same way 25 / (25
+    // / 11.0) is 10.999...
     struct row {
         int span;
         double size;

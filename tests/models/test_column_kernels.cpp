@@ -37,7 +37,7 @@ std::uint64_t bits_of(double value) {
     return std::bit_cast<std::uint64_t>(value);
 }
 
-/// Values as they come up, with some zeros and some too small for a full mantissa.
+/// Random values, with some zeros and some denormal numbers.
 double random_value(std::mt19937& random) {
     const double value = (static_cast<double>(random() % 1000000) + 1.0) / 1000003.0;
     switch (random() % 8) {
@@ -76,7 +76,7 @@ plain_step random_step(int n_candidates, int K, std::mt19937& random) {
     return s;
 }
 
-/// A column and its sums in rows of lanes. Lanes beyond the last candidate hold what nobody may use.
+/// A column and its sums in rows of lanes. Lanes beyond the last candidate have values that must not be used.
 struct packed_column {
     std::vector<lanes> rows;
     lanes sums{};
@@ -113,7 +113,7 @@ void expect_same_bits(const packed_column& column, const plain_column& plain, in
     }
 }
 
-/// Each set of kernels that this machine has.
+/// Each set of kernels that this machine supports.
 class column_kernels_of : public ::testing::TestWithParam<const kernel_set*> {
   protected:
     const kernel_set& kernels = *GetParam();
@@ -163,7 +163,7 @@ TEST_P(column_kernels_of, Inside) {
     });
 }
 
-TEST_P(column_kernels_of, InsideMayReplaceTheColumnBefore) {
+TEST_P(column_kernels_of, InsideMayWorkInPlace) {
     for_all_sizes([&](int n, int K) {
         const plain_step s = random_step(n, K, random);
         const plain_column from = random_column(n, K, random);
@@ -208,7 +208,7 @@ TEST_P(column_kernels_of, Across) {
 TEST_P(column_kernels_of, Rescale) {
     for_all_sizes([&](int n, int K) {
         plain_column plain = random_column(n, K, random);
-        plain.value[0] += 1e-12;  // something to divide by
+        plain.value[0] += 1e-12;  // so that the sum is not 0
         plain.sum[0] += 1e-12;
         packed_column column = packed(plain, K);
         kernels.rescale(n, K, column.rows.data(), column.sums);
@@ -220,8 +220,8 @@ TEST_P(column_kernels_of, Rescale) {
     });
 }
 
-// Quotients that lie as close as can be to the middle of two doubles, by divisors of all kinds.
-TEST_P(column_kernels_of, RescaleRoundsAsADivisionDoes) {
+// Quotients as close as possible to the middle of two doubles, for divisors of all kinds.
+TEST_P(column_kernels_of, RescaleRoundsLikeADivision) {
     constexpr int K = 100;
     const auto mantissa = [&] { return 1.0 + static_cast<double>(random() >> 12) * 0x1p-52; };
     std::vector<double> totals{1.0,    2.0,   0.75,     2.0 - 0x1p-52, 1.0 + 0x1p-52,
@@ -268,7 +268,7 @@ TEST_P(column_kernels_of, PairSums) {
     });
 }
 
-TEST(EmissionsOf, GivesEachCandidateItsOwn) {
+TEST(EmissionsOf, MatchTheAlleleOfEachCandidate) {
     for (unsigned alleles = 0; alleles < 256; ++alleles) {
         const column_kernels::emissions em = column_kernels::emissions_of(alleles, 0.75, 0.25);
         for (int c = 0; c < LANES; ++c) {
@@ -286,7 +286,7 @@ INSTANTIATE_TEST_SUITE_P(Sets, column_kernels_of, ::testing::ValuesIn(column_ker
                              return name;
                          });
 
-TEST(AvailableKernels, EndInTheOneThatEveryMachineHas) {
+TEST(AvailableKernels, BaselineComesLast) {
     const auto sets = column_kernels::available_kernels();
     ASSERT_FALSE(sets.empty());
     EXPECT_STREQ(sets.back()->name, "baseline");

@@ -22,10 +22,11 @@ namespace {
 using support::built_from;
 using support::graph_from;
 
-/// What groups hold that no run has written.
+/// The probability in groups that no run has written.
 constexpr float UNTOUCHED = 7.0F;
 
-/// A model over `n_loci` variants with these emissions; jumps of probability `t` are shared by `n_states`.
+/// A model over `n_loci` variants with the given emissions; jumps with probability `t` are shared by
+/// `n_states` states.
 hmm_parameters model(int n_loci, double t, double mismatch, int n_states) {
     hmm_parameters M;
     M.t.assign(std::max(n_loci - 1, 0), t);
@@ -194,7 +195,7 @@ TEST_P(tiny_segments, AgreeWithTheSumOverAllPaths) {
         std::vector<int> idx = all_of(H);
         std::shuffle(idx.begin(), idx.end(), random);
         idx.resize(K);
-        if (trial % 4 == 0) idx[1] = idx[0];  // two states may copy one haplotype
+        if (trial % 4 == 0) idx[1] = idx[0];  // two states may copy the same haplotype
         const hmm_parameters M = random_model(n_loci, trial % 3 == 0 ? 100 : K, random);
         for (int first = 0; first < graph.n_segments(); ++first)
             for (int last = first; last < graph.n_segments(); ++last) {
@@ -208,7 +209,7 @@ TEST_P(tiny_segments, AgreeWithTheSumOverAllPaths) {
                     if (within) law = group_law(graph, r, g, mass);
                     for (unsigned k = 0; k < graph.trans_count[g]; ++k) {
                         const double p = graph.trans_prob[graph.trans_offset[g] + k];
-                        // Stored as float, hence within half a unit of the 24th bit and 1e-9 more.
+                        // Stored as float: exact to half a unit of the 24th bit, plus 1e-9.
                         ASSERT_NEAR(p, law[k], law[k] * (std::ldexp(1.0, -24) + 1e-9))
                             << "segments " << first << " to " << last << ", group " << g << ", transition "
                             << k;
@@ -244,9 +245,9 @@ TEST(HaplotypeSegment, PairMassIsThatOfAllPaths) {
     }
 }
 
-// ---- against a plain run, bit for bit
+// ---- against a reference implementation, bit for bit
 
-/// The two passes in plain loops over columns laid out candidate after candidate.
+/// The two passes in plain loops over columns with one candidate after another.
 class plain_segment {
   public:
     plain_segment(const genotype_graph& graph, const run& r, const hmm_parameters& model,
@@ -256,7 +257,7 @@ class plain_segment {
             for (unsigned i = 0; i < G.seg_length[s]; ++i) places.push_back({s, static_cast<int>(i)});
     }
 
-    /// Probabilities of group `g`, and the number of recoveries so far.
+    /// Probabilities of group `g`, and the number of underflows so far.
     std::vector<float> group(int g) {
         const auto forward = pass(true), backward = pass(false);
         std::vector<double> weights;
@@ -403,7 +404,7 @@ void expect_same_bits(genotype_graph& graph, const run& r, const hmm_parameters&
     EXPECT_EQ(n_recovered, plain.n_recovered);
 }
 
-TEST(HaplotypeSegment, AgreesWithThePlainRunBitForBit) {
+TEST(HaplotypeSegment, AgreesWithReferenceBitForBit) {
     std::mt19937 random(3);
     for (int trial = 0; trial < 25; ++trial) {
         const int n_loci = 5 + static_cast<int>(random() % 60);
@@ -427,7 +428,7 @@ TEST(HaplotypeSegment, RescalesEveryFiftyLociFromTheLeft) {
     const int n_loci = 260;
     genotype_graph graph = built_from(support::random_genotypes(n_loci, 4, 1, random));
     const std::vector<chaplotype> H = random_haplotypes(8, n_loci, random);
-    // Without rescaling the mass of 260 loci of such mismatches lies below what a double holds.
+    // Without rescaling, the mass of 260 loci of such mismatches is below the range of a double.
     const hmm_parameters M = model(n_loci, 1e-4, 1e-6, 8);
     expect_same_bits(graph, whole(graph), M, H, all_of(H));
     const run r = segments_of(graph, 1, graph.n_segments() - 2);
@@ -435,7 +436,7 @@ TEST(HaplotypeSegment, RescalesEveryFiftyLociFromTheLeft) {
     expect_same_bits(graph, r, M, H, all_of(H));
 }
 
-TEST(HaplotypeSegment, BuffersOfALargerJobMayBeUsedAgain) {
+TEST(HaplotypeSegment, BuffersOfALargerJobMayBeReused) {
     std::mt19937 random(5);
     segment_buffers buffers;
     const std::vector<chaplotype> H = random_haplotypes(40, 50, random);
@@ -454,10 +455,11 @@ TEST(HaplotypeSegment, BuffersOfALargerJobMayBeUsedAgain) {
     }
 }
 
-// ---- passes by hand
+// ---- examples of passes
 
-TEST(Passes, OfOneLocusByHand) {
-    // Three haplotypes 0 0 1, candidates 0 and 1: 2 * 0.75 + 0.25 and 2 * 0.25 + 0.75 of 3, rescaled.
+TEST(Passes, OneLocus) {
+    // Three haplotypes 0 0 1 and candidates 0 and 1: sums of 2 * 0.75 + 0.25 and 2 * 0.25 + 0.75, rescaled by
+    // their total of 3.
     const genotype_graph graph = graph_from(">0 >1\n[0 1]\n0> 1>");
     const std::vector<chaplotype> H = support::haplotypes({"0", "0", "1"});
     const std::vector<int> idx = all_of(H);
@@ -474,7 +476,7 @@ TEST(Passes, OfOneLocusByHand) {
     EXPECT_DOUBLE_EQ(segment.beta_sum[1], 1.25 / 3);
 }
 
-TEST(Passes, OverNoLociReturnAtOnce) {
+TEST(Passes, EmptyRangeReturnsAtOnce) {
     const genotype_graph graph = graph_from(">0 >1\n[0 1]\n0> 1>");
     const std::vector<chaplotype> H = support::haplotypes({"0", "1"});
     const std::vector<int> idx = all_of(H);
@@ -491,7 +493,7 @@ TEST(Passes, OverNoLociReturnAtOnce) {
 
 // ---- which groups are written
 
-TEST(Expectation, OfAnInnerSegmentAloneWritesNothing) {
+TEST(Expectation, SingleInnerSegmentWritesNothing) {
     genotype_graph graph = graph_from(TINY[2].graph);
     std::mt19937 random(6);
     const std::vector<chaplotype> H = random_haplotypes(5, 5, random);
@@ -499,7 +501,7 @@ TEST(Expectation, OfAnInnerSegmentAloneWritesNothing) {
     EXPECT_EQ(graph.trans_prob, std::vector<float>(graph.trans_prob.size(), UNTOUCHED));
 }
 
-TEST(Expectation, OfAGraphOfOneSegmentSetsEntryAndExit) {
+TEST(Expectation, OneSegmentSetsFirstAndLastGroup) {
     genotype_graph graph = graph_from(R"(
         >0 >1 | >0 >0
         [0 1]
@@ -507,7 +509,7 @@ TEST(Expectation, OfAGraphOfOneSegmentSetsEntryAndExit) {
     )");
     const std::vector<chaplotype> H = support::haplotypes({"0", "0", "1"});
     EXPECT_EQ(expect_over(graph, whole(graph), model(1, 0.0, 0.25, 3), H, all_of(H)), 0);
-    // Haploid shares 7/12 and 5/12: entry 35 to 49, exit 35 to 25.
+    // The haploid shares are 7/12 and 5/12: 35 to 49 in the first group, 35 to 25 in the last.
     EXPECT_FLOAT_EQ(graph.trans_prob[0], 35.0F / 84.0F);
     EXPECT_FLOAT_EQ(graph.trans_prob[1], 49.0F / 84.0F);
     EXPECT_FLOAT_EQ(graph.trans_prob[2], 35.0F / 60.0F);
@@ -516,8 +518,8 @@ TEST(Expectation, OfAGraphOfOneSegmentSetsEntryAndExit) {
 
 // ---- underflow
 
-/// Candidate 1 never matches, at a mismatch of 1e-200: what it touches has a product below any double.
-TEST(Expectation, UnderflowOfProductsTakesSums) {
+/// Candidate 1 never matches, and the mismatch is 1e-200: products of its transitions underflow.
+TEST(Expectation, UnderflowingProductsAreReplacedBySums) {
     genotype_graph graph = graph_from(R"(
         >0 >1
         [0 1]
@@ -530,13 +532,13 @@ TEST(Expectation, UnderflowOfProductsTakesSums) {
     M.em_mismatch = 1e-200;
     M.em_mismatch_n = 1e-200 / 5;
     EXPECT_EQ(expect_over(graph, whole(graph), M, H, all_of(H)), 1);
-    // Shares: 1 to 0 is 1e-200 and 1 to 1 nothing, so the sums are 0, 1e-200 and 1e-200.
-    EXPECT_EQ(graph.trans_prob[1], 1e-30F) << "no transition inside a run comes out as 0";
+    // Shares: 1 to 0 is 1e-200 and 1 to 1 is 0, so the sums are 0, 1e-200 and 1e-200.
+    EXPECT_EQ(graph.trans_prob[1], 1e-30F) << "no inner transition has probability 0";
     EXPECT_FLOAT_EQ(graph.trans_prob[2], 0.5F);
     EXPECT_FLOAT_EQ(graph.trans_prob[3], 0.5F);
 }
 
-TEST(Expectation, SumsWeighTheTwoChromosomesAlike) {
+TEST(Expectation, SumsWeightBothChromosomesEqually) {
     genotype_graph graph = graph_from(R"(
         >0 >1
         [00 01 10 11]
@@ -549,12 +551,12 @@ TEST(Expectation, SumsWeighTheTwoChromosomesAlike) {
     M.em_mismatch = 1e-160;
     M.em_mismatch_n = 1e-160 / 5;
     EXPECT_EQ(expect_over(graph, whole(graph), M, H, all_of(H)), 1);
-    // One mismatch, be it at the first or the second locus, has the same small share, and two have none.
+    // One mismatch at either locus gives the same small share, and two give none.
     EXPECT_FLOAT_EQ(graph.trans_prob[1], 2.0F / 3.0F);
     EXPECT_FLOAT_EQ(graph.trans_prob[2], 1.0F / 3.0F);
 }
 
-TEST(Expectation, EmptyGroupCountsARecovery) {
+TEST(Expectation, EmptyGroupCountsAsUnderflow) {
     genotype_graph graph("NA1");
     graph.pushTrans({step_byte(0, 0), step_byte(0, 1)});
     graph.pushHaps(support::haplotype("0 1"), 2);
@@ -568,8 +570,8 @@ TEST(Expectation, EmptyGroupCountsARecovery) {
     EXPECT_EQ(graph.trans_prob, (std::vector<float>{1.0F, 1.0F}));
 }
 
-TEST(Expectation, ImpossibleTransitionsStayJustPossibleInside) {
-    // With a mismatch of 0 candidate 1 of either segment is impossible.
+TEST(Expectation, ImpossibleInnerTransitionsGetASmallProbability) {
+    // With a mismatch of 0, candidate 1 of either segment is impossible.
     genotype_graph graph = graph_from(R"(
         >0 >0 | >0 >1
         [0 1]
@@ -580,7 +582,7 @@ TEST(Expectation, ImpossibleTransitionsStayJustPossibleInside) {
     const std::vector<chaplotype> H = support::haplotypes({"00", "00", "00", "00", "00"});
     EXPECT_EQ(expect_over(graph, whole(graph), model(2, 0.1, 0.0, 5), H, all_of(H)), 0);
     EXPECT_EQ(graph.trans_prob, (std::vector<float>{1.0F, 0.0F, 1.0F, 1e-30F, 1e-30F, 1.0F, 0.0F}))
-        << "entry and exit keep their zeros";
+        << "the first and the last group keep their zeros";
 }
 
 std::string failure_of(genotype_graph& graph, const hmm_parameters& M, const std::vector<chaplotype>& H) {
@@ -592,7 +594,7 @@ std::string failure_of(genotype_graph& graph, const hmm_parameters& M, const std
     return "none";
 }
 
-TEST(Expectation, NoMassAtAllIsAFailure) {
+TEST(Expectation, ZeroMassThrows) {
     genotype_graph graph = graph_from(R"(
         >0 >0
         [0]
@@ -606,7 +608,7 @@ TEST(Expectation, NoMassAtAllIsAFailure) {
               "Underflow in expectation haploid / i=Ann b=1 sp=0.0000000000");
 }
 
-TEST(Expectation, MassThatIsNoNumberIsAFailure) {
+TEST(Expectation, NaNMassThrows) {
     genotype_graph graph = graph_from(TINY[2].graph);
     graph.name = "Ann";
     std::mt19937 random(7);
@@ -615,7 +617,7 @@ TEST(Expectation, MassThatIsNoNumberIsAFailure) {
     M.nt[2] = std::numeric_limits<double>::quiet_NaN();  // between the second and the third segment
     const std::string failure = failure_of(graph, M, H);
     EXPECT_EQ(failure.substr(0, failure.find("nan")), "Nan in expectation haploid / i=Ann b=1 sp=")
-        << "group 1 sees it through the backward pass";
+        << "the NaN reaches group 1 through the backward pass";
 }
 
 // ---- the largest group
@@ -630,7 +632,7 @@ genotype_graph graph_with_large_group(int n, int group) {
     return graph;
 }
 
-TEST(Expectation, GroupsHoldUpTo8192Transitions) {
+TEST(Expectation, GroupsHaveUpTo8192Transitions) {
     const std::vector<chaplotype> H = support::haplotypes({"00", "01", "10", "11", "00"});
     const hmm_parameters M = model(2, 0.1, 0.1, 5);
     for (const int group : {0, 1, 2}) {

@@ -38,7 +38,7 @@ TEST(HmmParameters, DistancesFromTheGeneticMap) {
     EXPECT_EQ(M.nt, M.t);
 }
 
-TEST(HmmParameters, ScaleIsFormedFirst) {
+TEST(HmmParameters, ScaleIsComputedFirst) {
     // 0.1 * (3 * 0.04) and (0.1 * 3) * 0.04 differ in the last bit.
     snp_set set;
     fill(set, {{1, 0.0}, {2, 0.1}});
@@ -47,7 +47,7 @@ TEST(HmmParameters, ScaleIsFormedFirst) {
     EXPECT_EQ(M.rho[0], 0.1 * (3.0 * 0.04));
 }
 
-TEST(HmmParameters, OddDistancesStay) {
+TEST(HmmParameters, NegativeAndNaNDistancesAreKept) {
     snp_set set;
     const double nan = std::numeric_limits<double>::quiet_NaN();
     fill(set, {{1, 1.0}, {2, 0.5}, {3, nan}, {4, 1.0}});
@@ -82,7 +82,7 @@ TEST(HmmParameters, OneVariantHasNoInterval) {
     }
 }
 
-TEST(Update, EmissionsByHand) {
+TEST(Update, ExamplesOfEmissions) {
     // h = 1 for 3 haplotypes, so theta is 1; h = 1 + 1/2 for 4, so theta is 2/3.
     hmm_parameters M;
     M.update(3, 2);
@@ -101,7 +101,7 @@ TEST(Update, EmissionsSumToOne) {
         M.update(nhap, 100);
         EXPECT_NEAR(M.em_match + M.em_mismatch, 1.0, 1e-15);
         double h = 0.0;
-        for (int i = nhap - 2; i >= 1; --i) h += 1.0 / i;  // the other way round
+        for (int i = nhap - 2; i >= 1; --i) h += 1.0 / i;  // summed in the other order
         EXPECT_NEAR(M.em_mismatch, 0.5 / (nhap * h + 1.0), 1e-12 * M.em_mismatch);
         EXPECT_EQ(M.em_match_n, M.em_match / 100);
         EXPECT_EQ(M.em_mismatch_n, M.em_mismatch / 100);
@@ -117,7 +117,7 @@ TEST(Update, TwoHaplotypesHaveNoEmissions) {
     }
 }
 
-// The C library is off by one unit in the last place at these, with one of its types or another.
+// The C library is off by one unit in the last place at these values on some processors.
 TEST(Update, ExponentialsAreTheNearestDoubles) {
     snp_set set;
     fill(set, {{0, 0.0}, {40, 0.0}, {2561, 0.0}, {6316, 0.0}});
@@ -129,16 +129,16 @@ TEST(Update, ExponentialsAreTheNearestDoubles) {
     EXPECT_EQ(M.nt[2], 0x1.ff3b4712db5a3p-1);
 }
 
-TEST(Update, DistanceIsSharedByAllHaplotypesAndJumpsByTheStates) {
+TEST(Update, DistanceIsDividedByHaplotypesAndJumpsByStates) {
     snp_set set;
     fill(set, {{1, 0.0}, {2, 2.0}, {3, 2.0}});
     hmm_parameters M;
     M.initialise(set, 1000);  // rho is 80 and 1e-5
     M.update(1000, 100);
-    EXPECT_EQ(M.nt[0], 0x1.d8a2b4ac44685p-1) << "the double nearest to exp(-0.08), on every machine";
+    EXPECT_EQ(M.nt[0], 0x1.d8a2b4ac44685p-1) << "the double nearest to exp(-0.08)";
     EXPECT_EQ(M.t[0], 1.0 - M.nt[0]);
     EXPECT_EQ(M.tn[0], M.t[0] / 100);
-    EXPECT_GT(M.t[1], 0.0) << "a jump stays possible between variants at one place";
+    EXPECT_GT(M.t[1], 0.0) << "a jump stays possible between variants at one position";
     EXPECT_NEAR(M.t[1], 1e-8, 1e-15);
 }
 

@@ -26,7 +26,7 @@ run_options parsed(const std::string& line) {
     return options;
 }
 
-TEST(ParseOptions, DefaultsOfAnEmptyLine) {
+TEST(ParseOptions, DefaultsOfAnEmptyCommandLine) {
     const run_options o = parsed("");
     EXPECT_EQ(o.seed.value, START);
     EXPECT_EQ(o.thread.value, 1);
@@ -50,7 +50,7 @@ TEST(ParseOptions, DefaultsOfAnEmptyLine) {
     EXPECT_FALSE(o.stops_early());
 }
 
-/// A command line, and what must hold of its options.
+/// A command line, and a check of the parsed options.
 struct line_row {
     const char* line;
     std::function<bool(const run_options&)> holds;
@@ -99,7 +99,7 @@ TEST(ParseOptions, ValuesOfEachOption) {
         EXPECT_TRUE(r.holds(parsed(r.line))) << r.line;
 }
 
-TEST(ParseOptions, SyntaxErrorsComeBackAsText) {
+TEST(ParseOptions, ReturnsSyntaxErrors) {
     run_options unused;
     EXPECT_EQ(parse_options({"--sneed", "7"}, START, unused), "unrecognised option '--sneed'");
     EXPECT_EQ(parse_options({"--seed"}, START, unused),
@@ -108,7 +108,7 @@ TEST(ParseOptions, SyntaxErrorsComeBackAsText) {
               "the argument ('x') for option '--seed' is invalid");
     EXPECT_EQ(parse_options({"--seed", "%value%"}, START, unused),
               "the argument ('%value%') for option '--seed' is invalid")
-        << "marks of the library in a word are only text";
+        << "placeholders of the library in a word are only text";
 }
 
 TEST(PrintHelp, ListsEveryOptionWithItsDefault) {
@@ -125,7 +125,7 @@ TEST(PrintHelp, ListsEveryOptionWithItsDefault) {
 
 // ---- checks
 
-TEST(CheckOptions, GoodLinesPassWithoutAWord) {
+TEST(CheckOptions, ValidOptionsPassSilently) {
     for (const char* line :
          {"-M m", "-M m --seed 0 -T 64 --input-from 5 --input-to 6", "-M m --burn 0 --cluster_burn 0",
           "-M m --cluster-size 1.5", "-M m --fast", "-M m --early-stopping", "-M m --cluster_burn 0",
@@ -167,7 +167,7 @@ TEST(CheckOptions, ClusterSizeOfOneAborts) {
     EXPECT_TRUE(support::aborts_on("cluster_size>1", [] { check_options(parsed("-M m --cluster-size 1")); }));
 }
 
-TEST(CheckOptions, OddValuesGetAWarning) {
+TEST(CheckOptions, UnusualValuesGetAWarning) {
     for (const refusal& r :
          std::vector<refusal>{{"-M m --cluster_prune 9", "cluster_prune > prune, check parameters"},
                               {"-M m --burn 101", "High number of burn-in iteration, check parameters"},
@@ -182,7 +182,7 @@ TEST(CheckOptions, OddValuesGetAWarning) {
 
 // ---- echo
 
-TEST(EchoOptions, PrintsWhatShapesTheRun) {
+TEST(EchoOptions, PrintsTheMainOptions) {
     const log_capture capture;
     echo_options(parsed("--seed 4 -T 2 -S 55 -W 1.25"));
     EXPECT_EQ(capture.log(),

@@ -34,14 +34,14 @@ TEST(RunFiles, OptionsTakeAPrefixOrEachName) {
     EXPECT_EQ(haplotype_files(o), (file_names{"h.haps", "h.sample"}));
 }
 
-TEST(RunFiles, InputsAreAllThatIsRead) {
+TEST(RunFiles, ListsAllInputFiles) {
     run_options o = with_bed({"a"}, {"out"});
     o.exclude_snp = {"list", true};
     o.input_ref = {{"h", "l", "s"}, true};
     EXPECT_EQ(input_files(o), (file_names{"list", "a.bed", "a.bim", "a.fam", "h", "l", "s", "m"}));
 }
 
-TEST(RefuseOverwriting, OfInputsAndOfOtherOutputs) {
+TEST(RefuseOverwriting, InputsAndOtherOutputs) {
     const log_capture capture;
     const std::string a = capture.folder().put("a.haps", ""), bed = capture.folder().put("a.bed", "");
     const std::string log = capture.folder().at("b.log");
@@ -57,7 +57,7 @@ TEST(RefuseOverwriting, OfInputsAndOfOtherOutputs) {
     })) << "side files are named after the log";
 }
 
-TEST(CheckFiles, WhatIsAbsentStopsTheRun) {
+TEST(CheckFiles, MissingFilesStopTheRun) {
     const log_capture capture;
     const auto put = [&](const char* name) { return capture.folder().put(name, ""); };
     const file_names bed = {put("a.bed"), put("a.bim"), put("a.fam")};

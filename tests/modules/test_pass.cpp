@@ -13,7 +13,7 @@ namespace {
 
 using support::log_capture;
 
-/// Runs a pass; returns the items treated.
+/// Runs a pass and returns the items processed.
 std::multiset<int> treated(int n_threads, int n) {
     worker_team team(n_threads);
     std::mutex lock;
@@ -35,7 +35,7 @@ std::string line(int done, int total) {
     return "\rNoting [" + std::to_string(done) + "/" + std::to_string(total) + "]";
 }
 
-TEST(Pass, WithoutThreadsShowsWhatIsDone) {
+TEST(Pass, OneThreadCountsFinishedItems) {
     for (const int n : {0, 1, 3}) {
         const log_capture capture;
         EXPECT_EQ(treated(1, n), numbers(n));
@@ -47,7 +47,7 @@ TEST(Pass, WithoutThreadsShowsWhatIsDone) {
     }
 }
 
-TEST(Pass, WithoutThreadsWorksBeforeTheLine) {
+TEST(Pass, OneThreadWorksBeforeItPrints) {
     const log_capture capture;
     worker_team team(1);
     std::vector<std::string> console_before;
@@ -56,7 +56,7 @@ TEST(Pass, WithoutThreadsWorksBeforeTheLine) {
               (std::vector<std::string>{"\n", "\n" + line(1, 3), "\n" + line(1, 3) + line(2, 3)}));
 }
 
-TEST(Pass, WithThreadsShowsWhatIsStarted) {
+TEST(Pass, SeveralThreadsCountStartedItems) {
     for (const int n_threads : {2, 7})
         for (const int n : {0, 1, 5, 50}) {
             const log_capture capture;
@@ -72,7 +72,7 @@ TEST(Pass, WithThreadsShowsWhatIsStarted) {
                 EXPECT_NE(rest.find(line(done, n)), std::string::npos) << done;
                 length += line(done, n).size();
             }
-            EXPECT_EQ(rest.size(), length) << "each line once and whole, in any order";
+            EXPECT_EQ(rest.size(), length) << "each line once and complete, in any order";
         }
 }
 

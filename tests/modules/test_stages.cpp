@@ -20,10 +20,10 @@ namespace {
 using support::log_capture;
 using support::population;
 
-/// A stage over individuals: its lines, its pass, and what it does with one individual.
+/// A stage over individuals: its heading, its pass, and what it does with one individual.
 struct any_stage {
     const char* name;
-    const char* heading;  // also the name in the progress line; empty for a silent stage
+    const char* heading;  // also the start of the progress line; empty for a silent stage
     bool draws;
     std::function<void(population&, worker_team&, random_source&)> pass;
     std::function<void(population&, int ind, random_source&)> one;
@@ -55,13 +55,13 @@ const std::vector<any_stage> STAGES = {
 
 class stages : public ::testing::TestWithParam<any_stage> {};
 
-TEST_P(stages, TreatEachIndividualOnceInOrder) {
+TEST_P(stages, ProcessEachIndividualOnceInOrder) {
     for (const int n : {0, 1, 5}) {
         population expected(n);
         random_source plain(1);
         for (int ind = 0; ind < n; ++ind) GetParam().one(expected, ind, plain);
         for (const int n_threads : {1, 2, 7}) {
-            // With threads the draws reach individuals in any order.
+            // With several threads, the individuals get the draws in any order.
             if (n_threads > 1 && GetParam().draws) continue;
             const log_capture silenced;
             population p(n);
@@ -73,7 +73,7 @@ TEST_P(stages, TreatEachIndividualOnceInOrder) {
     }
 }
 
-TEST_P(stages, WithThreadsEachIndividualGetsAPairOfItsOwn) {
+TEST_P(stages, WithThreadsEachIndividualGetsItsPair) {
     if (!GetParam().draws) return;
     for (const int n_threads : {2, 7}) {
         const log_capture silenced;
@@ -86,12 +86,12 @@ TEST_P(stages, WithThreadsEachIndividualGetsAPairOfItsOwn) {
         for (int i = 0; i < 8; ++i) {
             const support::haplotype_pair pair{haplotypes[2 * i], haplotypes[2 * i + 1]};
             EXPECT_TRUE(support::fits(p.genotypes[i], pair)) << i;
-            EXPECT_NE(pair, support::haplotype_pair(zeros, zeros)) << "nobody is left as he was";
+            EXPECT_NE(pair, support::haplotype_pair(zeros, zeros)) << "every individual has new haplotypes";
         }
     }
 }
 
-TEST_P(stages, PrintTheirLines) {
+TEST_P(stages, PrintTheirMessages) {
     for (const int n : {0, 2}) {
         const log_capture capture;
         population p(n);
@@ -114,7 +114,7 @@ TEST_P(stages, PrintTheirLines) {
 INSTANTIATE_TEST_SUITE_P(Modules, stages, ::testing::ValuesIn(STAGES),
                          [](const auto& stage) { return std::string(stage.param.name); });
 
-TEST(BuildGraphs, OfEachIndividual) {
+TEST(BuildGraphs, BuildsTheGraphOfEachIndividual) {
     std::mt19937 random(1);
     for (const int n_threads : {1, 2, 7})
         for (const int n : {0, 1, 5}) {
@@ -133,7 +133,7 @@ TEST(BuildGraphs, OfEachIndividual) {
         }
 }
 
-TEST(BuildGraphs, PrintsItsLines) {
+TEST(BuildGraphs, PrintsItsMessages) {
     for (const int n_threads : {1, 2}) {
         const log_capture capture;
         worker_team team(n_threads);
@@ -170,7 +170,7 @@ TEST(NormaliseGraphs, EveryGroupSumsToOne) {
         }
 }
 
-TEST(PruneGraphs, KeepsTheirLaws) {
+TEST(PruneGraphs, KeepsGraphsValid) {
     for (const double kept_share : {0.1, 0.99}) {
         const log_capture silenced;
         population p(3);

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// What a pass did.
+/// A record of a pass.
 struct record {
     void note(int item, int worker) {
         const std::lock_guard guard(lock);
@@ -34,7 +34,7 @@ std::multiset<int> numbers(int n) {
     return all;
 }
 
-TEST(WorkerTeam, SharesOutEachItemOnce) {
+TEST(WorkerTeam, RunsEachItemOnce) {
     for (const int n_threads : {0, 1, 2, 7})
         for (const int n_items : {0, 1, 5, 1000}) {
             worker_team team(n_threads);
@@ -49,7 +49,7 @@ TEST(WorkerTeam, SharesOutEachItemOnce) {
         }
 }
 
-TEST(WorkerTeam, OfOneWorksOnTheCallingThreadInOrder) {
+TEST(WorkerTeam, OneThreadRunsOnTheCallerInOrder) {
     for (const int n_threads : {-3, 0, 1}) {
         worker_team team(n_threads);
         EXPECT_TRUE(team.is_single());
@@ -61,7 +61,7 @@ TEST(WorkerTeam, OfOneWorksOnTheCallingThreadInOrder) {
     }
 }
 
-TEST(WorkerTeam, OfSeveralWorksElsewhere) {
+TEST(WorkerTeam, SeveralThreadsDoNotRunOnTheCaller) {
     worker_team team(3);
     EXPECT_FALSE(team.is_single());
     EXPECT_EQ(team.size(), 3);
@@ -70,7 +70,7 @@ TEST(WorkerTeam, OfSeveralWorksElsewhere) {
     EXPECT_FALSE(r.threads.contains(std::this_thread::get_id()));
 }
 
-TEST(WorkerTeam, AWorkerIsOneThread) {
+TEST(WorkerTeam, EachWorkerNumberIsOneThread) {
     worker_team team(4);
     std::mutex lock;
     std::vector<std::set<std::thread::id>> threads(4);
@@ -81,11 +81,11 @@ TEST(WorkerTeam, AWorkerIsOneThread) {
     for (const auto& of_worker : threads) EXPECT_LE(of_worker.size(), 1U);
 }
 
-TEST(WorkerTeam, ThreadsRunAtTheSameTime) {
+TEST(WorkerTeam, ThreadsRunConcurrently) {
     constexpr int N = 5;
     std::atomic<int> arrived = 0, met = 0;
     worker_team team(N);
-    // Each waits until all others are there, for twenty seconds at most.
+    // Each worker waits until all others have started, for at most twenty seconds.
     team.run(N, [&](int, int) {
         ++arrived;
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -105,7 +105,7 @@ TEST(WorkerTeam, NextPassStartsFromTheFirstItem) {
     }
 }
 
-TEST(WorkerTeam, LackOfMemoryInAThreadStopsTheRun) {
+TEST(WorkerTeam, OutOfMemoryInAThreadStopsTheRun) {
     EXPECT_TRUE(support::stops_with("Not enough memory", [] {
         worker_team team(2);
         team.run(2, [](int, int) { throw std::bad_alloc(); });

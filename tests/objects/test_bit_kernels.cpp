@@ -18,14 +18,14 @@ using bit_kernels::kernel_set;
 using support::haplotype;
 using support::random_alleles;
 
-/// Each set of kernels that this machine has.
+/// Each set of kernels that this machine supports.
 class bit_kernels_of : public ::testing::TestWithParam<const kernel_set*> {
   protected:
     const kernel_set& kernels = *GetParam();
     std::mt19937 random{1};
 };
 
-/// Differing alleles among the loci of the bytes from `first_byte` on.
+/// Number of different alleles at the loci of the bytes from `first_byte` on.
 int plain_distance(const std::string& a, const std::string& b, int first_byte, int n_bytes) {
     int n = 0;
     const int end = std::min(static_cast<int>(a.size()), 8 * (first_byte + n_bytes));
@@ -33,7 +33,7 @@ int plain_distance(const std::string& a, const std::string& b, int first_byte, i
     return n;
 }
 
-TEST_P(bit_kernels_of, DistanceOfAnyNumberOfBytesFromAnyByte) {
+TEST_P(bit_kernels_of, DistanceForAnyLengthAndStart) {
     const std::string a = random_alleles(320, random), b = random_alleles(320, random);
     const chaplotype x = haplotype(a), y = haplotype(b);
     for (int first = 0; first < 20; ++first)
@@ -43,15 +43,15 @@ TEST_P(bit_kernels_of, DistanceOfAnyNumberOfBytesFromAnyByte) {
                 << n << " bytes from byte " << first;
 }
 
-TEST_P(bit_kernels_of, DistanceReadsNoByteBeyond) {
+TEST_P(bit_kernels_of, DistanceReadsNoByteOutside) {
     for (int n = 0; n < 30; ++n) {
-        // In vectors of just this size, so that a sanitizer sees what is read behind them.
+        // In vectors of exactly this size, so that a sanitizer detects reads past the end.
         const std::vector<unsigned char> x(n, 0xF0), y(n, 0xCC);
         EXPECT_EQ(kernels.distance(x.data(), y.data(), n), 4 * n);
     }
 }
 
-TEST_P(bit_kernels_of, OverlapCountsLociOfTheRange) {
+TEST_P(bit_kernels_of, OverlapCountsLociInTheRange) {
     for (int trial = 0; trial < 1000; ++trial) {
         const int n_loci = 1 + static_cast<int>(random() % 300);
         const std::string c0 = random_alleles(n_loci, random), c1 = random_alleles(n_loci, random),
@@ -96,7 +96,7 @@ INSTANTIATE_TEST_SUITE_P(Sets, bit_kernels_of, ::testing::ValuesIn(bit_kernels::
                              return name;
                          });
 
-TEST(AvailableBitKernels, EndInTheOneThatEveryMachineHas) {
+TEST(AvailableBitKernels, BaselineComesLast) {
     const auto sets = bit_kernels::available_kernels();
     ASSERT_FALSE(sets.empty());
     EXPECT_STREQ(sets.back()->name, "baseline");

@@ -30,7 +30,7 @@ TEST(Chaplotype, LocusZeroIsTheLowestBitOfByteZero) {
     EXPECT_EQ(haplotype("1111 1111 111").data, (std::vector<unsigned char>{0xFF, 0x07}));
 }
 
-TEST(Chaplotype, TakesUpTo64AllelesAtOnce) {
+TEST(Chaplotype, AppendsUpTo64AllelesAtOnce) {
     std::mt19937_64 random(1);
     const std::string before = "1000000101000010";
     for (int held = 0; held <= 16; ++held)
@@ -40,11 +40,11 @@ TEST(Chaplotype, TakesUpTo64AllelesAtOnce) {
             std::string expected = before.substr(0, held);
             for (int j = 0; j < count; ++j) expected += (alleles >> j & 1) != 0 ? '1' : '0';
             h.push_back(alleles, count);
-            ASSERT_EQ(h, haplotype(expected)) << count << " behind " << held;
+            ASSERT_EQ(h, haplotype(expected)) << count << " after " << held;
         }
 }
 
-TEST(Chaplotype, TakesAnyLociOfAnother) {
+TEST(Chaplotype, AppendsAnyLociOfAnother) {
     std::mt19937 random(1);
     const std::string alleles = random_alleles(200, random);
     const chaplotype other = haplotype(alleles);
@@ -55,11 +55,11 @@ TEST(Chaplotype, TakesAnyLociOfAnother) {
                 chaplotype h = haplotype(before);
                 h.push_back(other, first, count);
                 ASSERT_EQ(h, haplotype(before + alleles.substr(first, count)))
-                    << count << " from " << first << " behind " << held;
+                    << count << " from " << first << " after " << held;
             }
 }
 
-TEST(Chaplotype, FindsAndCountsTheLociThatAreSet) {
+TEST(Chaplotype, FindsAndCountsSetLoci) {
     std::mt19937 random(1);
     for (const unsigned one_in : {1U, 2U, 9U, 70U, 1000U}) {
         std::string alleles;
@@ -78,20 +78,20 @@ TEST(Chaplotype, FindsAndCountsTheLociThatAreSet) {
     EXPECT_EQ(chaplotype().next(0), 0);
 }
 
-TEST(Chaplotype, EqualsOneOfTheSameAllelesAndLength) {
+TEST(Chaplotype, EqualIfAllelesAndLengthAreEqual) {
     EXPECT_EQ(haplotype("0110"), haplotype("0110"));
     EXPECT_NE(haplotype("0110"), haplotype("0111"));
     EXPECT_NE(haplotype("0110"), haplotype("01100"));
 }
 
-TEST(Chaplotype, TakesNoAlleleWhereThereIsNoneYet) {
+TEST(Chaplotype, AppendingNothingToAnEmptyOneKeepsItEmpty) {
     chaplotype h;
     h.push_back(std::uint64_t{0}, 0);
     EXPECT_EQ(h.size(), 0);
     EXPECT_TRUE(h.data.empty());
 }
 
-TEST(Chaplotype, GivesEightAllelesAtOnceAndZerosBehindTheLast) {
+TEST(Chaplotype, ReadsEightAllelesAtOnceAndZerosPastTheEnd) {
     std::mt19937 random(1);
     const chaplotype h = haplotype(random_alleles(61, random));
     for (int l = 0; l < h.size(); ++l) {
@@ -101,7 +101,7 @@ TEST(Chaplotype, GivesEightAllelesAtOnceAndZerosBehindTheLast) {
     }
 }
 
-TEST(Chaplotype, GivesUpTo64AllelesAtOnceAndZerosBehindTheLast) {
+TEST(Chaplotype, ReadsUpTo64AllelesAtOnceAndZerosPastTheEnd) {
     std::mt19937 random(1);
     for (const int size : {1, 8, 63, 64, 65, 72, 100, 128, 150}) {
         const chaplotype h = haplotype(random_alleles(size, random));
@@ -117,7 +117,7 @@ TEST(Chaplotype, GivesUpTo64AllelesAtOnceAndZerosBehindTheLast) {
     }
 }
 
-TEST(Chaplotype, SetsUpToEightAllelesAtOnceAndNoOther) {
+TEST(Chaplotype, SetsUpToEightAllelesAtOnce) {
     std::mt19937 random(1);
     for (int l = 0; l < 40; ++l)
         for (int count = 0; count <= std::min(8, 40 - l); ++count) {
@@ -129,7 +129,7 @@ TEST(Chaplotype, SetsUpToEightAllelesAtOnceAndNoOther) {
         }
 }
 
-TEST(Chaplotype, HoldsWhatIsSet) {
+TEST(Chaplotype, ReturnsWhatWasSet) {
     std::mt19937 random(1);
     for (int trial = 0; trial < 50; ++trial) {
         const int n = 1 + static_cast<int>(random() % 80);
@@ -161,7 +161,7 @@ TEST(Chaplotype, CopiesAreIndependent) {
     EXPECT_EQ(h.toString(), "1101");
 }
 
-TEST(Chaplotype, ClearGivesItsMemoryBack) {
+TEST(Chaplotype, ClearFreesMemory) {
     chaplotype h(1000);
     h.clear();
     EXPECT_EQ(h.size(), 0);
@@ -192,12 +192,12 @@ TEST(PushBack, JoinsPiecesOfAnyLength) {
 
 TEST(PushBack, ClearsAsWellAsSets) {
     chaplotype h = haplotype("111");
-    h.data[0] = 0xFF;  // as if loci beyond the end had been written
+    h.data[0] = 0xFF;  // as if loci past the end had been written
     h.push_back(bits("00000"));
     EXPECT_EQ(h.toString(), "11100000");
 }
 
-/// Loci where two texts differ, among those of the bytes that hold `first` to `last`.
+/// Number of loci where two texts differ, among those of the bytes that hold `first` to `last`.
 int plain_distance(const std::string& a, const std::string& b, int first, int last) {
     int n = 0;
     for (int l = 0; l < static_cast<int>(a.size()); ++l)
@@ -205,7 +205,7 @@ int plain_distance(const std::string& a, const std::string& b, int first, int la
     return n;
 }
 
-TEST(Hamming, AgreesWithThePlainDistance) {
+TEST(Hamming, AgreesWithReference) {
     std::mt19937 random(3);
     for (int trial = 0; trial < 300; ++trial) {
         const int n = 1 + static_cast<int>(random() % 100);
@@ -227,12 +227,12 @@ TEST(Hamming, EmptyHaplotypesAndRangesGiveZero) {
 
 TEST(Hamming, CoversWholeBytes) {
     const chaplotype x(24), y = haplotype("00000001 00000001 10000000");
-    EXPECT_EQ(x.hamming(y, 9, 10), 1) << "locus 15 lies past the last one, and in its byte";
+    EXPECT_EQ(x.hamming(y, 9, 10), 1) << "locus 15 is past the last one, but in the same byte";
     EXPECT_EQ(x.hamming(y, 7, 8), 2);
     EXPECT_EQ(x.hamming(y, 0, 16), 3);
 }
 
-TEST(ToString, OneCharacterALocus) {
+TEST(ToString, OneCharacterPerLocus) {
     EXPECT_EQ(chaplotype().toString(), "");
     EXPECT_EQ(haplotype("011010011").toString(), "011010011");
 }

@@ -39,7 +39,7 @@ TEST(GenotypeGraph, StartsEmpty) {
     EXPECT_EQ(graph.hap_bits.size(), 0);
 }
 
-TEST(StepByte, HoldsTheLeftCandidateInItsLowHalf) {
+TEST(StepByte, LeftCandidateIsInTheLowBits) {
     EXPECT_EQ(step_byte(3, 5), 0x53);
     EXPECT_EQ(step_byte(0, 15), 0xF0);
     EXPECT_EQ(step_byte(15, 0), 0x0F);
@@ -60,7 +60,7 @@ TEST(PushTrans, AppendsAGroupWithoutProbabilities) {
     EXPECT_EQ(graph.trans_count.back(), 0U);
 }
 
-TEST(PushHaps, LaysCandidatesOneAfterTheOther) {
+TEST(PushHaps, StoresCandidatesOneAfterAnother) {
     genotype_graph graph("NA1");
     graph.pushHaps(support::haplotype("011 100"), 2);
     graph.pushHaps(support::haplotype("1 0 1"), 3);
@@ -91,7 +91,7 @@ TEST(Linked, ComparesUnorderedPairs) {
     }
 }
 
-TEST(Linked, AgreesWithSetsOfNumbers) {
+TEST(Linked, AgreesWithSets) {
     std::mt19937 random(1);
     genotype_graph graph("NA1");
     std::array<std::vector<int>, 4> T;  // left0, right0, left1, right1
@@ -135,7 +135,7 @@ TEST(GetClosestBoundaries, StartOutsideTheGraphAborts) {
     EXPECT_TRUE(support::aborts_on(assertion, [&] { widen(empty, 0, 0); }));
 }
 
-/// Two candidates on each side; group 1 holds all six ways from a pair to a pair.
+/// Two candidates on each side; group 1 has all six transitions between their pairs.
 const char* const BEST_NEIGHBOURS = R"(
     >0 >0 =.1 | >0 >1 =.3 | >1 >0 =.3 | >1 >1 =.2
     [0 1]
@@ -147,9 +147,9 @@ const char* const BEST_NEIGHBOURS = R"(
 TEST(MaxN, BestTransitionThatFollows) {
     const genotype_graph graph = graph_from(BEST_NEIGHBOURS);
     // Group 1 has transitions 4 to 9 of the graph.
-    EXPECT_EQ(graph.maxN(1, 2 * 0), 5) << "of the pair (0, 0), 0.4 beats 0.1";
+    EXPECT_EQ(graph.maxN(1, 2 * 0), 5) << "from the pair (0, 0), 0.4 beats 0.1";
     EXPECT_EQ(graph.maxN(1, 2 * 1), 6) << "the first of two with 0.2";
-    EXPECT_EQ(graph.maxN(1, 2 * 2), 6) << "the pair the other way round";
+    EXPECT_EQ(graph.maxN(1, 2 * 2), 6) << "the same pair in the other order";
     EXPECT_EQ(graph.maxN(1, 2 * 3), 9) << "a linked transition of weight 0 is better than none";
     EXPECT_EQ(graph.maxN(0, 2 * 5), -1) << "nothing in group 0 leaves the pair (1, 1)";
 }
@@ -189,7 +189,7 @@ TEST(Store, AddsNormalisedProbabilities) {
     EXPECT_EQ(graph.trans_store, (std::vector<float>{0.25F, 0.75F, 0.25F, 0.25F, 0.5F}));
     graph.store();
     EXPECT_EQ(graph.trans_store, (std::vector<float>{0.5F, 1.5F, 0.5F, 0.5F, 1.0F}));
-    EXPECT_EQ(graph.trans_prob, prob) << "the working probabilities stay";
+    EXPECT_EQ(graph.trans_prob, prob) << "trans_prob is unchanged";
     graph.normalize();
     EXPECT_EQ(graph.trans_store, (std::vector<float>{0.25F, 0.75F, 0.25F, 0.25F, 0.5F}));
 }
@@ -200,7 +200,7 @@ TEST(Store, SumsInDoubleAndRoundsOnce) {
         genotype_graph graph("NA1");
         std::vector<float> expected;
         for (int g = 0; g < 4; ++g) {
-            graph.pushTrans(std::vector<unsigned char>(2 * (random() % 30)));  // a group may be empty
+            graph.pushTrans(std::vector<unsigned char>(2 * (random() % 30)));  // groups may be empty
         }
         for (float& p : graph.trans_prob) p = std::ldexp(static_cast<float>(random() % 1000 + 1), -10);
         for (float& p : graph.trans_store) p = std::ldexp(static_cast<float>(random() % 1000), -8);
@@ -219,7 +219,7 @@ TEST(Store, SumsInDoubleAndRoundsOnce) {
     }
 }
 
-TEST(Normalize, EachGroupByItself) {
+TEST(Normalize, EachGroupSeparately) {
     genotype_graph graph = graph_from(R"(
         >0 >0 =6 | >0 >1 =2
         [0 1]
@@ -230,7 +230,7 @@ TEST(Normalize, EachGroupByItself) {
     EXPECT_EQ(graph.trans_prob, (std::vector<float>{6, 2, 5}));
 }
 
-TEST(PrintState, ALineForEachTransitionAndCandidate) {
+TEST(PrintState, OneLinePerTransitionAndCandidate) {
     genotype_graph graph = graph_from(R"(
         >0 >1 =0.5
         [01 10]
@@ -247,7 +247,7 @@ TEST(PrintState, ALineForEachTransitionAndCandidate) {
               "group 1: 0>0 1>0 prob 1 store 1\n");
 }
 
-TEST(CheckInvariants, FindsWhatIsBroken) {
+TEST(CheckInvariants, FindsViolations) {
     const std::string good = R"(
         >0 >1
         [00 11]

@@ -18,7 +18,7 @@ using support::group_text;
 using support::haplotype_pair;
 using support::segment_text;
 
-TEST(AllTransitions, BothWaysOnlyBetweenPairsOfTwo) {
+TEST(AllTransitions, BothWaysOnlyBetweenPairsOfDistinctCandidates) {
     using nodes = std::vector<unsigned char>;
     EXPECT_EQ(all_transitions({{0, 1}}, {{0, 1}, {2, 3}}),
               (nodes{0x00, 0x11, 0x10, 0x01, 0x20, 0x31, 0x30, 0x21}));
@@ -34,11 +34,11 @@ struct build_row {
     std::vector<std::string> groups;
 };
 
-/// The eight candidates and four pairs of three heterozygotes.
+/// The eight candidates and four pairs of a segment with three heterozygotes.
 const std::string THREE_HETS = "000 111 001 110 010 101 011 100";
 const std::string INTO_THREE_HETS = "0>0 0>1, 0>2 0>3, 0>4 0>5, 0>6 0>7";
 
-TEST(BuildUnr, SegmentsAndGroupsByHand) {
+TEST(BuildUnr, WorkedExamples) {
     const std::vector<build_row> rows = {
         {"one homozygote", "0", {"0"}, {"0>0 0>0", "0>0 0>0"}},
         {"homozygotes only", "0202", {"0101"}, {"0>0 0>0", "0>0 0>0"}},
@@ -68,13 +68,13 @@ TEST(BuildUnr, SegmentsAndGroupsByHand) {
          "...",
          {"00 01 10 11", "0 1"},
          {"0>0 0>0, 0>1 0>1, 0>0 0>1, 0>2 0>2, 0>3 0>3, 0>2 0>3, 0>0 0>2, 0>1 0>3, 0>0 0>3, 0>1 0>2",
-          // Into (0, 0) and (1, 1) one way, into (0, 1) two ways from pairs of two different members.
+          // To (0, 0) and (1, 1) in one way; to (0, 1) in two ways from pairs of two different candidates.
           "0>0 0>0, 0>1 0>1, 0>0 0>1, 1>0 1>0, 1>1 1>1, 1>0 1>1, 0>0 1>0, 0>1 1>1, 0>0 1>1, 0>1 1>0, "
           "2>0 2>0, 2>1 2>1, 2>0 2>1, 3>0 3>0, 3>1 3>1, 3>0 3>1, 2>0 3>0, 2>1 3>1, 2>0 3>1, 2>1 3>0, "
           "0>0 2>0, 0>1 2>1, 0>0 2>1, 0>1 2>0, 1>0 3>0, 1>1 3>1, 1>0 3>1, 1>1 3>0, "
           "0>0 3>0, 0>1 3>1, 0>0 3>1, 0>1 3>0, 1>0 2>0, 1>1 2>1, 1>0 2>1, 1>1 2>0",
           "0>0 0>0, 1>0 1>0, 0>0 1>0"}},
-        {"a heterozygote behind a missing genotype",
+        {"a heterozygote after a missing genotype",
          ".1",
          // From (0, 0): 00 with 01. From (1, 1): 10 with 11. From (0, 1): 00 with 11, 01 with 10.
          {"00 01 10 11"},
@@ -140,7 +140,7 @@ std::vector<std::string> candidates_of(const genotype_graph& graph, int s) {
     return candidates;
 }
 
-/// Unordered candidate pairs that group `g` leads into.
+/// Unordered candidate pairs on the right of group `g`.
 std::set<haplotype_pair> pairs_entered(const genotype_graph& graph, int g) {
     const auto candidates = candidates_of(graph, g);
     std::set<haplotype_pair> pairs;
@@ -150,7 +150,7 @@ std::set<haplotype_pair> pairs_entered(const genotype_graph& graph, int g) {
     return pairs;
 }
 
-TEST(BuildUnr, SegmentsHoldAllPairsThatFitAndAreAsLongAsTheyMayBe) {
+TEST(BuildUnr, SegmentsHaveAllConsistentPairsAndMaximalLength) {
     std::mt19937 random(7);
     for (int trial = 0; trial < 150; ++trial) {
         const int n = 1 + static_cast<int>(random() % 60);
@@ -173,7 +173,7 @@ TEST(BuildUnr, SegmentsHoldAllPairsThatFitAndAreAsLongAsTheyMayBe) {
     }
 }
 
-TEST(BuildUnr, GroupsJoinEveryPairToEveryPairInEveryWay) {
+TEST(BuildUnr, GroupsJoinAllPairsInAllWays) {
     std::mt19937 random(8);
     for (int trial = 0; trial < 60; ++trial) {
         const genotype_graph graph = built_from(support::random_genotypes(30, 60, 15, random));
@@ -205,7 +205,7 @@ TEST(BuildUnr, GroupsJoinEveryPairToEveryPairInEveryWay) {
     }
 }
 
-TEST(BuildUnr, WalksAreAllPairsThatFitAndNoOther) {
+TEST(BuildUnr, WalksAreExactlyTheConsistentPairs) {
     std::mt19937 random(9);
     for (int trial = 0; trial < 60; ++trial) {
         const std::string genotypes =
@@ -214,7 +214,7 @@ TEST(BuildUnr, WalksAreAllPairsThatFitAndNoOther) {
     }
 }
 
-TEST(BuildUnr, SegmentsOfKnownGenotypesHoldThreeHeterozygotes) {
+TEST(BuildUnr, SegmentsWithoutMissingGenotypesHaveThreeHeterozygotes) {
     std::mt19937 random(10);
     const std::string genotypes = support::random_genotypes(500, 40, 0, random);
     const genotype_graph graph = built_from(genotypes);
@@ -224,13 +224,13 @@ TEST(BuildUnr, SegmentsOfKnownGenotypesHoldThreeHeterozygotes) {
         const auto n_het = std::count(own.begin(), own.end(), '1');
         EXPECT_TRUE(n_het == 3 || s + 1 == graph.n_segments()) << s;
         if (s > 0) {
-            EXPECT_EQ(own[0], '1') << "only the fourth heterozygote ends a segment";
+            EXPECT_EQ(own[0], '1') << "only a fourth heterozygote ends a segment";
         }
         first += static_cast<int>(graph.seg_length[s]);
     }
 }
 
-// ---- construction against a plain twin, which lengthens texts locus by locus
+// ---- construction against a reference implementation, which extends texts locus by locus
 
 struct plain_segment {
     std::vector<std::string> candidates{""};
@@ -303,7 +303,7 @@ void expect_as_plain(const std::string& genotypes) {
     ASSERT_TRUE(support::check_invariants(graph)) << genotypes;
 }
 
-TEST(BuildUnr, AgreesWithThePlainTwin) {
+TEST(BuildUnr, AgreesWithReference) {
     struct kind {
         int percent_het, percent_missing;
     };
@@ -318,7 +318,7 @@ TEST(BuildUnr, AgreesWithThePlainTwin) {
 
 // ---- windows
 
-/// A graph of `n` segments, segment s of s % 3 + 1 loci.
+/// A graph of `n` segments, where segment s has s % 3 + 1 loci.
 genotype_graph graph_of_segments(int n) {
     genotype_graph graph("NA1");
     for (int s = 0; s < n; ++s) graph.pushHaps(chaplotype(static_cast<unsigned>(s % 3 + 1)), 1);
@@ -329,7 +329,7 @@ TEST(Cluster, ChromosomeShorterThanAWindowIsOneWindow) {
     random_source draws(3);
     EXPECT_EQ(graph_of_segments(9).cluster(999999, 1000000, draws),
               (std::vector<segment_range>{{0, 17, 0, 8}}));
-    EXPECT_EQ(draws.draw(), support::plain_generator(3).draw()) << "nothing was drawn";
+    EXPECT_EQ(draws.draw(), support::plain_generator(3).draw()) << "takes no draw";
 }
 
 TEST(Cluster, FewSegmentsAreOneWindow) {
@@ -342,9 +342,9 @@ TEST(Cluster, FewSegmentsAreOneWindow) {
     }
 }
 
-TEST(Cluster, FourSegmentsInTwoWindowsByHand) {
-    // Two windows of at least 2: the only place to cut lets both hold three segments, which have 1, 2, 3 and
-    // 1 loci.
+TEST(Cluster, FourSegmentsInTwoWindows) {
+    // Two windows of at least 2 segments: the only possible cut gives both three segments, which have 1, 2, 3
+    // and 1 loci.
     random_source draws(1);
     EXPECT_EQ(graph_of_segments(4).cluster(2000000, 1000000, draws),
               (std::vector<segment_range>{{0, 5, 0, 2}, {1, 6, 1, 3}}));

@@ -23,14 +23,14 @@ using support::group_text;
 using support::haplotype_pair;
 using support::segment_text;
 
-TEST(CompTransition, FallingFloats) {
+TEST(CompTransition, DescendingValues) {
     EXPECT_TRUE(compTransition({0.5F, 1}, {0.25F, 0}));
     EXPECT_FALSE(compTransition({0.25F, 0}, {0.5F, 1}));
-    EXPECT_FALSE(compTransition({0.5F, 2}, {0.5F, 1})) << "the integers play no part";
+    EXPECT_FALSE(compTransition({0.5F, 2}, {0.5F, 1})) << "the indexes are ignored";
     EXPECT_FALSE(compTransition({0.5F, 1}, {0.5F, 2}));
 }
 
-TEST(Sort, FallingStoreInEachGroup) {
+TEST(Sort, DescendingStoreInEachGroup) {
     genotype_graph graph = graph_from(R"(
         >0 >1 =.1 | >2 >3 =.7 | >0 >3 =.2
         [00 11 01 10]
@@ -44,7 +44,7 @@ TEST(Sort, FallingStoreInEachGroup) {
     EXPECT_EQ(graph.trans_prob, (std::vector<float>{1, 2, 3, 4, 5, 6})) << "the working probabilities stay";
 }
 
-TEST(Sort, EqualValuesStandAsTheLibrarysSortLeavesThem) {
+TEST(Sort, EqualValuesAreInTheOrderOfStdSort) {
     std::mt19937 random(1);
     genotype_graph graph = built_from("........");
     for (float& p : graph.trans_store) p = static_cast<float>(random() % 5);
@@ -66,7 +66,7 @@ TEST(Sort, EqualValuesStandAsTheLibrarysSortLeavesThem) {
 
 // ---- selection
 
-/// One segment, three pairs in, three pairs out.
+/// One segment with three pairs on its left and three on its right.
 genotype_graph three_pairs(const std::array<float, 3>& in, const std::array<float, 3>& out) {
     genotype_graph graph = graph_from(R"(
         >0 >1 | >2 >3 | >0 >0
@@ -117,7 +117,7 @@ TEST(PruneAndMerge, NegativeThresholdKeepsNothing) {
     EXPECT_EQ(graph.trans_count, (std::vector<unsigned>{0, 0}));
 }
 
-TEST(PruneAndMerge, HomozygoteStaysAsItIs) {
+TEST(PruneAndMerge, HomozygoteStaysUnchanged) {
     genotype_graph graph = built_from("0022");
     std::fill(graph.trans_store.begin(), graph.trans_store.end(), 3.0F);
     graph.pruneAndMerge(0.99);
@@ -127,7 +127,7 @@ TEST(PruneAndMerge, HomozygoteStaysAsItIs) {
     EXPECT_EQ(graph.n_segments(), 1);
 }
 
-TEST(PruneAndMerge, LeavesAllProbabilitiesAtZero) {
+TEST(PruneAndMerge, ResetsAllProbabilities) {
     genotype_graph graph = built_from("1111.111");
     for (auto* values : {&graph.trans_prob, &graph.trans_store})
         std::fill(values->begin(), values->end(), 0.5F);
@@ -145,8 +145,9 @@ TEST(PruneAndMerge, LeavesAllProbabilitiesAtZero) {
     }
 }
 
-TEST(PruneAndMerge, RestoresAllTransitionsBetweenPairsThatAreLeft) {
-    // Too many ambiguous loci to merge. Of the four ways from two pairs to two pairs only two were likely.
+TEST(PruneAndMerge, RestoresAllTransitionsBetweenRemainingPairs) {
+    // Too many ambiguous loci to merge. Only two of the four transitions between the two pairs on each side
+    // were likely.
     const std::string zeros(11, '0'), ones(11, '1'), mixed = "01010101010", other = "10101010101";
     genotype_graph graph =
         graph_from(">0 >1 =.5 | >2 >3 =.5\n[" + zeros + " " + ones + " " + mixed + " " + other +
@@ -182,7 +183,7 @@ std::vector<unsigned> lengths_after(const std::string& text) {
 
 using lengths = std::vector<unsigned>;
 
-TEST(Merging, ByHand) {
+TEST(Merging, WorkedExample) {
     genotype_graph graph = graph_from(R"(
         >0 >1 =1
         [00 11]
@@ -226,8 +227,8 @@ TEST(Merging, UpToEightCandidates) {
     EXPECT_EQ(lengths_after(in + through + "0>0 2>0" + out + "0> 0>"), (lengths{3, 3})) << "a ninth step";
 }
 
-TEST(Merging, TakesTheFewestCandidatesThatAddNoAmbiguousLoci) {
-    // Merging any two of three segments of 10 ambiguous loci leaves too many for the third.
+TEST(Merging, PrefersFewerCandidatesWithoutMoreAmbiguousLoci) {
+    // Merging any two of three segments of 10 ambiguous loci leaves too many for a merge with the third.
     const std::string in = ">0 >1\n";
     const std::string four = "0>0 1>1 | 0>1 1>0\n", three = "0>0 1>1 | 0>0 1>0\n", two = "0>0 1>1\n";
     const auto after = [&](const std::string& group1, const std::string& group2, int n) {
@@ -235,16 +236,16 @@ TEST(Merging, TakesTheFewestCandidatesThatAddNoAmbiguousLoci) {
         return lengths_after(in + two_candidates(10) + group1 + two_candidates(10) + group2 +
                              two_candidates(n) + out);
     };
-    EXPECT_EQ(after(four, four, 10), (lengths{20, 10})) << "equal ones: the first";
+    EXPECT_EQ(after(four, four, 10), (lengths{20, 10})) << "the first one on ties";
     EXPECT_EQ(after(four, three, 10), (lengths{10, 20})) << "fewer candidates win";
     EXPECT_EQ(after(two, three, 10), (lengths{20, 10}));
-    EXPECT_EQ(after(four, three, 11), (lengths{20, 11})) << "not at the price of more ambiguous loci";
+    EXPECT_EQ(after(four, three, 11), (lengths{20, 11})) << "but not with more ambiguous loci";
     EXPECT_EQ(after(four, two, 9), (lengths{10, 19}));
     EXPECT_EQ(after(two, four, 9), (lengths{20, 9})) << "fewer ambiguous loci alone don't win";
     EXPECT_EQ(after(four, three, 12), (lengths{20, 12}));
 }
 
-TEST(Merging, GoesOnUntilNothingQualifies) {
+TEST(Merging, ContinuesUntilNothingQualifies) {
     std::string text = ">0 >1\n";
     for (int s = 0; s < 7; ++s) text += (s > 0 ? "0>0 1>1\n" : "") + two_candidates(3);
     EXPECT_EQ(lengths_after(text + "0> 1>\n"), lengths{21});
@@ -252,7 +253,7 @@ TEST(Merging, GoesOnUntilNothingQualifies) {
     EXPECT_EQ(lengths_after(text + "0> 1>\n"), (lengths{21, 3}));
 }
 
-// ---- the whole operation against a plain twin
+// ---- pruning and merging against a reference implementation
 
 struct plain_step {
     int left, right;
@@ -261,15 +262,15 @@ struct plain_step {
 using plain_transition = std::array<plain_step, 2>;
 using plain_group = std::vector<plain_transition>;
 
-/// A graph as lists of plain transitions and of candidate texts.
+/// A graph as lists of transitions and of candidate texts.
 struct plain_graph {
     std::vector<plain_group> groups;
-    std::vector<std::size_t> n_steps;  // different ones of each group
+    std::vector<std::size_t> n_steps;  // number of distinct steps of each group
     std::vector<std::vector<std::string>> segments;
     std::vector<int> n_ambiguous;
 };
 
-/// Normalises and orders the transitions of a copy of the graph, and flags those to keep.
+/// Normalises and sorts the transitions of a copy of the graph, and flags those to keep.
 std::pair<genotype_graph, std::vector<bool>> select_plainly(genotype_graph graph, double threshold) {
     std::vector<bool> kept(graph.trans_store.size());
     for (int g = 0; g < graph.n_groups(); ++g) {
@@ -326,7 +327,7 @@ plain_graph take_apart(const genotype_graph& graph, const std::vector<bool>& kep
     return plain;
 }
 
-/// Which group to merge away, 0 for none.
+/// The group to merge away, 0 for none.
 std::size_t choose_plainly(const plain_graph& plain) {
     std::size_t chosen = 0, fewest = 1000000000;
     int least = 1000000000;
@@ -393,8 +394,7 @@ void merge_plainly(plain_graph& plain, std::size_t g) {
     plain.n_ambiguous.erase(plain.n_ambiguous.begin() + at);
 }
 
-/// Group texts of the rebuilt graph: every pair that is reached joined to every such pair of the next
-/// segment.
+/// Group texts of the rebuilt graph: every reachable pair joined to every reachable pair of the next segment.
 std::vector<std::string> rebuild_plainly(const plain_graph& plain) {
     using pair = std::pair<int, int>;
     std::vector<std::set<pair>> pairs{{{0, 0}}};
@@ -420,15 +420,16 @@ std::vector<std::string> rebuild_plainly(const plain_graph& plain) {
     return texts;
 }
 
-/// Weights of 10^-0 to 10^-(spread - 1): the larger the spread, the fewer hold most of their group's sum.
+/// Weights of 10^-0 to 10^-(spread - 1): the larger the spread, the fewer transitions hold most of the
+/// probability of their group.
 void make_peaked(std::vector<float>& values, int spread, std::mt19937& random) {
     for (float& value : values)
         value = std::pow(10.0F, -static_cast<float>(random() % static_cast<unsigned>(spread))) *
                 static_cast<float>(random() % 9 + 1);
 }
 
-/// Weights of pairs of candidates from 10^-0 to 10^-(spread - 1), and for each transition the product of
-/// those of its two pairs: neighbouring groups prefer the same pairs, so that many segments merge.
+/// Gives pairs of candidates weights from 10^-0 to 10^-(spread - 1), and each transition the product of the
+/// weights of its two pairs. Neighbouring groups prefer the same pairs, so many segments merge.
 void make_peaked_in_accord(genotype_graph& graph, unsigned spread, std::mt19937& random) {
     std::map<std::pair<int, int>, float> left, right;
     const auto weight = [&](std::map<std::pair<int, int>, float>& weights, int c, int d) {
@@ -445,7 +446,7 @@ void make_peaked_in_accord(genotype_graph& graph, unsigned spread, std::mt19937&
     }
 }
 
-/// Prunes the graph and compares it with what the plain twin makes of it; adds to `n_merges`.
+/// Prunes the graph and compares it with the result of the reference implementation; adds to `n_merges`.
 void prune_as_plainly(genotype_graph& graph, double threshold, int& n_merges) {
     const auto [ordered, kept] = select_plainly(graph, threshold);
     plain_graph plain = take_apart(ordered, kept);
@@ -477,7 +478,7 @@ void prune_as_plainly(genotype_graph& graph, double threshold, int& n_merges) {
     ASSERT_TRUE(support::check_invariants(graph));
 }
 
-TEST(PruneAndMerge, AgreesWithThePlainTwin) {
+TEST(PruneAndMerge, AgreesWithReference) {
     std::mt19937 random(2);
     int n_merges = 0;
     for (int trial = 0; trial < 150; ++trial) {
@@ -493,10 +494,10 @@ TEST(PruneAndMerge, AgreesWithThePlainTwin) {
             make_peaked(graph.trans_store, 20, random);
         }
     }
-    EXPECT_GT(n_merges, 100) << "the trials reach the rules of merging";
+    EXPECT_GT(n_merges, 100) << "the trials cover merging";
 }
 
-TEST(PruneAndMerge, AgreesWithThePlainTwinOnLongGraphs) {
+TEST(PruneAndMerge, AgreesWithReferenceOnLongGraphs) {
     std::mt19937 random(7);
     struct row {
         int n_loci, percent_het, percent_missing;
@@ -515,7 +516,7 @@ TEST(PruneAndMerge, AgreesWithThePlainTwinOnLongGraphs) {
     }
 }
 
-TEST(PruneAndMerge, EveryWalkStillFitsTheGenotypes) {
+TEST(PruneAndMerge, EveryWalkIsStillConsistentWithTheGenotypes) {
     std::mt19937 random(3);
     for (int trial = 0; trial < 60; ++trial) {
         const std::string genotypes = support::random_genotypes(80, 30, 5, random);
@@ -531,7 +532,7 @@ TEST(PruneAndMerge, EveryWalkStillFitsTheGenotypes) {
     }
 }
 
-TEST(PruneAndMerge, LosesNoPairOfAKeptWalk) {
+TEST(PruneAndMerge, KeepsAllPairsOfKeptWalks) {
     std::mt19937 random(4);
     for (int trial = 0; trial < 40; ++trial) {
         const std::string genotypes =
@@ -559,7 +560,7 @@ TEST(PruneAndMerge, LosesNoPairOfAKeptWalk) {
     }
 }
 
-TEST(PruneAndMerge, EntryAndExitHoldOneTransitionForEachPair) {
+TEST(PruneAndMerge, FirstAndLastGroupHaveOneTransitionPerPair) {
     std::mt19937 random(5);
     for (int trial = 0; trial < 30; ++trial) {
         genotype_graph graph = built_from(support::random_genotypes(40, 50, 10, random));
@@ -577,7 +578,7 @@ TEST(PruneAndMerge, EntryAndExitHoldOneTransitionForEachPair) {
     }
 }
 
-TEST(PruneAndMerge, StaysFarBelowTheLargestGroup) {
+TEST(PruneAndMerge, GroupsStayFarBelowTheLimit) {
     std::mt19937 random(6);
     genotype_graph graph = built_from(support::random_genotypes(200, 30, 30, random));
     for (int round = 0; round < 3; ++round) {

@@ -49,7 +49,7 @@ std::vector<int> positions(const genotype_graph& graph, const std::vector<unsign
     return path;
 }
 
-/// A seed whose first draw lies below one half (a walk drawn forward), or one whose first draw doesn't.
+/// A seed whose first draw is below one half (the walk is sampled forward), or one whose first draw is not.
 long seed_for(bool below_half) {
     for (long seed = 1;; ++seed)
         if ((plain_generator(seed).draw() < 0.5) == below_half) return seed;
@@ -73,14 +73,13 @@ TEST(BuildGuesses, ChromosomesFollowTheirCandidates) {
     EXPECT_EQ(guesses(graph, {0, 0, 0}, draws), ordered_pair("0010", "1101"));
     EXPECT_EQ(guesses(graph, {0, 1, 0}, draws), ordered_pair("0001", "1110"));
     EXPECT_EQ(guesses(graph, {0, 2, 0}, draws), ordered_pair("0010", "1101"))
-        << "the step that leaves 0 comes second";
+        << "the step from candidate 0 comes second";
     EXPECT_EQ(guesses(graph, {1, 0, 0}, draws), ordered_pair("1101", "0010"));
-    EXPECT_EQ(guesses(graph, {0, 0, 1}, draws), ordered_pair("0010", "1101"))
-        << "the last group plays no part";
-    EXPECT_EQ(draws.draw(), plain_generator(1).draw()) << "nothing was left to chance";
+    EXPECT_EQ(guesses(graph, {0, 0, 1}, draws), ordered_pair("0010", "1101")) << "the last group is not used";
+    EXPECT_EQ(draws.draw(), plain_generator(1).draw()) << "takes no draw";
 }
 
-TEST(BuildGuesses, ChanceDecidesBetweenChromosomesAtOneCandidate) {
+TEST(BuildGuesses, RandomDrawAssignsChromosomesAtOneCandidate) {
     const genotype_graph graph = graph_from(R"(
         >3 >3
         [00 01 10 11]
@@ -94,7 +93,7 @@ TEST(BuildGuesses, ChanceDecidesBetweenChromosomesAtOneCandidate) {
         random_source draws(seed);
         EXPECT_EQ(guesses(graph, {0, 0, 0}, draws),
                   swapped ? ordered_pair("11010", "11001") : ordered_pair("11001", "11010"));
-        EXPECT_EQ(draws.draw(), random.draw()) << "one draw was taken";
+        EXPECT_EQ(draws.draw(), random.draw()) << "takes one draw";
     }
     int n_swapped = 0;
     random_source draws(1);
@@ -102,7 +101,7 @@ TEST(BuildGuesses, ChanceDecidesBetweenChromosomesAtOneCandidate) {
     EXPECT_NEAR(n_swapped, 5000, 165);  // 3.3 standard deviations
 }
 
-TEST(BuildGuesses, TakesTheDrawEvenIfBothWaysAreOne) {
+TEST(BuildGuesses, DrawsEvenIfBothWaysAreEqual) {
     const genotype_graph graph = graph_from(R"(
         >0 >0
         [0]
@@ -128,7 +127,7 @@ TEST(BuildGuesses, PathOfOneEntryWritesNothing) {
     EXPECT_EQ(texts_of(haps), ordered_pair("101", "010"));
 }
 
-TEST(BuildGuesses, WritesOnlyTheIndividualsOwn) {
+TEST(BuildGuesses, WritesOnlyTheTwoHaplotypes) {
     const genotype_graph graph = graph_from(">0 >1\n[01 10]\n0> 1>");
     std::vector<chaplotype> haps = support::haplotypes({"11", "11", "11", "11", "11"});
     random_source draws(1);
@@ -138,7 +137,7 @@ TEST(BuildGuesses, WritesOnlyTheIndividualsOwn) {
     EXPECT_EQ(haps[1].toString(), "10");
 }
 
-TEST(BuildGuesses, GivesAPairOfItsWalk) {
+TEST(BuildGuesses, WritesAHaplotypePairOfTheWalk) {
     std::mt19937 random(2);
     for (int trial = 0; trial < 40; ++trial) {
         const std::string genotypes =
@@ -156,14 +155,14 @@ TEST(BuildGuesses, GivesAPairOfItsWalk) {
 
 // ---- sample
 
-/// Draws a walk by the rules written out, and its haplotypes, from the twin generator.
+/// Samples a walk and its haplotypes with a reference implementation and the reference generator.
 ordered_pair sample_plainly(const genotype_graph& graph, bool uniform, plain_generator& random) {
     const int G = graph.n_groups();
     std::vector<unsigned> walk(G);
     const bool forward = 0.5 > random.draw();
     for (int step = 0; step < G; ++step) {
         const int g = forward ? step : G - 1 - step;
-        std::vector<std::pair<unsigned, double>> open;  // transitions that may follow, and their weights
+        std::vector<std::pair<unsigned, double>> open;  // transitions that may follow, with their weights
         double sum = 0.0;
         for (unsigned t = graph.trans_offset[g]; t < graph.trans_offset[g] + graph.trans_count[g]; ++t) {
             if (step > 0 && forward && !support::can_follow(graph, walk[g - 1], t)) continue;
@@ -171,8 +170,8 @@ ordered_pair sample_plainly(const genotype_graph& graph, bool uniform, plain_gen
             open.emplace_back(t, uniform ? 1.0 : static_cast<double>(graph.trans_prob[t]));
             sum += open.back().second;
         }
-        // The last transition of the whole group is the fallback; here the sums are exact, so it isn't
-        // needed.
+        // The code falls back on the last transition of the group; here the sums are exact, so this does not
+        // happen.
         const double bound = random.draw() * sum;
         double running = 0.0;
         for (const auto& [t, weight] : open) {
@@ -200,11 +199,11 @@ ordered_pair sample_plainly(const genotype_graph& graph, bool uniform, plain_gen
     return {h0, h1};
 }
 
-TEST(Sample, FollowsTheDrawsOneByOne) {
+TEST(Sample, AgreesWithReferenceDrawByDraw) {
     std::mt19937 random(3);
     for (int trial = 0; trial < 100; ++trial) {
         genotype_graph graph = built_from(support::random_genotypes(40, 40, 10, random));
-        // Multiples of 2^-10 have exact sums in any order.
+        // Multiples of 2^-10 give exact sums in any order.
         randomise(graph.trans_prob, random);
         for (const bool uniform : {false, true}) {
             plain_generator plain(trial);
@@ -220,8 +219,8 @@ TEST(Sample, FollowsTheDrawsOneByOne) {
     }
 }
 
-/// Probability of each ordered pair of haplotypes when walks are drawn from the left (or from the right): a
-/// transition is taken in proportion to its weight among those that are linked.
+/// Probability of each ordered pair of haplotypes if walks are sampled from the left (or from the right): a
+/// transition is taken in proportion to its weight among the linked ones.
 std::map<ordered_pair, double> law_of_pairs(const genotype_graph& graph, bool uniform, bool forward) {
     const auto weight = [&](unsigned t) { return uniform ? 1.0 : static_cast<double>(graph.trans_prob[t]); };
     std::map<ordered_pair, double> law;
@@ -237,7 +236,7 @@ std::map<ordered_pair, double> law_of_pairs(const genotype_graph& graph, bool un
             }
             probability *= weight(walk[g]) / all;
         }
-        // Each draw where both chromosomes stand at one candidate splits the probability in two.
+        // Where both chromosomes are at the same candidate, a draw splits the probability in two.
         const std::vector<int> path = positions(graph, walk);
         std::function<void(int, int, ordered_pair, double)> write = [&](int s, int at0, ordered_pair pair,
                                                                         double share) {
@@ -268,14 +267,14 @@ std::map<ordered_pair, double> law_of_pairs(const genotype_graph& graph, bool un
     return law;
 }
 
-/// The value that chi-square passes with a chance of 0.1 %, after Wilson and Hilferty (1931).
+/// The value that chi-square exceeds with probability 0.1 % (Wilson and Hilferty 1931).
 double chi_square_bound(double freedom) {
     const double part = 2.0 / (9.0 * freedom);
     return freedom * std::pow(1.0 - part + 3.09 * std::sqrt(part), 3.0);
 }
 
-/// Draws `n` walks, each from the source that `next_source` gives, and compares the counts of haplotype pairs
-/// with their law.
+/// Samples `n` walks, each with the source that `next_source` gives, and compares the counts of haplotype
+/// pairs with their probabilities.
 void expect_law(const genotype_graph& graph, bool uniform, const std::map<ordered_pair, double>& law, int n,
                 const std::function<random_source*()>& next_source) {
     std::map<ordered_pair, int> seen;
@@ -323,7 +322,7 @@ class sample_law : public ::testing::TestWithParam<law_case> {
     const bool uniform = GetParam().uniform;
 };
 
-TEST_P(sample_law, OfBothDirectionsTogether) {
+TEST_P(sample_law, HoldsOverBothDirections) {
     auto law = law_of_pairs(graph, uniform, true);
     for (auto& [pair, probability] : law) probability /= 2;
     for (const auto& [pair, probability] : law_of_pairs(graph, uniform, false)) law[pair] += probability / 2;
@@ -331,7 +330,7 @@ TEST_P(sample_law, OfBothDirectionsTogether) {
     expect_law(graph, uniform, law, 20000, [&] { return &draws; });
 }
 
-TEST_P(sample_law, OfEachDirection) {
+TEST_P(sample_law, HoldsInEachDirection) {
     for (const bool forward : {true, false}) {
         long seed = 0;
         std::unique_ptr<random_source> draws;
@@ -352,20 +351,20 @@ INSTANTIATE_TEST_SUITE_P(Sample, sample_law,
                                            law_case{"equal_pairs_uniform", "..1.0", true}),
                          [](const auto& test) { return test.param.name; });
 
-TEST(Sample, OfOneSegmentReadsGroupZeroOnly) {
+TEST(Sample, OneSegmentUsesGroupZeroOnly) {
     const genotype_graph graph = graph_from(R"(
         >0 >1 =1 | >2 >3 =0
         [00 11 01 10]
         0> 1> =.5 | 2> 3> =.5
     )");
-    // Backward draws may choose the second exit, which only the second entry, of weight 0, precedes.
+    // Sampling backward may take the second exit, and only the second entry, of weight 0, is linked to it.
     random_source draws(seed_for(true));
     std::vector<chaplotype> haps = blank_pair(graph);
     graph.sample(haps, {0, 1}, false, draws);
     EXPECT_EQ(texts_of(haps), ordered_pair("00", "11"));
 }
 
-TEST(Sample, UniformDrawsTransitionsOfProbabilityZero) {
+TEST(Sample, UniformIgnoresProbabilitiesOfZero) {
     const genotype_graph graph = built_from("11111");
     std::map<ordered_pair, int> seen;
     random_source draws(5);
@@ -377,7 +376,7 @@ TEST(Sample, UniformDrawsTransitionsOfProbabilityZero) {
     EXPECT_EQ(seen.size(), 16U) << "one pair for each way to order five heterozygotes";
 }
 
-/// What sample throws and writes to standard error, for a graph and a direction.
+/// The exception of sample and its output on standard error, for a graph and a direction.
 struct sample_failure {
     std::string text, err;
     ordered_pair haps;
@@ -399,7 +398,7 @@ sample_failure failure_of(const genotype_graph& graph, bool forward) {
     return failure;
 }
 
-TEST(SampleFailure, NoWeightLeft) {
+TEST(SampleFailure, Underflow) {
     const genotype_graph graph = graph_from(R"(
         >0 >1 =1
         [00 11]
@@ -417,7 +416,7 @@ TEST(SampleFailure, NoWeightLeft) {
     EXPECT_EQ(backward.haps, ordered_pair("101", "110"));
 }
 
-TEST(SampleFailure, ListsProbabilitiesAndTheWeightsThatCounted) {
+TEST(SampleFailure, PrintsProbabilitiesAndWeights) {
     const genotype_graph graph = graph_from(R"(
         >0 >1 =1 | >0 >0 =0
         [00 11]
@@ -445,7 +444,7 @@ TEST(SampleFailure, GroupWithoutTransitions) {
     EXPECT_EQ(failure.err, "\n");
 }
 
-TEST(SampleFailure, NoNumber) {
+TEST(SampleFailure, NaN) {
     for (const bool forward : {true, false}) {
         genotype_graph graph = built_from("1111");
         std::fill(graph.trans_prob.begin(), graph.trans_prob.end(), 1.0F);
@@ -486,7 +485,8 @@ TEST(Maximize, FindsTheBestOfAllWalks) {
                 second = std::max(second, product);
             }
         });
-        if (second > 0.999999 * best) continue;  // too close to call by products rounded in another order
+        if (second > 0.999999 * best)
+            continue;  // too close to compare with products rounded in another order
         const ordered_pair pair = maximised(graph);
         ASSERT_TRUE(
             support::pairs_of_walk(graph, best_walk).contains(support::unordered(pair.first, pair.second)))
@@ -495,14 +495,14 @@ TEST(Maximize, FindsTheBestOfAllWalks) {
 }
 
 TEST(Maximize, FirstOfEqualWalksWins) {
-    // All weights are equal. The exit (0, 1) is the first, and it is reached from the first entry.
+    // All weights are equal. The exit (0, 1) comes first, and it is reached from the first entry.
     EXPECT_EQ(maximised(graph_from(R"(
                   >0 >1 =1 | >1 >0 =1 | >2 >3 =1
                   [00 11 01 10]
                   0> 1> =1 | 2> 3> =1
               )")),
               ordered_pair("00", "11"));
-    // Exits have equal scores, so the first listed wins, and of its two predecessors the first again.
+    // The exits have equal scores, so the first one wins, and of its two predecessors again the first.
     EXPECT_EQ(maximised(graph_from(R"(
                   >0 >1 =1 | >1 >0 =1 | >2 >3 =1
                   [00 11 01 10]
@@ -517,7 +517,7 @@ TEST(Maximize, FirstOfEqualWalksWins) {
               ordered_pair("11", "00"));
 }
 
-TEST(Maximize, HomozygoteNeedsNoChoice) {
+TEST(Maximize, Homozygote) {
     genotype_graph graph = built_from("0220");
     std::fill(graph.trans_store.begin(), graph.trans_store.end(), 1.0F);
     EXPECT_EQ(maximised(graph), ordered_pair("0110", "0110"));
@@ -533,7 +533,7 @@ TEST(Maximize, LongGraphsDoNotUnderflow) {
     EXPECT_TRUE(support::fits(genotypes, pair));
 }
 
-TEST(Maximize, ImpossibleWalkAborts) {
+TEST(Maximize, NoPossibleWalkAborts) {
     const genotype_graph graph = graph_from(R"(
         >0 >1 =0
         [0 1]
@@ -583,7 +583,7 @@ TEST(Consolide, RepairsFromLeftToRight) {
     }
 }
 
-TEST(Consolide, OneSweepMayLeaveADeadEndBehind) {
+TEST(Consolide, OneSweepMayLeaveADeadEnd) {
     const genotype_graph graph = graph_from(R"(
         >0 >0 =.5 | >1 >1 =.5
         [0 1]
@@ -593,7 +593,7 @@ TEST(Consolide, OneSweepMayLeaveADeadEndBehind) {
     )");
     std::vector<bool> kept = support::bits("00 00 01");
     EXPECT_EQ(graph.consolide(kept), 1U);
-    EXPECT_EQ(flags_text(graph, kept), "00 01 01") << "the first group has been passed already";
+    EXPECT_EQ(flags_text(graph, kept), "00 01 01") << "the sweep has already passed the first group";
     EXPECT_EQ(graph.consolide(kept), 1U);
     EXPECT_EQ(flags_text(graph, kept), "01 01 01");
     EXPECT_EQ(graph.consolide(kept), 0U);

@@ -7,15 +7,15 @@
 
 namespace {
 
-/// What merging a group away leaves.
+/// The segment that merging a group away leaves.
 struct offer {
     int n_haps, n_ambiguous;
 };
 
-/// Beyond the limits, as a group that is gone.
+/// Beyond the limits, like a group that is merged away.
 constexpr offer EXCLUDED{100, 0};
 
-/// The rule as a scan over all groups.
+/// Reference implementation: scans all groups.
 int choose_plainly(const std::vector<offer>& groups) {
     int chosen = -1, fewest = 9, least = 21;
     for (int g = 0; g < static_cast<int>(groups.size()); ++g)
@@ -34,7 +34,7 @@ merge_choice choice_of(const std::vector<offer>& groups) {
     return choice;
 }
 
-TEST(MergeChoice, ByHand) {
+TEST(MergeChoice, Examples) {
     struct row {
         std::vector<offer> groups;
         int expected;
@@ -52,7 +52,7 @@ TEST(MergeChoice, NothingQualifiesAtFirst) {
     for (const int n : {0, 1, 2, 100}) EXPECT_EQ(merge_choice(n).choose(), -1);
 }
 
-TEST(MergeChoice, ForgetsAnExcludedGroup) {
+TEST(MergeChoice, SkipsAnExcludedGroup) {
     merge_choice choice = choice_of({{4, 10}, {2, 3}, {3, 10}});
     EXPECT_EQ(choice.choose(), 1);
     choice.exclude(1);
@@ -85,7 +85,7 @@ TEST(MergeChoice, AgreesWithAScanWhileGroupsChange) {
     }
 }
 
-/// As merging goes: the choice is gone, its neighbours change, until nothing qualifies.
+/// Follows a whole merge: the chosen group is removed and its neighbours change, until nothing qualifies.
 TEST(MergeChoice, AgreesWithAScanUntilNothingIsLeft) {
     std::mt19937 random(2);
     for (int trial = 0; trial < 5; ++trial) {

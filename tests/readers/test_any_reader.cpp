@@ -13,8 +13,8 @@
 #include "utils/futils.h"
 #include "utils/sutils.h"
 
-/// What holds for every file that the program reads, whatever it says: the ways in which a good file may
-/// come, and the ways in which a spoiled one stops the run.
+/// Checks for every file that the program reads: the forms in which a valid file may come, and the ways in
+/// which a damaged one stops the run.
 namespace {
 
 using support::log_capture;
@@ -23,8 +23,8 @@ using support::stops_with;
 using support::study;
 using support::temporary_folder;
 
-/// A kind of file: a good one, and how to read the file of that name. Other files that the reader needs are
-/// put into the folder. The reading returns what was taken from the file, as text.
+/// A kind of file: a valid one, and a function that reads the file of a given name and returns what it read
+/// as text. Other files that the reader needs are put into the folder.
 struct any_file {
     const char* kind;
     const char* name;
@@ -58,7 +58,7 @@ const std::string BED = std::string("\x6C\x1B\x01\x0B\x0E", 5);
 const std::string SAMPLE = "ID_1 ID_2 missing\n0 0 0\nF Ann 0\nF Bob 0\n";
 const std::string GEN = "20 s1 rs1 100 A G 1 0 0 0 1 0\n20 s2 rs2 200 C T 0 0 1 0 0 0\n";
 
-/// Reads a Plink set or a GEN/SAMPLE pair of which one file is the one of this test.
+/// Reads a Plink set or a GEN/SAMPLE pair, one file of which is the one under test.
 std::string read_plink(const std::string& bed, const std::string& bim, const std::string& fam,
                        const temporary_folder& folder) {
     study s;
@@ -77,7 +77,7 @@ std::string read_impute(const std::string& gen, const std::string& sample, const
 const std::string HAPS = "0 1 1 1\n1 0 0 0\n", LEGEND = "id position a0 a1\nrs1 100 A G\nrs2 200 C T\n",
                   PANEL = "sample\nR1\nR2\n";
 
-/// Reads a panel of which one file is the one of this test.
+/// Reads a panel, one file of which is the one under test.
 std::string read_panel(const std::string& haps, const std::string& legend, const std::string& sample,
                        const temporary_folder& folder) {
     study s;
@@ -156,7 +156,7 @@ class any_reader : public ::testing::TestWithParam<any_file> {
     const std::string expected = read("good", text);
 };
 
-TEST_P(any_reader, ReadsPackedFiles) {
+TEST_P(any_reader, ReadsCompressedFiles) {
     EXPECT_NE(expected.find_first_not_of(';'), std::string::npos);
     EXPECT_EQ(read(name + ".gz", support::gzip(text)), expected);
     EXPECT_EQ(read(name + ".bz2", support::bzip2(text)), expected);
@@ -185,13 +185,13 @@ TEST_P(any_reader, DropsAByteOrderMark) {
     EXPECT_EQ(read(name + ".gz", support::gzip("\xEF\xBB\xBF" + text)), expected);
 }
 
-TEST_P(any_reader, StopsAtWhatIsNoFile) {
+TEST_P(any_reader, StopsIfItIsNotAFile) {
     const temporary_folder& folder = capture.folder();
     for (const std::string& missing : {folder.at("missing"), folder.at("missing.gz"), folder.path()})
         EXPECT_TRUE(stops_with(futils::cannotOpen(missing), [&] { GetParam().read(missing, folder); }));
 }
 
-TEST_P(any_reader, StopsAtAPackedFileCutShort) {
+TEST_P(any_reader, StopsAtATruncatedCompressedFile) {
     for (const auto& [ending, whole] : {std::pair(std::string(".gz"), support::gzip(text)),
                                         std::pair(std::string(".bz2"), support::bzip2(text))})
         for (const std::size_t n : {std::size_t{0}, whole.size() / 2, whole.size() - 1}) {

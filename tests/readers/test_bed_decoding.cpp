@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(DecodeBed, AgreesWithThePlainWayForAllNumbersOfIndividuals) {
+TEST(DecodeBed, AgreesWithReferenceForAnyNumberOfIndividuals) {
     std::mt19937 random(1);
     for (int n = 0; n <= 70; ++n)
         for (const int padding : {0, 3}) {

@@ -22,7 +22,7 @@ unsigned code_of(char genotype) {
     return static_cast<unsigned>(std::string("0.12").find(genotype));
 }
 
-/// A BED file of these genotypes, one text an individual. `padding` fills the bits past a block's end.
+/// A BED file of these genotypes, one text per individual. `padding` fills the bits past the end of a block.
 std::string bed_file(const std::vector<std::string>& genotypes, int n_variants, char mode,
                      unsigned padding = 0) {
     const int n_ind = static_cast<int>(genotypes.size());
@@ -94,8 +94,9 @@ TEST(BedSource, VariantsIndividualsAndGenotypes) {
     }
 }
 
-TEST(BedSource, FourGenotypesAByteByHand) {
-    // From the low bits up: 0 is 00, missing 01, heterozygous 10, 2 is 11; then one more, and padding.
+TEST(BedSource, FourGenotypesPerByte) {
+    // From the low bits up: 0 is 00, missing 01, heterozygous 10, 2 is 11; then one more genotype, and
+    // padding.
     const plink_set files(std::string("\x6C\x1B\x01\xE4\xFE", 5), bim_file({100}), fam_file(NAMES));
     study s;
     files.read_into(s);
@@ -118,7 +119,7 @@ TEST(BedSource, OnlyBitZeroOfTheModeCounts) {
     }
 }
 
-TEST(BedSource, ExcludedLinesKeepTheRestInStep) {
+TEST(BedSource, ExcludedLinesDoNotShiftTheOthers) {
     for (const char mode : {SNP_MAJOR, INDIVIDUAL_MAJOR}) {
         const plink_set files(bed_file(FIVE, 4, mode), bim_file({100, -1, 200, 350}), fam_file(NAMES));
         study s;
@@ -135,7 +136,7 @@ TEST(BedSource, ExcludedLinesKeepTheRestInStep) {
     }
 }
 
-TEST(BedSource, AgreesWithThePlainEncoderForAllSizes) {
+TEST(BedSource, AgreesWithReferenceEncoderForAllSizes) {
     std::mt19937 random(1);
     for (const char mode : {SNP_MAJOR, INDIVIDUAL_MAJOR})
         for (int n_ind = 1; n_ind <= 9; ++n_ind)
@@ -171,7 +172,7 @@ TEST(BedSource, AgreesWithThePlainEncoderForAllSizes) {
             }
 }
 
-TEST(BedSource, NothingIsReadForNobodyOrNoVariant) {
+TEST(BedSource, NoIndividualsOrNoVariants) {
     for (const char mode : {SNP_MAJOR, INDIVIDUAL_MAJOR}) {
         const std::string head = std::string("\x6C\x1B") + mode;
         {
@@ -191,8 +192,8 @@ TEST(BedSource, NothingIsReadForNobodyOrNoVariant) {
     }
 }
 
-TEST(BedSource, CutShortTellsTheByteThatIsMissing) {
-    // Five genotypes a block take two bytes, in either mode.
+TEST(BedSource, TruncationReportsTheMissingByte) {
+    // Five genotypes in a block take two bytes, in either mode.
     const std::vector<std::string> square = {"01.20", "12001", ".0112", "22220", "0.10."};
     const std::vector<int> positions = {1, 2, 3, 4, 5};
     for (const char mode : {SNP_MAJOR, INDIVIDUAL_MAJOR}) {
@@ -217,7 +218,7 @@ TEST(BedSource, CutShortTellsTheByteThatIsMissing) {
     }
 }
 
-TEST(BedSource, CountsExcludedLinesWhereItIsCutShort) {
+TEST(BedSource, TruncationCountsExcludedLines) {
     const plink_set files(bed_file(FIVE, 4, SNP_MAJOR).substr(0, 3 + 7), bim_file(POSITIONS),
                           fam_file(NAMES));
     EXPECT_TRUE(stops_with("Binary file SM corrupted ind=4 snp=3", [&] {
@@ -234,7 +235,7 @@ struct fault_row {
     std::string message;
 };
 
-TEST(BedSource, FaultsStopTheRun) {
+TEST(BedSource, ErrorsStopTheRun) {
     const std::string bed = bed_file(FIVE, 4, SNP_MAJOR), bim = bim_file(POSITIONS), fam = fam_file(NAMES);
     std::string first_magic = bed, second_magic = bed;
     first_magic[0] = '\x6D';
@@ -281,7 +282,7 @@ TEST(BedSource, PositionsBeyondAnIntStopTheRun) {
         }));
 }
 
-TEST(BedSource, AllelesAreTakenAsTheyAre) {
+TEST(BedSource, AllelesAreKeptAsGiven) {
     const plink_set files(std::string("\x6C\x1B\x01\x00\x00", 5),
                           "20 rs1 0 100 0 G\n20 rs2 0 200 ATTC <DEL>\n", fam_file({"Ann"}));
     study s;

@@ -21,7 +21,7 @@ std::set<Key> keys(const std::map<Key, bool>& list) {
 
 TEST(CheckInd, ExclusionWins) {
     filter_reader filter;
-    EXPECT_TRUE(filter.checkInd("Ann")) << "empty lists filter nothing";
+    EXPECT_TRUE(filter.checkInd("Ann")) << "empty lists accept all";
     filter.ind_exclude["Bob"] = false;
     EXPECT_TRUE(filter.checkInd("Ann"));
     EXPECT_FALSE(filter.checkInd("Bob"));
@@ -78,7 +78,7 @@ class individual_list : public ::testing::TestWithParam<list_case> {
     log_capture capture;
 };
 
-TEST_P(individual_list, TakesWholeLines) {
+TEST_P(individual_list, UsesWholeLines) {
     const std::string name = capture.folder().put("list", "Ann\nBob \n Cem\nDi Eve\n\nAnn\nFay\r\nGil");
     (filter.*GetParam().read)(name);
     EXPECT_EQ(entered(), (std::set<std::string>{"Ann", "Bob ", " Cem", "Di Eve", "", "Fay\r", "Gil"}));
@@ -88,13 +88,13 @@ TEST_P(individual_list, TakesWholeLines) {
     EXPECT_EQ(capture.console(), expected);
 }
 
-TEST_P(individual_list, AddsToWhatIsThere) {
+TEST_P(individual_list, AddsToTheList) {
     (filter.*GetParam().read)(capture.folder().put("first", "Ann\n"));
     (filter.*GetParam().read)(capture.folder().put("second", "Bob\n"));
     EXPECT_EQ(entered(), (std::set<std::string>{"Ann", "Bob"}));
 }
 
-TEST_P(individual_list, EmptyFileGivesNoCount) {
+TEST_P(individual_list, EmptyFilePrintsNoCount) {
     const std::string name = capture.folder().put("list", "");
     (filter.*GetParam().read)(name);
     EXPECT_TRUE(entered().empty());
@@ -122,21 +122,21 @@ class variant_list : public ::testing::TestWithParam<list_case> {
     log_capture capture;
 };
 
-TEST_P(variant_list, TakesTheNumberAtTheHead) {
+TEST_P(variant_list, UsesTheNumberAtTheStartOfALine) {
     const std::string name = capture.folder().put("list", "100\n 200 rs7\n300x\nrs9\n\n-5\r\n400");
     (filter.*GetParam().read)(name);
-    EXPECT_EQ(entered(), (std::set<int>{100, 200, 300, 0, -5, 400})) << "no number reads as 0";
+    EXPECT_EQ(entered(), (std::set<int>{100, 200, 300, 0, -5, 400})) << "text without a number is read as 0";
     EXPECT_EQ(capture.log(), std::string(GetParam().heading) + name + "]\n  * 7" + GetParam().closing + "\n");
 }
 
-TEST_P(variant_list, CountsLinesAndHoldsPositions) {
+TEST_P(variant_list, CountsLinesAndStoresPositions) {
     const std::string name = capture.folder().put("list", "100\n100\n100\n");
     (filter.*GetParam().read)(name);
     EXPECT_EQ(entered(), std::set<int>{100});
     EXPECT_EQ(capture.log(), std::string(GetParam().heading) + name + "]\n  * 3" + GetParam().closing + "\n");
 }
 
-TEST_P(variant_list, EmptyFileGivesNoCount) {
+TEST_P(variant_list, EmptyFilePrintsNoCount) {
     const std::string name = capture.folder().put("list", "");
     (filter.*GetParam().read)(name);
     EXPECT_TRUE(entered().empty());

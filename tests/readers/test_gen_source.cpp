@@ -22,7 +22,7 @@ struct impute_pair {
         : gen(capture.folder().put("study.gen", gen_text)),
           sample(capture.folder().put("study.sample", "ID_1 ID_2 missing\n0 0 0\n" + sample_lines)) {}
     void read_into(study& s, double threshold = 0.9) const { s.read_gen(gen, sample, threshold); }
-    /// What the log holds after the line that announces the GEN file.
+    /// The text in the log after the line that announces the GEN file.
     std::string log_of_gen() const {
         const std::string log = capture.log();
         const std::size_t start = log.find("\nReading SNPs and genotypes in [");
@@ -75,7 +75,7 @@ TEST(GenSource, NewLayoutWithExcludedIndividuals) {
               "  * genotypes passing the threshold (= 100.0 %)\n");
 }
 
-TEST(GenSource, LayoutsMayMixAndTheLastIsTold) {
+TEST(GenSource, LayoutsMayMixAndTheLastIsReported) {
     const std::string old_line = "snp2 rs2 200 C T 0 0 1 1 0 0\n",
                       new_line = "20 snp1 rs1 100 A G 1 0 0 0 1 0\n",
                       later = "20 snp3 rs3 300 A C 0 1 0 0 1 0\n";
@@ -104,7 +104,7 @@ TEST(GenSource, EmptyGenFile) {
     EXPECT_EQ(s.genotypes(), std::vector<std::string>(2));
 }
 
-TEST(GenSource, NobodyInTheSample) {
+TEST(GenSource, NoIndividuals) {
     const impute_pair files("snp1 rs1 100 A G\n20 snp2 rs2 200 A G\n", "");
     study s;
     files.read_into(s);
@@ -112,7 +112,7 @@ TEST(GenSource, NobodyInTheSample) {
     EXPECT_EQ(files.log_of_gen(), "  * New GEN/SAMPLE format detected\n  * 2 SNPs included\n");
 }
 
-TEST(GenSource, ThresholdIsToldInFourDecimalsOrAsMax) {
+TEST(GenSource, ThresholdIsPrintedWithFourDecimalsOrAsMax) {
     for (const auto& [threshold, text] :
          {std::pair(0.95, "0.9500"), std::pair(1.0, "1.0000"), std::pair(-1.0, "MAX")}) {
         const impute_pair files("", TWO);
@@ -131,13 +131,13 @@ struct call_row {
     const char* expected;
 };
 
-TEST(GenSource, CallsByHand) {
+TEST(GenSource, ExamplesOfCalls) {
     for (const call_row& r :
          {call_row{"certain", "1 0 0", 0.9, "0"},
           call_row{"reaches the threshold", "0.02 0.96 0.02", 0.9, "1"},
           call_row{"normalised first", "0.5 0.3 0.2", 0.9, "."},
           call_row{"8 of 9 is too little", "0.8 0.1 0.0", 0.9, "."},
-          call_row{"0.9 as float lies below the double", "9 0.5 0.5", 0.9, "."},
+          call_row{"0.9 as float is below the double", "9 0.5 0.5", 0.9, "."},
           call_row{"weights need no sum of 1", "0 0 7", 0.9, "2"},
           call_row{"no information", "0 0 0", 0.9, "."},
           call_row{"no information, least threshold", "0 0 0", 0.51, "."},
@@ -154,7 +154,7 @@ TEST(GenSource, CallsByHand) {
     }
 }
 
-TEST(GenSource, OldLineOfOneAlleleTwiceIsHomozygous) {
+TEST(GenSource, OldLayoutLineWithOneAlleleTwiceIsHomozygous) {
     const impute_pair files(
         "snp1 rs1 100 A A 1 0 0 0 1 0 0 0 1 0 0 0\n"
         "20 snp2 rs2 200 A A 1 0 0 0 1 0 0 0 1 0 0 0\n"
@@ -162,11 +162,11 @@ TEST(GenSource, OldLineOfOneAlleleTwiceIsHomozygous) {
         "F Ann 0\nF Bob 0\nF Cem 0\nF Dan 0\n");
     study s;
     files.read_into(s);
-    // In the new layout the two fields compared are position and first allele.
+    // In the new layout the two fields compared are the position and the first allele.
     EXPECT_EQ(s.genotypes(), (std::vector<std::string>{"000", "010", "020", "..."}));
 }
 
-TEST(GenSource, FilteredVariantsAreLeftUnread) {
+TEST(GenSource, GenotypesOfFilteredVariantsAreNotRead) {
     const impute_pair files(
         "snp1 rs1 100 A G 1 0 0 0 1 0\n"
         "snp2 rs2 200 A G 0 0 1 0 0 1\n"
@@ -184,7 +184,7 @@ TEST(GenSource, FilteredVariantsAreLeftUnread) {
               "  * genotypes NOT passing the threshold (= 25.0 %)\n");
 }
 
-TEST(GenSource, NothingPassingTellsOnlyThat) {
+TEST(GenSource, ReportsOnlyFailuresIfNothingPasses) {
     const impute_pair files("snp1 rs1 100 A G 0 0 0 0 0 0\n", TWO);
     study s;
     files.read_into(s);
@@ -193,7 +193,8 @@ TEST(GenSource, NothingPassingTellsOnlyThat) {
               "  * genotypes NOT passing the threshold (= 100.0 %)\n");
 }
 
-/// A call in words: three texts become floats, are divided by their float sum in double, narrowed, compared.
+/// Reference implementation of a call: three texts become floats, are divided by their float sum in double,
+/// rounded to float and compared.
 char call_plainly(const std::string& x, const std::string& y, const std::string& z, double threshold) {
     float p[3] = {static_cast<float>(std::atof(x.c_str())), static_cast<float>(std::atof(y.c_str())),
                   static_cast<float>(std::atof(z.c_str()))};
@@ -216,7 +217,7 @@ char call_plainly(const std::string& x, const std::string& y, const std::string&
     return '.';
 }
 
-TEST(GenSource, CallsAgreeWithPlainArithmetic) {
+TEST(GenSource, CallsAgreeWithReference) {
     std::mt19937 random(1);
     for (const double threshold : {0.9, 0.6, 1.0, -1.0}) {
         constexpr int n_ind = 40, n_variants = 30;
@@ -252,7 +253,7 @@ struct fault_row {
     const char* message;
 };
 
-TEST(GenSource, FaultsStopTheRun) {
+TEST(GenSource, ErrorsStopTheRun) {
     const char* const good = "snp1 rs1 100 A G 1 0 0 0 1 0\n";
     for (const fault_row& r :
          {fault_row{"two fields in the sample", good, "F1 Ann 0\nF2 Bob\n",
@@ -279,7 +280,7 @@ TEST(GenSource, FaultsStopTheRun) {
     }
 }
 
-TEST(GenSource, FieldsAreCountedBeforeTheFilterIsAsked) {
+TEST(GenSource, FieldsAreCountedBeforeFiltering) {
     const impute_pair files("snp1 rs1 100 A G 1 0 0\n", TWO);
     EXPECT_TRUE(stops_with("Line=1 found=8 fields, expected=11 or 12", [&] {
         study s;
@@ -297,7 +298,7 @@ TEST(GenSource, PositionsBeyondAnIntStopTheRun) {
         }));
 }
 
-TEST(GenSource, HeaderLinesAreSkippedUnread) {
+TEST(GenSource, HeaderLinesAreIgnored) {
     const impute_pair files("", "");
     for (const char* text : {"", "one line", "one line\n", "x\ny", "x\ny\n"}) {
         const std::string sample = files.capture.folder().put("short.sample", text);
@@ -315,7 +316,7 @@ struct hard_call_row {
     int call;
 };
 
-TEST(HardCall, ByHand) {
+TEST(HardCall, Examples) {
     for (const hard_call_row& r :
          {hard_call_row{{0.95F, 0.05F, 0.0F}, 0.9, 0}, hard_call_row{{0.05F, 0.95F, 0.0F}, 0.9, 1},
           hard_call_row{{0.0F, 0.0F, 1.0F}, 0.9, 2}, hard_call_row{{0.4F, 0.4F, 0.2F}, 0.9, -1},
@@ -323,7 +324,7 @@ TEST(HardCall, ByHand) {
           hard_call_row{{0.2F, 0.4F, 0.4F}, -1.0, 1}, hard_call_row{{0.4F, 0.2F, 0.4F}, -1.0, 0},
           hard_call_row{{0.1F, 0.2F, 0.7F}, -0.5, 2}, hard_call_row{{1.0F, 0.0F, 0.0F}, 1.0, 0},
           hard_call_row{{1.0F, 0.0F, 0.0F}, 0.0, 2}, hard_call_row{{0.0F, 0.0F, 0.0F}, 0.0, 2},
-          // 0.9 as float lies below 0.9 as double.
+          // 0.9 as float is below 0.9 as double.
           hard_call_row{{0.9F, 0.1F, 0.0F}, 0.9, -1}}) {
         std::array<float, 3> p = r.p;
         long n_missing = 10, n_called = 20;
@@ -335,7 +336,7 @@ TEST(HardCall, ByHand) {
     }
 }
 
-TEST(HardCall, TakesAGenotypeThatReachesTheThresholdOrTheFirstLargest) {
+TEST(HardCall, CallsTheGenotypeAtTheThresholdOrTheFirstLargest) {
     std::mt19937 random(1);
     for (int trial = 0; trial < 2000; ++trial) {
         std::array<float, 3> p{};
@@ -343,7 +344,7 @@ TEST(HardCall, TakesAGenotypeThatReachesTheThresholdOrTheFirstLargest) {
         const double threshold = 0.55 + 0.05 * static_cast<double>(random() % 9);
         long n_missing = 0, n_called = 0;
         std::array<float, 3> q = p;
-        // Above one half the values here pass one at most; the sums play no part.
+        // The values need not sum to 1: trials in which two of them reach the threshold are skipped.
         int expected = -1;
         for (int g = 2; g >= 0 && expected < 0; --g)
             if (p[g] >= threshold) expected = g;

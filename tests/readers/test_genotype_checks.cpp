@@ -17,14 +17,14 @@ using support::stops_with;
 using support::study_of;
 using support::variants_of;
 
-/// The checks as a run does them.
+/// The checks in the order of a run.
 void check_and_repair(genotype_store& store, bool tolerate_empty = false) {
     const genotype_counts counts = count_genotypes(store);
     check_missing(counts, tolerate_empty);
     repair_monomorphic(store, counts);
 }
 
-TEST(GenotypeChecks, CleanDataGivesNoLine) {
+TEST(GenotypeChecks, CleanDataPrintsNothing) {
     const log_capture capture;
     genotype_store s = study_of({"0112", "1021", "2110"});
     const auto before = genotypes_of(s);
@@ -102,7 +102,8 @@ TEST(GenotypeChecks, RepairsMonomorphicVariants) {
               "2\t2",
               "  * 1 SNPs with high rates of missing data (>5%)\n"}}) {
         const log_capture capture;
-        // Many other variants, of both alleles twice at least, keep the individuals' missing rates low.
+        // Many other variants, with at least two copies of both alleles, keep the missing rates of
+        // individuals low.
         std::vector<std::string> genotypes;
         for (const std::string& own : r.genotypes)
             genotypes.push_back(own + std::string(40, genotypes.empty() ? '2' : '0'));
@@ -123,7 +124,7 @@ TEST(GenotypeChecks, RepairsMonomorphicVariants) {
     }
 }
 
-TEST(GenotypeChecks, LoneHeterozygoteHasTwoSingleAlleles) {
+TEST(GenotypeChecks, SingleHeterozygoteIsOneSingleton) {
     const log_capture capture;
     genotype_store s = study_of({"1"});
     check_and_repair(s);
@@ -153,7 +154,7 @@ TEST(GenotypeChecks, MoreThanFivePercentIsHigh) {
     }
 }
 
-TEST(GenotypeChecks, LinesComeInOrder) {
+TEST(GenotypeChecks, MessagesComeInOrder) {
     const log_capture capture;
     genotype_store s = study_of({"02.1", "00.2", "02.2", ".000", "0012"});
     check_and_repair(s);
@@ -165,7 +166,7 @@ TEST(GenotypeChecks, LinesComeInOrder) {
               "  * 1 singletons SNPs\n");
 }
 
-/// Whether the checks stop with this message, having repaired nothing.
+/// Whether the checks stop with this message before they repair anything.
 void expect_stop(const std::vector<std::string>& genotypes, const std::string& message) {
     const log_capture capture;
     EXPECT_TRUE(stops_with(message, [&] {
@@ -192,7 +193,7 @@ TEST(GenotypeChecks, NothingToPhaseStopsTheRun) {
     }));
 }
 
-TEST(GenotypeChecks, TolerantFormReportsAndGoesOn) {
+TEST(GenotypeChecks, ToleratedEmptyDataAreOnlyReported) {
     const log_capture capture;
     genotype_store s = study_of({"0.2", "...", "2.0", "2.2"});
     check_and_repair(s, true);
@@ -204,7 +205,7 @@ TEST(GenotypeChecks, TolerantFormReportsAndGoesOn) {
               "  * 1 monomorphic SNPs\n"
               "  * 4 missing genotypes automatically imputed at monomorphic SNPs\n");
     EXPECT_EQ(genotypes_of(s), (std::vector<std::string>{"002", ".0.", "200", "202"}));
-    EXPECT_EQ(variants_of(s.snps)[1], "rs1:200:G:A") << "neither allele was seen, so it is turned";
+    EXPECT_EQ(variants_of(s.snps)[1], "rs1:200:G:A") << "neither allele is observed, so it is flipped";
 }
 
 }  // namespace

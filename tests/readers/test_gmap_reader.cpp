@@ -42,7 +42,7 @@ TEST(GmapReader, HeaderAloneIsAnEmptyMap) {
     }
 }
 
-TEST(GmapReader, AcceptsWhatIsNotFalling) {
+TEST(GmapReader, AcceptsEqualPositions) {
     struct row {
         const char* name;
         const char* lines;
@@ -60,7 +60,7 @@ TEST(GmapReader, AcceptsWhatIsNotFalling) {
     }
 }
 
-TEST(GmapReader, FaultsStopTheRun) {
+TEST(GmapReader, ErrorsStopTheRun) {
     struct row {
         const char* name;
         const char* lines;

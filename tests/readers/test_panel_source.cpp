@@ -17,7 +17,7 @@ using support::log_capture;
 using support::stops_with;
 using support::study;
 
-/// Three files of a panel, and the log.
+/// The three files of a panel, and the log.
 struct panel {
     panel(const std::string& haps_text, const std::string& legend_lines, const std::string& sample_lines)
         : haps(capture.folder().put("panel.haps", haps_text)),
@@ -32,7 +32,7 @@ struct panel {
 /// A study of one individual; the variants are at 100, 200, ... bp with alleles A and G.
 struct small_study : study {
     explicit small_study(int n_variants) { store = support::study_of({std::string(n_variants, '0')}); }
-    /// Of one variant a pair of alleles, all at 100 bp.
+    /// One variant per pair of alleles, all at 100 bp.
     explicit small_study(const std::vector<std::pair<std::string, std::string>>& alleles) {
         for (const auto& [a0, a1] : alleles) store.snps.put(snp(100, a0, a1));
         store.snps.indexing();
@@ -59,7 +59,7 @@ TEST(PanelSource, AlignsThePanelToTheStudy) {
     EXPECT_EQ(files.capture.console(), files.capture.log());
 }
 
-TEST(PanelSource, SwappedAllelesTurnTheRow) {
+TEST(PanelSource, SwappedAllelesFlipTheRow) {
     const panel files("0 1 1 0\n0 1 1 0\n", "rs0 100 G A\nrs1 200 A G\n", TWO);
     small_study s(2);
     files.read_into(s);
@@ -75,11 +75,11 @@ TEST(PanelSource, RowsInAnyOrderAndBeyondTheStudy) {
         "rs1 200 A G\nrs9 250 A G\nrs8 100 C T\nrs0 100 A G\n", TWO);
     small_study s(2);
     files.read_into(s);
-    // As long as the legend, indexed by the study's variants, and 0 behind them.
+    // As many loci as the legend has lines, indexed by the study's variants, and 0 past them.
     EXPECT_EQ(s.panel_haplotypes(), (std::vector<std::string>{"1000", "1100", "1100", "0000"}));
 }
 
-TEST(PanelSource, OnlyOneIsTheSecondAllele) {
+TEST(PanelSource, OnlyTheDigit1IsTheSecondAllele) {
     for (const auto& [legend, expected] :
          {std::pair("rs0 100 A G\n", "1000"), std::pair("rs0 100 G A\n", "0111")}) {
         const panel files("1 2 ? 01\n", legend, TWO);
@@ -91,19 +91,19 @@ TEST(PanelSource, OnlyOneIsTheSecondAllele) {
     }
 }
 
-TEST(PanelSource, ExcludedIndividualsAreSteppedOver) {
+TEST(PanelSource, ExcludedIndividualsAreSkipped) {
     const panel files("0 1 1 1 0 1\n", "rs0 100 A G\n", "R1\nR2\nI0\n");
     small_study s(1);
     s.filter.ind_exclude["R2"] = false;
     files.read_into(s);
     EXPECT_EQ(s.panel_haplotypes(), (std::vector<std::string>{"0", "1", "0", "1"}))
-        << "a name that the study has too is fine";
+        << "an identifier that is also in the study is accepted";
     EXPECT_NE(files.capture.log().find(
                   "  * 4 reference haplotypes included\n  * 2 reference haplotypes excluded\n"),
               std::string::npos);
 }
 
-TEST(PanelSource, MonomorphicVariantsFindTheirAllele) {
+TEST(PanelSource, MonomorphicVariantsMatchByTheirAllele) {
     for (const auto& [legend, expected] : {std::pair("rs0 100 A G\n", "01"), std::pair("rs0 100 G A\n", "10"),
                                            std::pair("rs0 100 A A\n", "01")}) {
         const panel files("0 1\n", legend, "R1\n");
@@ -125,18 +125,18 @@ TEST(PanelSource, VariantsAtOnePositionDifferByTheirAlleles) {
     const panel files("0 1\n1 0\n", "rs1 100 C T\nrs0 100 A G\n", "R1\n");
     small_study s({{"A", "G"}, {"T", "C"}});
     files.read_into(s);
-    EXPECT_EQ(s.panel_haplotypes(), (std::vector<std::string>{"11", "00"})) << "the second one is turned";
+    EXPECT_EQ(s.panel_haplotypes(), (std::vector<std::string>{"11", "00"})) << "the second one is flipped";
 }
 
 TEST(PanelSource, AbsentVariantsHaveNoMatch) {
     const panel files("0 1\n0 1\n", "rs0 100 A G\nrs2 300 C T\n", "R1\n");
     small_study s(4);
     files.read_into(s);
-    // The second and the fourth have no line, the third has one of other alleles.
+    // The second and the fourth variant have no line, the third one has a line with other alleles.
     EXPECT_EQ(s.absent(), (std::vector<int>{200, 300, 400}));
 }
 
-TEST(PanelSource, SecondOfTwoAlikeIsNeverMatched) {
+TEST(PanelSource, OnlyTheFirstOfTwoEqualVariantsIsMatched) {
     const panel files("0 1\n0 1\n", "rs0 100 A G\nrs1 100 A G\n", "R1\n");
     small_study s({{"A", "G"}, {"A", "G"}});
     files.read_into(s);
@@ -144,7 +144,7 @@ TEST(PanelSource, SecondOfTwoAlikeIsNeverMatched) {
     EXPECT_FALSE(s.store.snps.getByIndex(1)->in_ref);
 }
 
-TEST(PanelSource, YieldsTheRowsThatTheStudyHas) {
+TEST(PanelSource, YieldsOnlyRowsOfStudyVariants) {
     const panel files("0 1\n1 0\n1 1\n", "rs2 300 A G\nrs9 50 A G\nrs0 100 G A\n", "R1\n");
     small_study s(3);
     panel_source source(files.legend, files.sample, s.filter, s.store.snps);
@@ -156,7 +156,7 @@ TEST(PanelSource, YieldsTheRowsThatTheStudyHas) {
     EXPECT_FALSE(block.variants[0].is_turned);
     EXPECT_EQ(block.variants[1].idx, 0);
     EXPECT_TRUE(block.variants[1].is_turned);
-    EXPECT_EQ(block.words, (std::vector<std::uint64_t>{0b10, 0b11})) << "as the file has them";
+    EXPECT_EQ(block.words, (std::vector<std::uint64_t>{0b10, 0b11})) << "as in the file";
     EXPECT_FALSE(source.read(block));
     EXPECT_FALSE(source.read(block)) << "and none after that";
 }
@@ -168,7 +168,7 @@ TEST(PanelSource, ShorterHapsLeaveZeros) {
     EXPECT_EQ(s.panel_haplotypes(), (std::vector<std::string>{"10", "10"}));
 }
 
-TEST(PanelSource, LinesBeyondTheLegendAreToldAndLeft) {
+TEST(PanelSource, LinesBeyondTheLegendAreReportedAndIgnored) {
     const panel files("0 1\nx y z\n1 0\n", "rs0 100 A G\n", "R1\n");
     small_study s(1);
     files.read_into(s);
@@ -177,7 +177,7 @@ TEST(PanelSource, LinesBeyondTheLegendAreToldAndLeft) {
               std::string::npos);
 }
 
-TEST(PanelSource, FaultsStopTheRun) {
+TEST(PanelSource, ErrorsStopTheRun) {
     struct row {
         const char *name, *haps, *legend, *sample, *message;
     };
@@ -218,7 +218,7 @@ TEST(PanelSource, PositionsBeyondAnIntStopTheRun) {
     }));
 }
 
-TEST(PanelSource, EveryBitFindsItsPlace) {
+TEST(PanelSource, ReadsEveryAllele) {
     std::mt19937 random(1);
     for (int trial = 0; trial < 30; ++trial) {
         const int n_variants = 1 + static_cast<int>(random() % 20),

@@ -8,14 +8,14 @@ namespace {
 
 using support::stops_with;
 
-/// An intake whose filter keeps all that is offered until the test says otherwise.
+/// An intake whose filter keeps everything unless the test changes it.
 struct open_intake {
     open_intake() { filter.initialise(0, 2147483647); }
     filter_reader filter;
     study_intake intake{filter};
 };
 
-TEST(KeepsIndividual, SecondOfOneNameStopsTheRun) {
+TEST(KeepsIndividual, DuplicateIdentifierStopsTheRun) {
     open_intake s;
     EXPECT_TRUE(s.intake.keeps_individual("Ann"));
     EXPECT_TRUE(s.intake.keeps_individual("Bob"));
@@ -24,14 +24,14 @@ TEST(KeepsIndividual, SecondOfOneNameStopsTheRun) {
                            [&] { s.intake.keeps_individual("Ann"); }));
 }
 
-TEST(KeepsIndividual, ExcludedOnesMayShareAName) {
+TEST(KeepsIndividual, ExcludedIndividualsMayShareAnIdentifier) {
     open_intake s;
     s.filter.ind_exclude["Ann"] = false;
     EXPECT_FALSE(s.intake.keeps_individual("Ann"));
     EXPECT_FALSE(s.intake.keeps_individual("Ann"));
 }
 
-TEST(KeepsIndividual, DuplicatesAreFoundBeforeTheFilterIsAsked) {
+TEST(KeepsIndividual, DuplicatesAreFoundBeforeFiltering) {
     open_intake s;
     s.intake.keeps_individual("Ann");
     s.filter.ind_exclude["Ann"] = false;
@@ -39,19 +39,19 @@ TEST(KeepsIndividual, DuplicatesAreFoundBeforeTheFilterIsAsked) {
                            [&] { s.intake.keeps_individual("Ann"); }));
 }
 
-TEST(KeepsVariant, PositionsMayRepeatAndRise) {
+TEST(KeepsVariant, PositionsMayRepeatAndIncrease) {
     open_intake s;
     for (const int position : {0, 100, 100, 250}) EXPECT_TRUE(s.intake.keeps_variant(position));
 }
 
-TEST(KeepsVariant, NegativePositionsAreRefusedSilently) {
+TEST(KeepsVariant, NegativePositionsAreDroppedSilently) {
     open_intake s;
     EXPECT_TRUE(s.intake.keeps_variant(100));
-    EXPECT_FALSE(s.intake.keeps_variant(-1)) << "not even their order is looked at";
+    EXPECT_FALSE(s.intake.keeps_variant(-1)) << "their order is not checked";
     EXPECT_TRUE(s.intake.keeps_variant(100));
 }
 
-TEST(KeepsVariant, FallingPositionsStopTheRunEvenIfFilteredOut) {
+TEST(KeepsVariant, DecreasingPositionsStopTheRunEvenIfFilteredOut) {
     open_intake s;
     s.filter.snp_exclude[99] = true;
     s.intake.keeps_variant(100);
@@ -61,7 +61,7 @@ TEST(KeepsVariant, FallingPositionsStopTheRunEvenIfFilteredOut) {
             [&] { s.intake.keeps_variant(position); }));
 }
 
-TEST(KeepsVariant, FilteredVariantsSetNoPosition) {
+TEST(KeepsVariant, FilteredVariantsDoNotCountForTheOrder) {
     open_intake s;
     s.filter.snp_exclude[500] = true;
     EXPECT_TRUE(s.intake.keeps_variant(100));

@@ -12,12 +12,12 @@
 #include "support/haplotype_text.h"
 #include "support/log_capture.h"
 
-/// What holds for every form of selection.
+/// Checks for every selector.
 namespace {
 
 constexpr int N_INDIVIDUALS = 150, N_PANEL = 6, N_LOCI = 400, K = 8;
 
-/// Individuals and a panel around a few founders, at variants 100 bp apart, with first haplotypes.
+/// Individuals and a panel derived from a few founders, at variants 100 bp apart, with first haplotypes.
 genhap_set cohort() {
     std::mt19937 random(3);
     std::vector<std::string> founders;
@@ -67,7 +67,7 @@ TEST_P(selectors, JobsCoverEveryIndividualInOrder) {
     const std::vector<phasing_job> jobs = selector->list_jobs(draws);
     ASSERT_FALSE(jobs.empty());
     int next = 0;
-    EXPECT_GT(jobs.size(), 2U * N_INDIVIDUALS) << "several windows for most";
+    EXPECT_GT(jobs.size(), 2U * N_INDIVIDUALS) << "several windows for most individuals";
     for (int ind = 0; ind < N_INDIVIDUALS; ++ind) {
         int end_locus = -1, n_windows = 0;
         for (; next < static_cast<int>(jobs.size()) && jobs[next].individual == ind; ++next, ++n_windows) {
@@ -96,14 +96,14 @@ TEST_P(selectors, SelectOthersAndThePanel) {
         for (const int h : idx) {
             EXPECT_GE(h, 0);
             EXPECT_LT(h, set.n_haplotypes());
-            EXPECT_NE(h / 2, job.individual) << "never its own";
+            EXPECT_NE(h / 2, job.individual) << "never the individual's own";
             is_panel_selected |= h >= 2 * N_INDIVIDUALS;
         }
     }
     EXPECT_TRUE(is_panel_selected);
 }
 
-TEST_P(selectors, SameDrawsSameSelectionInAnyMemory) {
+TEST_P(selectors, SameDrawsGiveTheSameSelectionInAnyWorker) {
     const auto select_all = [this](bool with_one_worker) {
         const auto fresh = GetParam().make(set, team);
         random_source same(11);
@@ -121,7 +121,7 @@ TEST_P(selectors, SameDrawsSameSelectionInAnyMemory) {
     EXPECT_EQ(select_all(true), select_all(false));
 }
 
-TEST_P(selectors, MeasuringTakesNoDraw) {
+TEST_P(selectors, MeasureDrawsNothing) {
     selector->prepare(true, draws);
     const std::vector<phasing_job> jobs = selector->list_jobs(draws);
     const auto first = selector->make_worker(), second = selector->make_worker();
@@ -135,7 +135,7 @@ TEST_P(selectors, MeasuringTakesNoDraw) {
     EXPECT_EQ(again, once);
 }
 
-TEST_P(selectors, SeeTheHaplotypesAsTheyWereWhenPrepared) {
+TEST_P(selectors, UseTheHaplotypesAsOfPrepare) {
     selector->prepare(true, draws);
     const phasing_job job = selector->list_jobs(draws)[0];
     const auto worker = selector->make_worker();
@@ -144,7 +144,7 @@ TEST_P(selectors, SeeTheHaplotypesAsTheyWereWhenPrepared) {
     selector->prepare(false, draws);
     std::vector<int> idx;
     worker->measure(job);
-    EXPECT_EQ(worker->choose(job, draws, idx), 0) << "the nearest is equal";
+    EXPECT_EQ(worker->choose(job, draws, idx), 0) << "the nearest haplotype is equal";
 }
 
 INSTANTIATE_TEST_SUITE_P(Selection, selectors, ::testing::ValuesIn(FORMS),

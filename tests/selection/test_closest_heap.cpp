@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The same by the library's own heap.
+/// The same with std::push_heap and std::pop_heap.
 struct library_heap {
     void push(int h, int distance) {
         heap.push_back({h, distance});
@@ -19,7 +19,7 @@ struct library_heap {
     std::vector<haplotype_distance> heap;
 };
 
-TEST(ClosestHeap, StaysByTheRulesOfTheLibrary) {
+TEST(ClosestHeap, AgreesWithTheStandardHeap) {
     std::mt19937 random(1);
     for (int trial = 0; trial < 300; ++trial) {
         const int K = static_cast<int>(random() % 40);
@@ -30,7 +30,7 @@ TEST(ClosestHeap, StaysByTheRulesOfTheLibrary) {
             const int distance = static_cast<int>(random() % 12);
             closest.push(h, distance);
             library.push(h, distance);
-            if (random() % 2 == 0) continue;  // up to several above the capacity before it is trimmed
+            if (random() % 2 == 0) continue;  // so that several entries may exceed the capacity before trim
             closest.trim();
             while (static_cast<int>(library.heap.size()) > K) library.pop();
             ASSERT_EQ(memory.size(), library.heap.size());
@@ -59,7 +59,7 @@ TEST(ClosestHeap, HasNoLimitUntilItIsFull) {
     closest.push(1, 3);
     EXPECT_EQ(closest.limit(), 5);
     std::vector<int> idx;
-    EXPECT_EQ(closest.drain(idx, 2), 2) << "a bound below all distances";
+    EXPECT_EQ(closest.drain(idx, 2), 2) << "a bound that is smaller than all distances";
     EXPECT_EQ(idx, (std::vector<int>{0, 1}));
 }
 

@@ -15,15 +15,15 @@ using support::haplotype;
 using support::plain_generator;
 using support::random_alleles;
 
-// ---- the plain twin: texts, and a heap written down from its rules
+// ---- reference implementation with texts and its own heap
 
 struct entry {
     int idx, dist;
 };
 
-/// A binary heap with the largest distance on top. An entry pushed climbs while its parent is nearer. The top
-/// is popped by moving up the larger child all the way down, the right one unless the left is larger, and
-/// letting the last entry climb from there.
+/// A binary heap with the largest distance on top. A pushed entry climbs while its parent is nearer. To pop
+/// the top, the larger child moves up at each level, the right one on ties, and the last entry climbs from
+/// the bottom.
 class plain_heap {
   public:
     bool empty() const { return entries.empty(); }
@@ -189,13 +189,13 @@ class plain_selection {
 
 // ---- sets of haplotypes
 
-/// Haplotypes of `n` individuals; those behind 2n are the panel's.
+/// Haplotypes of `n` individuals; those from 2n on are the panel's.
 struct haplotype_set {
     haplotype_set(int n, const std::vector<std::string>& texts)
         : text(texts), n_individuals(n), H(support::haplotypes(texts)) {
         tiles.copy(H);
     }
-    /// Selects among all, and among those marked.
+    /// Selects among all haplotypes, or among the marked ones.
     int select(int ind, int K, int first, int last, random_source& random, std::vector<int>& idx) {
         hamming_selection selection(H, tiles, n_individuals, K);
         selection.measure(ind, {first, last, 0, 0});
@@ -215,7 +215,7 @@ struct haplotype_set {
 };
 
 std::vector<std::string> random_haplotypes(int n, int n_loci, std::mt19937& random) {
-    // Copies of a few with changes, so that distances are small and often equal.
+    // Copies of a few haplotypes with changes, so that distances are small and often equal.
     std::vector<std::string> founders, texts;
     for (int f = 0; f < 3; ++f) founders.push_back(random_alleles(n_loci, random));
     for (int h = 0; h < n; ++h) {
@@ -228,7 +228,7 @@ std::vector<std::string> random_haplotypes(int n, int n_loci, std::mt19937& rand
     return texts;
 }
 
-TEST(PlainHeap, KeepsTheRulesOfTheLibrary) {
+TEST(PlainHeap, AgreesWithTheStandardHeap) {
     std::mt19937 random(1);
     plain_heap plain;
     std::vector<haplotype_distance> heap;
@@ -248,7 +248,7 @@ TEST(PlainHeap, KeepsTheRulesOfTheLibrary) {
     }
 }
 
-TEST(HammingSelection, AgreesWithThePlainTwin) {
+TEST(HammingSelection, AgreesWithReference) {
     std::mt19937 random(2);
     int n_full = 0;
     for (int trial = 0; trial < 600; ++trial) {
@@ -275,17 +275,17 @@ TEST(HammingSelection, AgreesWithThePlainTwin) {
             best = haps.select(mask, ind, K, first, last, draws, idx);
         }
         ASSERT_EQ(idx, expected) << "trial " << trial;
-        if (K == 0) continue;  // nothing can be chosen, and nobody asks how far away nothing is
+        if (K == 0) continue;  // nothing is selected, so the distance has no meaning
         ASSERT_EQ(best, plain.best) << "trial " << trial;
         ASSERT_EQ(draws.draw(), generator.draw()) << "trial " << trial;
         n_full += static_cast<int>(idx.size()) == K;
     }
-    EXPECT_GT(n_full, 200) << "the trials reach the rules of a full heap";
+    EXPECT_GT(n_full, 200) << "the trials cover a full heap";
 }
 
-TEST(HammingSelection, WantsMoreThanThereAre) {
+TEST(HammingSelection, KLargerThanTheSet) {
     random_source draws(1);
-    // Target 0 is all zeros, target 1 all ones; each other pair lies close to target 0.
+    // Target 0 is all zeros, target 1 all ones; each other pair is close to target 0.
     haplotype_set haps(
         4, {"00000000", "11111111", "00000000", "00000001", "00000011", "00000001", "00000111", "00000111"});
     std::vector<int> idx;
@@ -296,25 +296,25 @@ TEST(HammingSelection, WantsMoreThanThereAre) {
     EXPECT_EQ(idx[5], 2) << "the nearest comes last";
 }
 
-TEST(HammingSelection, EquallyFarIsNotNearer) {
+TEST(HammingSelection, TiesWithTheFarthestAreNotTaken) {
     random_source draws(1);
-    // All lie at distance 1; the first two fill the heap.
+    // All are at distance 1; the first two fill the heap.
     haplotype_set haps(4, {"0000", "0000", "1000", "0100", "0010", "0001", "1000", "0001"});
     std::vector<int> idx;
     EXPECT_EQ(haps.select(0, 2, 0, 3, draws, idx), 1);
     EXPECT_EQ(std::set<int>(idx.begin(), idx.end()), (std::set<int>{2, 3}));
 }
 
-TEST(HammingSelection, IdenticalPairGoesInWhole) {
+TEST(HammingSelection, IdenticalPairIsTakenWithoutDraws) {
     haplotype_set haps(2, {"0000", "1111", "0001", "0001"});
     random_source draws(6);
     std::vector<int> idx;
     EXPECT_EQ(haps.select(0, 10, 0, 3, draws, idx), 1);
     EXPECT_EQ(std::set<int>(idx.begin(), idx.end()), (std::set<int>{2, 3}));
-    EXPECT_EQ(draws.draw(), plain_generator(6).draw()) << "both are closest to one target: no chance";
+    EXPECT_EQ(draws.draw(), plain_generator(6).draw()) << "both are closest to the same target: no draw";
 }
 
-TEST(HammingSelection, HomozygousTargetsCountAsTheFirst) {
+TEST(HammingSelection, EqualTargetsCountAsTheFirst) {
     haplotype_set haps(3, {"0011", "0011", "0111", "1011", "0000", "1111"});
     random_source draws(6);
     std::vector<int> idx;
@@ -323,8 +323,8 @@ TEST(HammingSelection, HomozygousTargetsCountAsTheFirst) {
     EXPECT_EQ(draws.draw(), plain_generator(6).draw());
 }
 
-TEST(HammingSelection, PairsOfDifferentTargetsAreLeftToChance) {
-    // Haplotype 2 equals target 0 and haplotype 3 target 1: no locus is matched by one of them alone.
+TEST(HammingSelection, PairsOfDifferentTargetsAreDrawn) {
+    // Haplotype 2 equals target 0 and haplotype 3 target 1, so no locus is matched by only one of them.
     haplotype_set haps(2, {"0011", "1100", "0011", "1100"});
     for (int seed = 1; seed <= 20; ++seed) {
         plain_generator plain(seed);
@@ -334,11 +334,11 @@ TEST(HammingSelection, PairsOfDifferentTargetsAreLeftToChance) {
         EXPECT_TRUE(idx.empty());
         plain.draw();
         plain.draw();
-        EXPECT_EQ(draws.draw(), plain.draw()) << "two numbers were drawn";
+        EXPECT_EQ(draws.draw(), plain.draw()) << "takes two draws";
     }
 }
 
-TEST(HammingSelection, PanelMayStayTwice) {
+TEST(HammingSelection, PanelHaplotypeMayBeSelectedTwice) {
     random_source draws(1);
     haplotype_set haps(1, {"0000", "0000", "0001", "0011"});
     std::vector<int> idx;
@@ -348,9 +348,10 @@ TEST(HammingSelection, PanelMayStayTwice) {
     EXPECT_EQ(idx[0], 3);
 }
 
-TEST(HammingSelection, ReferenceAsFarAsTheFarthestIsPushedAndTrimmed) {
+TEST(HammingSelection, PanelHaplotypeAtTheLimitIsPushedAndTrimmed) {
     random_source draws(1);
-    // With one place taken at distance 1, another at distance 1 climbs in by the heap's rules or not at all.
+    // With K = 1 and one entry at distance 1, the steps of the heap decide whether another at distance 1
+    // replaces it.
     haplotype_set haps(1, {"0000", "0000", "0001", "0010", "0100"});
     plain_generator generator(1);
     plain_selection plain(haps.text, 1, 0, 1, 0, 3, generator);
@@ -360,7 +361,7 @@ TEST(HammingSelection, ReferenceAsFarAsTheFarthestIsPushedAndTrimmed) {
     ASSERT_EQ(idx.size(), 1U);
 }
 
-TEST(HammingSelection, BestIsNotAboveTheLengthOfTheRange) {
+TEST(HammingSelection, BestIsAtMostTheLengthOfTheRange) {
     random_source draws(1);
     haplotype_set haps(2, {"00000000", "00000000", "11111111", "11111111"});
     std::vector<int> idx;
@@ -369,7 +370,7 @@ TEST(HammingSelection, BestIsNotAboveTheLengthOfTheRange) {
     EXPECT_EQ(idx.size(), 2U);
 }
 
-TEST(HammingSelection, NobodyElse) {
+TEST(HammingSelection, NoOtherIndividuals) {
     random_source draws(1);
     haplotype_set haps(1, {"00000000", "01010101"});
     std::vector<int> idx = {1, 2};
@@ -378,7 +379,7 @@ TEST(HammingSelection, NobodyElse) {
     EXPECT_EQ(haps.select(0, 5, 0, 7, draws, idx), 7);
 }
 
-TEST(HammingSelection, NoPlacesNoSelection) {
+TEST(HammingSelection, KOfZeroSelectsNothing) {
     random_source draws(1);
     std::mt19937 random(3);
     haplotype_set haps(5, random_haplotypes(14, 30, random));
@@ -397,7 +398,7 @@ TEST(HammingSelectionOfAMask, PanelIsOfferedWhateverItsMarks) {
     EXPECT_EQ(idx, (std::vector<int>{4, 4}));
 }
 
-TEST(HammingSelectionOfAMask, LoneHaplotypesNeedNoChance) {
+TEST(HammingSelectionOfAMask, SingleHaplotypesNeedNoDraws) {
     haplotype_set haps(3, {"0011", "1100", "0011", "1100", "0111", "1100"});
     random_source draws(4);
     std::vector<int> idx;
@@ -408,7 +409,7 @@ TEST(HammingSelectionOfAMask, LoneHaplotypesNeedNoChance) {
 
 // ---- overlap of matches
 
-TEST(NonOverlapping, AgreesWithThePlainCount) {
+TEST(NonOverlapping, AgreesWithReference) {
     std::mt19937 random(4);
     std::set<int> results;
     for (int trial = 0; trial < 1000; ++trial) {
@@ -423,7 +424,7 @@ TEST(NonOverlapping, AgreesWithThePlainCount) {
                                                    haplotype(t[3]), first, last, draws),
                   expected)
             << "trial " << trial;
-        ASSERT_EQ(draws.draw(), generator.draw()) << "two numbers are drawn";
+        ASSERT_EQ(draws.draw(), generator.draw()) << "takes two draws";
         results.insert(expected);
     }
     EXPECT_EQ(results, (std::set<int>{-1, 0, 1, 2}));
@@ -432,7 +433,7 @@ TEST(NonOverlapping, AgreesWithThePlainCount) {
 TEST(NonOverlapping, NoInformativeLocusTakesNeither) {
     for (int seed = 1; seed <= 20; ++seed) {
         random_source draws(seed);
-        // All four alike everywhere.
+        // All four are equal everywhere.
         EXPECT_EQ(non_overlapping_hamming_distance(haplotype("0101"), haplotype("0101"), haplotype("0101"),
                                                    haplotype("0101"), 0, 3, draws),
                   -1);
@@ -442,14 +443,15 @@ TEST(NonOverlapping, NoInformativeLocusTakesNeither) {
                   -1);
         plain_generator plain(seed);
         for (int draw = 0; draw < 4; ++draw) plain.draw();
-        EXPECT_EQ(draws.draw(), plain.draw()) << "two numbers each";
+        EXPECT_EQ(draws.draw(), plain.draw()) << "takes two draws each";
     }
 }
 
-TEST(NonOverlapping, MatchesOfOneAloneAlwaysTakeIt) {
+TEST(NonOverlapping, MatchesOfOneOnlyAlwaysTakeIt) {
     for (int seed = 1; seed <= 20; ++seed) {
         random_source draws(seed);
-        // c0 matches h0 at every locus, c1 never h1; and the reverse; and both, each half.
+        // c0 matches h0 at every locus, c1 never matches h1; then the reverse; then each matches half of the
+        // loci.
         EXPECT_EQ(non_overlapping_hamming_distance(haplotype("0000"), haplotype("0000"), haplotype("0000"),
                                                    haplotype("1111"), 0, 3, draws),
                   0);
@@ -462,9 +464,9 @@ TEST(NonOverlapping, MatchesOfOneAloneAlwaysTakeIt) {
     }
 }
 
-TEST(NonOverlapping, LooksAtTheRangeLocusByLocus) {
+TEST(NonOverlapping, CountsOnlyLociInTheRange) {
     random_source draws(1);
-    // Outside the range, within its byte, c1 matches everything.
+    // Outside the range but within its byte, c1 matches everything.
     EXPECT_EQ(non_overlapping_hamming_distance(haplotype("11001111"), haplotype("11001111"),
                                                haplotype("00000000"), haplotype("11111111"), 2, 3, draws),
               0);

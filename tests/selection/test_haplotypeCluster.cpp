@@ -14,7 +14,7 @@ namespace {
 using support::aborts_on;
 using support::plain_generator;
 
-/// A tree of this numbering, as if it had been built.
+/// A tree with these cluster numbers, as if it had been built.
 haplotypeCluster tree_of(const std::map<int, std::vector<int>>& clusters, const std::vector<int>& assign,
                          int cond_size, int min_size) {
     return haplotypeCluster({0, 8, cond_size, min_size, clusters, assign});
@@ -29,7 +29,7 @@ TEST(HaplotypeCluster, StartsEmpty) {
 }
 
 TEST(Mask, MarksBothClustersAndSomeOthersButNotTheIndividual) {
-    // Individual 0 owns haplotypes 0 and 1, in clusters 0 and 4.
+    // Individual 0 has haplotypes 0 and 1, in clusters 0 and 4.
     const haplotypeCluster tree = tree_of({{0, {0, 2, 4}}, {4, {1, 3}}, {1, {5, 6, 7, 8, 9, 10, 11}}},
                                           {0, 4, 0, 4, 0, 1, 1, 1, 1, 1, 1, 1}, 3, 2);
     for (int seed = 1; seed <= 30; ++seed) {
@@ -49,18 +49,18 @@ TEST(Mask, MarksBothClustersAndSomeOthersButNotTheIndividual) {
     }
 }
 
-TEST(Mask, OfOneClusterForBothHaplotypes) {
+TEST(Mask, OneClusterForBothHaplotypes) {
     const haplotypeCluster tree =
         tree_of({{0, {0, 1, 2, 3}}, {1, {4, 5, 6, 7}}}, {0, 0, 0, 0, 1, 1, 1, 1}, 4, 2);
     random_source draws(1);
     haplotype_mask mask;
     tree.mask(1, draws, mask);
-    EXPECT_EQ(std::count(mask.begin(), mask.end(), true), 4) << "two of the cluster and two at random";
+    EXPECT_EQ(std::count(mask.begin(), mask.end(), true), 4) << "two of the cluster and two random ones";
     EXPECT_TRUE(mask[0] && mask[1]);
     EXPECT_FALSE(mask[2] || mask[3]);
 }
 
-TEST(Mask, RandomOnesEndWhereNoneIsLeft) {
+TEST(Mask, RandomHaplotypesStopWhenNoneIsLeft) {
     const haplotypeCluster tree =
         tree_of({{0, {0, 1, 2, 3, 4, 5, 6}}, {1, {7}}}, {0, 0, 0, 0, 0, 0, 0, 1}, 7, 5);
     random_source draws(1);
@@ -69,16 +69,16 @@ TEST(Mask, RandomOnesEndWhereNoneIsLeft) {
     EXPECT_EQ(mask, (haplotype_mask{0, 0, 1, 1, 1, 1, 1, 1}));
 }
 
-TEST(Mask, OfASetThatFitsInOneClusterIsAllOthers) {
+TEST(Mask, SmallSetMarksAllOthers) {
     const haplotypeCluster tree = tree_of({}, {0, 0, 0, 0, 0, 0}, 6, 2);
     random_source draws(1);
     haplotype_mask mask;
     tree.mask(1, draws, mask);
     EXPECT_EQ(mask, (haplotype_mask{1, 1, 0, 0, 1, 1}));
-    EXPECT_EQ(draws.draw(), plain_generator(1).draw()) << "nothing was drawn";
+    EXPECT_EQ(draws.draw(), plain_generator(1).draw()) << "takes no draw";
 }
 
-TEST(Mask, IndividualBeyondTheSetAborts) {
+TEST(Mask, IndividualOutOfRangeAborts) {
     EXPECT_TRUE(aborts_on("curr_ind<nhap/2", [] {
         random_source draws(1);
         haplotype_mask mask;

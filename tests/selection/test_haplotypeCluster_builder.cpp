@@ -22,7 +22,7 @@ std::vector<chaplotype> random_haplotypes(int n, int n_loci, unsigned seed) {
     return H;
 }
 
-/// Builds one tree with a source of its own.
+/// Builds one tree with its own random source.
 haplotypeCluster built(const std::vector<chaplotype>& H, int a, int b, int cluster_size, int least,
                        int seed = 1) {
     random_source draws(seed);
@@ -36,7 +36,7 @@ TEST(Build, KeepsItsWindow) {
     EXPECT_EQ(tree.assign().size(), 200U);
 }
 
-TEST(Build, ClustersAreFullAndHoldTheirMembers) {
+TEST(Build, ClustersAreFullAndContainTheirMembers) {
     for (unsigned seed = 1; seed <= 20; ++seed) {
         for (const auto& [size, least] : {std::pair(15, 5), std::pair(4, 12)}) {
             const haplotypeCluster tree = built(random_haplotypes(150, 64, seed), 0, 64, size, least);
@@ -54,7 +54,8 @@ TEST(Build, ClustersAreFullAndHoldTheirMembers) {
 }
 
 TEST(Build, ToppedUpMembersComeFromOtherClusters) {
-    // Few haplotypes and large clusters: branches that can't be split further stay short of the size.
+    // Few haplotypes and large clusters: branches that can't be split further are smaller than the cluster
+    // size.
     int n_topped_up = 0;
     for (unsigned seed = 1; seed <= 20; ++seed) {
         const haplotypeCluster tree = built(random_haplotypes(260, 64, seed), 0, 64, 90, 5);
@@ -84,17 +85,17 @@ TEST(Build, EmptyWindowAborts) {
 }
 
 TEST(Build, WindowWithoutAWholeByteAborts) {
-    // No distances, so all haplotypes tie and go to the second half.
+    // All distances are 0, so all haplotypes tie and go to the second half.
     EXPECT_TRUE(
         aborts_on("n.first>0&&n.second>0", [] { built(random_haplotypes(1000, 64, 1), 8, 15, 5, 2); }));
 }
 
-TEST(Build, SetThatTheDrawsCoverAborts) {
-    // Two hundred draws see all of twenty haplotypes, so the first split is refused.
+TEST(Build, SetCoveredByTheDrawsAborts) {
+    // Two hundred draws cover all of twenty haplotypes, so the first split fails.
     EXPECT_TRUE(aborts_on("n.first>0&&n.second>0", [] { built(random_haplotypes(20, 64, 2), 0, 64, 5, 2); }));
 }
 
-// ---- the whole tree against a plain twin
+// ---- the whole tree against a reference implementation
 
 class plain_tree {
   public:
@@ -216,13 +217,13 @@ class plain_tree {
         if (second > cond_size) grow(id2, second, level + 1);
     }
 
-    /// The first members of the branch, of which later ones replace the farthest when they are farther still.
+    /// The first members of the branch; later ones replace the farthest of them if they are farther still.
     void close(int m, int c) {
         list.resize(cond_size);
         const int n = static_cast<int>(branch.size());
         for (int place = 0; place < std::min(n, cond_size); ++place)
             list[place] = {branch[place], distance(branch[place], m)};
-        // The first of the farthest, known by its place: a newcomer stays the farthest from then on.
+        // The place of the first one at the largest distance: what replaces it is then the farthest.
         int farthest = 0;
         for (int place = 1; place < std::min(n, cond_size); ++place)
             if (list[place].second > list[farthest].second) farthest = place;
@@ -238,16 +239,16 @@ class plain_tree {
     plain_generator& random;
     int thin = 0;
     std::vector<int> branch;
-    std::vector<std::vector<float>> mean_in_use;  // as the last assignments saw them
-    std::vector<std::pair<int, float>> list;      // keeps its tail from branch to branch
+    std::vector<std::vector<float>> mean_in_use;  // as used in the last assignment
+    std::vector<std::pair<int, float>> list;      // entries past a short branch persist
 };
 
-TEST(Build, AgreesWithThePlainTwin) {
+TEST(Build, AgreesWithReference) {
     std::mt19937 random(1);
     int n_refused = 0, n_closed = 0;
     for (int trial = 0; trial < 60; ++trial) {
         const int n = 200 + static_cast<int>(random() % 500), n_loci = 40 + static_cast<int>(random() % 150);
-        // Haplotypes around a few founders, so that there is something to find.
+        // Haplotypes derived from a few founders, so that there are clusters to find.
         std::vector<std::string> founders, texts;
         for (int f = 0; f < 6; ++f) founders.push_back(support::random_alleles(n_loci, random));
         for (int h = 0; h < n; ++h) {
@@ -274,7 +275,7 @@ TEST(Build, AgreesWithThePlainTwin) {
     EXPECT_GT(n_refused, 100);
 }
 
-TEST(Build, SecondTreeOfABuilderIsATreeOfItsOwn) {
+TEST(Build, SecondTreeIsIndependent) {
     const std::vector<chaplotype> H = random_haplotypes(200, 64, 2);
     haplotypeCluster_builder twice(H, 10, 3);
     random_source first(1), second(2);

@@ -15,14 +15,14 @@ using bit_kernels::kernel_set;
 using support::haplotype;
 using support::random_alleles;
 
-/// With each set of kernels that this machine has.
+/// With each set of kernels that this machine supports.
 class haplotype_tiles_with : public ::testing::TestWithParam<const kernel_set*> {
   protected:
     const kernel_set& kernels = *GetParam();
     std::mt19937 random{1};
 };
 
-/// Differing alleles among the loci of the bytes from `first_byte` on.
+/// Number of different alleles at the loci of the bytes from `first_byte` on.
 int plain_distance(const std::string& a, const std::string& b, int first_byte, int n_bytes) {
     int n = 0;
     const int end = std::min(static_cast<int>(a.size()), 8 * (first_byte + n_bytes));

@@ -11,7 +11,7 @@ namespace {
 
 using support::log_capture;
 
-/// Many haplotypes of nobody over variants at 0, 100, 200, ... bp.
+/// Many haplotypes, without individuals, over variants at 0, 100, 200, ... bp.
 genhap_set cohort(int n_loci = 320) {
     std::mt19937 random(1);
     snp_set snps;
@@ -32,7 +32,7 @@ TEST(TreeSelector, BuildsATreeInEachWindow) {
     tree_selector selector(set, 5, 20, 10000.0, team);
     random_source draws(1);
     selector.prepare(true, draws);
-    // 31,900 bp by 10,000 are three windows.
+    // 31,900 bp in windows of 10,000 bp are three windows.
     random_source plain(1);
     const std::vector<int> borders = set.snps.rpartition(10000.0, plain);
     ASSERT_EQ(borders.size(), 4U);
@@ -43,7 +43,8 @@ TEST(TreeSelector, BuildsATreeInEachWindow) {
             haplotypeCluster_builder(set.vecH, 20, 5).build(borders[w], borders[w + 1], plain);
         EXPECT_EQ(selector.trees()[w].start(), borders[w]);
         EXPECT_EQ(selector.trees()[w].stop(), borders[w + 1]);
-        EXPECT_EQ(selector.trees()[w].clusters(), tree.clusters()) << "then window after window";
+        EXPECT_EQ(selector.trees()[w].clusters(), tree.clusters())
+            << "then the trees, one window after another";
         EXPECT_EQ(selector.trees()[w].assign(), tree.assign());
     }
     EXPECT_EQ(draws.draw(), plain.draw());
@@ -66,7 +67,7 @@ TEST(TreeSelector, KeepsItsTreesUntilTheyAreRenewed) {
     random_source untouched(2);
     selector.prepare(false, untouched);
     EXPECT_EQ(selector.trees()[1].assign(), assign);
-    EXPECT_EQ(untouched.draw(), plain.draw()) << "nothing was drawn";
+    EXPECT_EQ(untouched.draw(), plain.draw()) << "takes no draw";
     selector.prepare(true, draws);
     EXPECT_NE(selector.trees()[1].assign(), assign);
 }
@@ -91,7 +92,7 @@ TEST(TreeSelector, WithThreadsEveryWindowHasItsTree) {
     }
 }
 
-TEST(TreeSelector, FewerWindowsLeaveTheSurplusTrees) {
+TEST(TreeSelector, FewerWindowsKeepTheSurplusTrees) {
     const log_capture silenced;
     genhap_set set = cohort();
     worker_team team(1);
@@ -99,7 +100,7 @@ TEST(TreeSelector, FewerWindowsLeaveTheSurplusTrees) {
     random_source draws(1);
     selector.prepare(true, draws);
     const haplotypeCluster last = selector.trees()[2];
-    // Bringing the last variant nearer leaves room for two windows only.
+    // Moving the last variant closer leaves room for only two windows.
     set.snps.getByIndex(319)->bp = 25000;
     selector.prepare(true, draws);
     EXPECT_EQ(selector.borders().size(), 3U);

@@ -52,14 +52,14 @@ TEST(TwoMeans, UpdateBothHalves) {
     EXPECT_EQ(means.update(numbers(4), [](int h) { return h != 2; }), std::pair(3, 1));
     EXPECT_EQ(means.means()[0], (std::vector<float>{2.0F / 3.0F, 1.0F / 3.0F}));
     EXPECT_EQ(means.means()[1], (std::vector<float>{0.0F, 1.0F}));
-    EXPECT_EQ(means.distance(0, 0), 0.0F) << "distances stay as they were fixed";
+    EXPECT_EQ(means.distance(0, 0), 0.0F) << "distances change only in fix()";
     means.fix();
     const float third = 1.0F / 3.0F, to_one = 2.0F / 3.0F - 1.0F;
     EXPECT_EQ(means.distance(0, 0), to_one * to_one + third * third);
     EXPECT_EQ(means.distance(0, 1), 2.0F);
 }
 
-TEST(TwoMeans, EmptyHalfHasNoMean) {
+TEST(TwoMeans, MeanOfAnEmptyHalfIsNaN) {
     const auto H = haplotypes({"10000000", "00000000"});
     two_means means(thinned_loci(H, 0, 1, 0), {0, 1});
     EXPECT_EQ(means.update({0}, [](int) { return true; }), std::pair(1, 0));
@@ -75,7 +75,7 @@ TEST(DrawDistantPair, BranchOfOneOrNoneHasNoPair) {
     std::pair<int, int> seeds(-1, -1);
     EXPECT_FALSE(draw_distant_pair({}, thinned_loci(H, 0, 1, 0), draws, seeds));
     EXPECT_FALSE(draw_distant_pair({1}, thinned_loci(H, 0, 1, 0), draws, seeds));
-    EXPECT_EQ(draws.draw(), support::plain_generator(1).draw()) << "nothing was drawn";
+    EXPECT_EQ(draws.draw(), support::plain_generator(1).draw()) << "takes no draw";
 }
 
 TEST(DrawDistantPair, SmallOrUniformBranchIsCoveredByTheDraws) {
@@ -107,11 +107,11 @@ TEST(TakeClosest, FirstMembersThenOnlyFartherOnes) {
     using list = std::vector<std::pair<int, float>>;
     list out;
     take_closest(numbers(6), 3, distance, out);
-    // 0, 1, 2 fill it; 3 is nearer than the farthest, 4 takes the place of 1, 5 is nearer than 4.
+    // 0, 1 and 2 fill it; 3 is nearer than the farthest, 4 replaces 1, and 5 is nearer than 4.
     EXPECT_EQ(out, (list{{0, 1.0F}, {4, 4.0F}, {2, 0.0F}}));
     out = {{9, 9.0F}, {9, 9.0F}, {9, 9.0F}, {9, 9.0F}};
     take_closest({2, 0}, 4, distance, out);
-    EXPECT_EQ(out, (list{{2, 0.0F}, {0, 1.0F}, {9, 9.0F}, {9, 9.0F}})) << "the rest stays as it was";
+    EXPECT_EQ(out, (list{{2, 0.0F}, {0, 1.0F}, {9, 9.0F}, {9, 9.0F}})) << "the rest is unchanged";
     out.clear();
     take_closest({}, 2, distance, out);
     EXPECT_EQ(out, (list{{0, 0.0F}, {0, 0.0F}}));

@@ -4,10 +4,10 @@
 
 namespace {
 
-TEST(Put, TakesTwoAllelesAndRefusesAThird) {
+TEST(Put, AcceptsTwoAllelesAndRejectsAThird) {
     snp s(100, "", "");
     EXPECT_EQ(spare::put_allele(s, "G"), 0);
-    EXPECT_EQ(spare::put_allele(s, "G"), 0) << "the same again is no second allele";
+    EXPECT_EQ(spare::put_allele(s, "G"), 0) << "the same allele again is not a second one";
     EXPECT_EQ(s.a1, "");
     EXPECT_EQ(spare::put_allele(s, "A"), 1);
     EXPECT_EQ(spare::put_allele(s, "T"), -1);
@@ -17,7 +17,7 @@ TEST(Put, TakesTwoAllelesAndRefusesAThird) {
     EXPECT_EQ(s.a1, "A");
 }
 
-TEST(IsSNP, TwoSingleLettersThatDiffer) {
+TEST(IsSNP, TwoDifferentSingleLetters) {
     struct row {
         const char *a0, *a1;
         bool expected;

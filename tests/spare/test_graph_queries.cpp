@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(EqualPairs, AgreeWithSetsOfNumbers) {
+TEST(EqualPairs, AgreeWithSets) {
     std::mt19937 random(1);
     genotype_graph graph("NA1");
     std::array<std::vector<int>, 4> T;  // left0, right0, left1, right1
@@ -32,7 +32,7 @@ TEST(EqualPairs, AgreeWithSetsOfNumbers) {
         }
 }
 
-TEST(GetB, SegmentOfALocus) {
+TEST(GetB, FindsTheSegmentOfALocus) {
     const genotype_graph graph = support::graph_from(R"(
         >0 >0
         [0000]

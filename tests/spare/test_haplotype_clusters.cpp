@@ -21,7 +21,7 @@ std::vector<int> numbers(int n) {
     return all;
 }
 
-TEST(SampleIndex, CountsDrawsAndNotNumbers) {
+TEST(SampleIndex, DuplicatesCountOnce) {
     for (int seed = 1; seed <= 20; ++seed) {
         plain_generator plain(seed);
         std::set<int> expected;
@@ -60,8 +60,8 @@ TEST(Kplusplus, SeedsAreFarApart) {
     }
 }
 
-// The byte behind the span may lie behind the haplotype: the distances must leave it out.
-TEST(Kplusplus, DistancesEndWithTheSpan) {
+// The byte after the span may be past the end of the haplotype, so the distances must not read it.
+TEST(Kplusplus, DistancesStopAtTheEndOfTheSpan) {
     std::vector<std::string> texts;
     for (int h = 0; h < 30; ++h)
         texts.push_back(h % 3 == 0   ? "00000000 00000000"
@@ -95,11 +95,11 @@ TEST(SquaredDistance, ToAMeanOverAllLoci) {
     EXPECT_EQ(spare::squared_distance(H[0], {}, {8, 0}), 0.0F);
 }
 
-TEST(TopUpClosest, TakesHaplotypesFromOutside) {
+TEST(TopUpClosest, AddsHaplotypesOfOtherClusters) {
     const auto H = haplotypes({"00000000", "00000000", "11000000", "10000000", "11110000", "11100000"});
     spare::cluster_map clusters = {{0, {0, 1}}, {1, {2, 3, 4, 5}}};
     spare::top_up_closest(H, {0, 8}, {0, 0, 1, 1, 1, 1}, 4, clusters);
-    // 2 and 3 fill the list; 4, the farthest of all, takes the place of 2, the farther of them.
+    // 2 and 3 fill the list; 4, the farthest of all, replaces 2, the farther of them.
     EXPECT_EQ(clusters[0], (std::vector<int>{0, 1, 4, 3}));
     EXPECT_EQ(clusters[1].size(), 4U) << "full already";
 }

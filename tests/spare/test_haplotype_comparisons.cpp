@@ -22,12 +22,12 @@ TEST(DistanceLookup, CountsTheSetBitsOfEachByte) {
     }
 }
 
-TEST(HammingWithin, TheLimitItselfIsNotPassed) {
+TEST(HammingWithin, DistanceAtTheLimitIsWithin) {
     EXPECT_EQ(spare::hamming_within(chaplotype(8), haplotype("11000000"), 0, 7, 2), 2);
     EXPECT_EQ(spare::hamming_within(chaplotype(8), haplotype("11100000"), 0, 7, 2), DISTANCE_BEYOND_LIMIT);
 }
 
-TEST(HammingWithin, ARangeWithoutAByteIsWithinAnyLimit) {
+TEST(HammingWithin, EmptyRangeIsWithinAnyLimit) {
     EXPECT_EQ(spare::hamming_within(chaplotype(24), haplotype(std::string(24, '1')), 16, 3, -1), 0);
 }
 
@@ -73,7 +73,7 @@ TEST(Perfectmatch, IsTheLongestRunOfEqualBytes) {
         }
         const chaplotype x = haplotype(a), y = haplotype(b);
         EXPECT_EQ(spare::perfectmatch(x, y, first, last, 0), longest);
-        // The length asked for is compared with what is still to come, which is nothing at the last byte.
+        // The requested length is compared with the loci left, of which there are none at the last byte.
         for (const int min_length : {1, 8, longest, n})
             EXPECT_EQ(spare::perfectmatch(x, y, first, last, min_length), min_length > 0 ? 0 : longest);
     }
@@ -87,7 +87,7 @@ struct switch_row {
     int n_switch, n_mismatch;
 };
 
-TEST(Switcherror, OfOneHaplotypeAlongTwoByHand) {
+TEST(Switcherror, OneHaplotypeAlongTwo) {
     for (const switch_row& r : {switch_row{"there and back", "011", "001", "110", 2, 0},
                                 switch_row{"follows the first", "0110", "0110", "1001", 0, 0},
                                 switch_row{"follows the second", "1001", "0110", "1001", 0, 0},
@@ -105,7 +105,7 @@ TEST(Switcherror, OfOneHaplotypeAlongTwoByHand) {
     }
 }
 
-TEST(Switcherror, OfEmptyRangeSetsBothCountsToZero) {
+TEST(Switcherror, EmptyRangeSetsBothCountsToZero) {
     int n_switch = -7, n_mismatch = -7;
     const chaplotype h(8);
     spare::switcherror(h, h, h, 5, 4, n_switch, n_mismatch);
@@ -117,7 +117,7 @@ TEST(Switcherror, OfEmptyRangeSetsBothCountsToZero) {
     EXPECT_EQ(n_mismatch, 0);
 }
 
-/// Walks along x with the reference followed, 'a' or 'b', in hand.
+/// Walks along x and tracks the reference followed, 'a' or 'b'.
 std::pair<int, int> follow_plainly(const std::string& x, const std::string& a, const std::string& b,
                                    int first, int last) {
     int n_switch = 0, n_mismatch = 0;
@@ -137,7 +137,7 @@ std::pair<int, int> follow_plainly(const std::string& x, const std::string& a, c
     return {n_switch, n_mismatch};
 }
 
-TEST(Switcherror, AgreesWithThePlainWalk) {
+TEST(Switcherror, AgreesWithReference) {
     std::mt19937 random(8);
     for (int trial = 0; trial < 500; ++trial) {
         const int n = 1 + static_cast<int>(random() % 40);
@@ -150,22 +150,21 @@ TEST(Switcherror, AgreesWithThePlainWalk) {
     }
 }
 
-TEST(Switcherror, OfAPairByHand) {
+TEST(Switcherror, PairOfHaplotypes) {
     struct row {
         const char* name;
         const char *h0, *h1, *t0, *t1;
         int n_switch, n_mismatch;
     };
-    for (const row& r :
-         {row{"the truth itself", "0101", "1010", "0101", "1010", 0, 0},
-          row{"the truth the other way round", "1010", "0101", "0101", "1010", 0, 0},
-          row{"one switch", "0110", "1001", "0101", "1010", 1, 0},
-          row{"switch and back", "0011", "1100", "0111", "1000", 2, 0},
-          row{"other genotypes", "01", "01", "00", "10", 0, 2},
-          row{"a mismatch in between", "001", "100", "001", "110", 0, 1},
-          // Homozygous at the start, h1 equals t0 there: the pair starts on the other way round.
-          row{"homozygous start", "00", "01", "00", "01", 1, 0},
-          row{"homozygous start, turned", "00", "01", "01", "00", 0, 0}}) {
+    for (const row& r : {row{"the truth itself", "0101", "1010", "0101", "1010", 0, 0},
+                         row{"the truth in swapped order", "1010", "0101", "0101", "1010", 0, 0},
+                         row{"one switch", "0110", "1001", "0101", "1010", 1, 0},
+                         row{"switch and back", "0011", "1100", "0111", "1000", 2, 0},
+                         row{"other genotypes", "01", "01", "00", "10", 0, 2},
+                         row{"a mismatch in between", "001", "100", "001", "110", 0, 1},
+                         // Homozygous at the start, where h1 equals t0: the pair starts in the swapped order.
+                         row{"homozygous start", "00", "01", "00", "01", 1, 0},
+                         row{"homozygous start, swapped", "00", "01", "01", "00", 0, 0}}) {
         int n_switch = -7, n_mismatch = -7;
         const int last = static_cast<int>(std::string(r.h0).size()) - 1;
         spare::switcherror(haplotype(r.h0), haplotype(r.h1), haplotype(r.t0), haplotype(r.t1), 0, last,
@@ -175,7 +174,7 @@ TEST(Switcherror, OfAPairByHand) {
     }
 }
 
-TEST(Switcherror, OfHeterozygotesCountsChangesOfTheWayRound) {
+TEST(Switcherror, HeterozygotesCountChangesOfPhase) {
     std::mt19937 random(9);
     const auto opposite = [](std::string text) {
         for (char& allele : text) allele = allele == '0' ? '1' : '0';

@@ -10,7 +10,7 @@ TEST(Int2str, ListsAreSeparatedByBlanks) {
     EXPECT_EQ(spare::int2str({1, -2, 30}), "1 -2 30");
 }
 
-TEST(Bool2str, OneCharacterAnEntry) {
+TEST(Bool2str, OneCharacterPerEntry) {
     EXPECT_EQ(spare::bool2str({}), "");
     EXPECT_EQ(spare::bool2str({true, false, false, true}), "1001");
 }

@@ -47,7 +47,7 @@ TEST(Binary2bool, ReadsWhatWasWritten) {
     }
 }
 
-TEST(Binary2bool, TellsWhatIsMissing) {
+TEST(Binary2bool, FailsIfDataAreMissing) {
     struct row {
         const char* name;
         std::string bytes;
@@ -94,11 +94,11 @@ TEST(Strings, EndAtTheFirstZeroByte) {
     std::string text;
     EXPECT_TRUE(spare::read_string(text, in));
     EXPECT_EQ(text, "ab");
-    EXPECT_TRUE(spare::read_string(text, in)) << "the next one starts after all five bytes";
+    EXPECT_TRUE(spare::read_string(text, in)) << "the next text starts after all five bytes";
     EXPECT_EQ(text, "e");
 }
 
-TEST(Strings, CutShortOrOfAbsurdLengthAreRefused) {
+TEST(Strings, TruncatedOrOfAbsurdLengthAreRejected) {
     const temporary_folder folder;
     for (const std::string& bytes :
          {std::string("\3\0", 2), std::string("\3\0\0\0ab", 6), std::string("\xFF\xFF\xFF\x7Fxyz", 7)}) {
@@ -127,7 +127,7 @@ TEST(Write, LociThenBytesThenData) {
     EXPECT_EQ(written(haplotype("1000 0000 01")), std::string("\xA\0\0\0\2\0\0\0\1\2", 10));
 }
 
-TEST(Read, GivesBackWhatWasWritten) {
+TEST(Read, ReturnsWhatWasWritten) {
     std::mt19937 random(10);
     for (const int n : {0, 1, 8, 9, 100, 1000000}) {
         const temporary_folder folder;
@@ -143,7 +143,7 @@ TEST(Read, GivesBackWhatWasWritten) {
     }
 }
 
-TEST(Read, TellsWhenTheFileEndsBefore) {
+TEST(Read, FailsIfTheFileEndsEarly) {
     const std::string whole = written(haplotype("1010 1010 1010 1010"));
     for (std::size_t n = 0; n < whole.size(); ++n) {
         const temporary_folder folder;
@@ -155,10 +155,10 @@ TEST(Read, TellsWhenTheFileEndsBefore) {
     ifile file(folder.put("haplotype", whole.substr(0, 9)), true);
     chaplotype read;
     spare::read_haplotype(read, file);
-    EXPECT_EQ(read.data[0], 0x55) << "what was read stays";
+    EXPECT_EQ(read.data[0], 0x55) << "what was read is kept";
 }
 
-TEST(Read, SizesThatDisagreeStopTheRun) {
+TEST(Read, InconsistentSizesStopTheRun) {
     const temporary_folder folder;
     const std::string name = folder.put("haplotype", std::string("\xA\0\0\0\3\0\0\0\1\2\3", 11));
     EXPECT_TRUE(support::stops_with(name + " declares a haplotype of 10 loci in 3 bytes", [&] {

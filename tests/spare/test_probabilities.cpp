@@ -14,7 +14,7 @@ TEST(Normalise, DividesByTheSum) {
     EXPECT_EQ(values, (std::vector<double>{0.125, 0.375, 0.0, 0.5}));
 }
 
-TEST(Normalise, LeavesNothingToDivideAlone) {
+TEST(Normalise, ZeroSumLeavesTheValues) {
     std::vector<double> empty, zeros = {0.0, 0.0}, opposite = {2.0, -2.0};
     EXPECT_EQ(spare::normalise(empty), 0.0);
     EXPECT_TRUE(empty.empty());
@@ -40,7 +40,7 @@ TEST(KLdistance, SumsWhereBothAreAboveZero) {
     EXPECT_DOUBLE_EQ(spare::KLdistance({0.5, 0.5}, {0.0, 0.25}), 0.5 * std::log(2.0));
 }
 
-TEST(KLdistance, ListsOfTwoLengthsAbort) {
+TEST(KLdistance, DifferentLengthsAbort) {
     EXPECT_TRUE(support::aborts_on("P.size() == Q.size()", [] { spare::KLdistance({1.0}, {0.5, 0.5}); }));
 }
 

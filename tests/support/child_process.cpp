@@ -38,7 +38,7 @@ std::string contents(std::FILE* file) {
     return text;
 }
 
-/// Writes straight to a descriptor, so nothing is lost in a buffer when the process ends at once.
+/// Writes directly to a descriptor, so that nothing is lost in a buffer if the process ends at once.
 class descriptor_buffer : public std::streambuf {
   public:
     explicit descriptor_buffer(int file_descriptor) : descriptor(file_descriptor) {}
@@ -88,11 +88,11 @@ void keep_counts_on_abort(int) {
 
 ::testing::AssertionResult unexpected(const child_end& end) {
     return ::testing::AssertionFailure()
-           << (end.returned ? "it came back" : "it ended") << " with status " << end.status << ", signal "
+           << (end.returned ? "it returned" : "it ended") << " with status " << end.status << ", signal "
            << end.signal << "\nout: " << end.out << "\nerr: " << end.err;
 }
 
-/// The text after the last error mark on the console, without its line end.
+/// The text after the last "ERROR:" on the console, without its line end.
 std::string error_message(const child_end& end) {
     const std::string mark = "\033[33mERROR:\033[0m ";
     const std::size_t start = end.out.rfind(mark);

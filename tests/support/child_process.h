@@ -6,26 +6,26 @@
 #include <string>
 #include <vector>
 
-/// Runs code that ends its process: in a copy of the test's process, so that the test can go on.
+/// Runs code that ends its process in a child process, so that the test can continue.
 namespace support {
 
 struct child_end {
-    bool returned = false;  // the function came back
-    int status = -1;        // exit status of the process, -1 when a signal ended it
+    bool returned = false;  // the function returned
+    int status = -1;        // exit status of the process, -1 if a signal ended it
     int signal = 0;         // the signal that ended it
-    std::string out;        // what it wrote to standard output, and to standard error
+    std::string out;        // standard output of the process, and its standard error
     std::string err;
 };
 
-/// Calls `body` in a child. A body that doesn't end within two minutes is stopped.
+/// Calls `body` in a child process, which is stopped after two minutes.
 child_end run_in_child(const std::function<void()>& body);
 
-/// Whether `body` ends the run through LOG.error with just this message, as its last words.
+/// Whether `body` ends the run through LOG.error with exactly this message, and prints nothing after it.
 ::testing::AssertionResult stops_with(const std::string& message, const std::function<void()>& body);
-/// The same for a message that holds all of these pieces.
+/// The same for a message that contains all of these pieces.
 ::testing::AssertionResult stops_naming(const std::vector<std::string>& pieces,
                                         const std::function<void()>& body);
-/// Whether `body` ends the process by the failed assertion of this text.
+/// Whether `body` ends the process with a failed assertion of this text.
 ::testing::AssertionResult aborts_on(const std::string& assertion, const std::function<void()>& body);
 
 }  // namespace support

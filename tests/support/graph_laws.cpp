@@ -34,13 +34,13 @@ std::string candidate_text(const genotype_graph& graph, int s, int c) {
 
 ::testing::AssertionResult check_segments(const genotype_graph& graph) {
     const std::size_t S = graph.seg_count.size();
-    if (graph.seg_offset.size() != S || graph.seg_length.size() != S) return broken("one entry a segment");
+    if (graph.seg_offset.size() != S || graph.seg_length.size() != S) return broken("one entry per segment");
     unsigned offset = 0, loci = 0;
     for (std::size_t s = 0; s < S; ++s) {
-        if (graph.seg_offset[s] != offset) return broken("candidates lie one after the other");
+        if (graph.seg_offset[s] != offset) return broken("candidates are stored one after another");
         if (graph.seg_count[s] < 1 || graph.seg_count[s] > MOST_CANDIDATES)
             return broken("1 to 8 candidates");
-        if (graph.seg_length[s] < 1) return broken("a segment has a locus");
+        if (graph.seg_length[s] < 1) return broken("a segment has at least one locus");
         offset += graph.seg_count[s] * graph.seg_length[s];
         loci += graph.seg_length[s];
     }
@@ -59,24 +59,24 @@ std::string candidate_text(const genotype_graph& graph, int s, int c) {
         for (int i = 0; i < static_cast<int>(graph.seg_length[s]); ++i, ++locus)
             for (int c = 1; c < static_cast<int>(graph.seg_count[s]); ++c)
                 if (!graph.site_ambiguous[locus] && graph.getA(s, c, i) != graph.getA(s, 0, i))
-                    return broken("candidates differ at ambiguous loci alone");
+                    return broken("candidates differ only at ambiguous loci");
     return ::testing::AssertionSuccess();
 }
 
 ::testing::AssertionResult check_groups(const genotype_graph& graph) {
     const std::size_t S = graph.seg_count.size();
     if (graph.trans_count.size() != S + 1 || graph.trans_offset.size() != S + 1)
-        return broken("one group more than segments");
+        return broken("one more group than segments");
     unsigned offset = 0;
     for (std::size_t g = 0; g <= S; ++g) {
-        if (graph.trans_offset[g] != offset) return broken("groups lie in order");
+        if (graph.trans_offset[g] != offset) return broken("groups are stored in order");
         if (graph.trans_count[g] < 1 || graph.trans_count[g] > MOST_TRANSITIONS)
-            return broken("1 to 8192 transitions a group");
+            return broken("1 to 8192 transitions per group");
         offset += graph.trans_count[g];
     }
     if (graph.trans_prob.size() != offset || graph.trans_store.size() != offset ||
         graph.trans_nodes.size() != 2 * offset)
-        return broken("all lists of transitions are equally long");
+        return broken("all lists of transitions have the same length");
     for (std::size_t g = 0; g <= S; ++g) {
         const int n_left = g == 0 ? 1 : static_cast<int>(graph.seg_count[g - 1]);
         const int n_right = g == S ? 1 : static_cast<int>(graph.seg_count[g]);
@@ -98,7 +98,7 @@ std::size_t number_of(int candidate0, int candidate1) {
 }
 
 ::testing::AssertionResult check_links(const genotype_graph& graph) {
-    // The pairs to which a group leads are those from which the next one comes.
+    // The right pairs of a group are the left pairs of the next one.
     for (std::size_t g = 0; g + 1 < graph.trans_count.size(); ++g) {
         const unsigned first = graph.trans_offset[g], middle = graph.trans_offset[g + 1],
                        end = middle + graph.trans_count[g + 1];
@@ -148,7 +148,7 @@ void for_each_walk(const genotype_graph& graph,
 }
 
 std::set<haplotype_pair> pairs_of_walk(const genotype_graph& graph, const std::vector<unsigned>& walk) {
-    /// Two chromosomes on their way: the candidate each stands at, and its alleles so far.
+    /// Two chromosomes on a walk: the current candidate of each, and its alleles so far.
     struct state {
         int at0, at1;
         std::string h0, h1;

@@ -7,7 +7,7 @@
 
 #include "objects/chaplotype.h"
 
-/// Haplotypes and genotypes written as text, one character a locus; blanks are for the eye.
+/// Haplotypes and genotypes as text, one character per locus; blanks are ignored.
 namespace support {
 
 /// "0110" as alleles.
@@ -15,7 +15,7 @@ std::vector<bool> bits(const std::string& alleles);
 chaplotype haplotype(const std::string& alleles);
 std::vector<chaplotype> haplotypes(const std::vector<std::string>& alleles);
 
-/// One individual's genotypes in the code of the genotype store.
+/// The genotypes of one individual, coded as in genotype_store.
 struct genotypes {
     std::vector<bool> a, b, m;
 };
@@ -25,7 +25,7 @@ genotypes genotypes_from(const std::string& text);
 /// An unordered pair of haplotypes as text, the smaller first.
 using haplotype_pair = std::pair<std::string, std::string>;
 haplotype_pair unordered(const std::string& h0, const std::string& h1);
-/// Whether the pair has these genotypes, wherever they are known.
+/// Whether the pair is consistent with these genotypes.
 bool fits(const std::string& genotype_text, const haplotype_pair& pair);
 
 std::string random_alleles(int n_loci, std::mt19937& random);

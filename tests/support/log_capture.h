@@ -7,7 +7,7 @@
 
 namespace support {
 
-/// While it lives, LOG writes to "run.log" in a folder of its own, and what goes to the console is kept.
+/// During its lifetime, LOG writes to "run.log" in a temporary folder, and console output is captured.
 class log_capture {
   public:
     log_capture();
@@ -18,7 +18,7 @@ class log_capture {
     const temporary_folder& folder() const { return files; }
     std::string console() const { return caught.str(); }
     std::string log() const;
-    /// Forgets the console's text so far. The log keeps all.
+    /// Clears the captured console output. The log is not changed.
     void clear_console() { caught.str(""); }
 
   private:
@@ -27,7 +27,7 @@ class log_capture {
     std::streambuf* console_before;
 };
 
-/// While it lives, what goes to standard error is kept.
+/// Captures standard error during its lifetime.
 class error_output_capture {
   public:
     error_output_capture();

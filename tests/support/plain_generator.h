@@ -7,7 +7,7 @@
 namespace support {
 
 /// The generator of Park and Miller (1988), x -> 16807 x mod 2^31 - 1, with the shuffle of Bays and Durham
-/// (1976), written down with 64-bit products and without any trick: the twin of putils::getRandom.
+/// (1976), written with 64-bit products: the reference implementation for random_source.
 class plain_generator {
   public:
     explicit plain_generator(std::int64_t seed) : start(seed) {}
@@ -24,7 +24,7 @@ class plain_generator {
     }
 
   private:
-    /// From the seed the first time, from 1 when the state has died out at 0.
+    /// Fills the table from the seed the first time, and from 1 if the state is 0.
     void fill() {
         state = start > 0 ? start : 1;
         start = 0;

@@ -7,7 +7,7 @@
 
 namespace support {
 
-/// A few individuals with graphs whose transitions have random weights, the same for the same seed.
+/// A few individuals with graphs whose transitions have random weights; the same seed gives the same weights.
 struct population {
     static constexpr int N_LOCI = 40;
 
@@ -15,7 +15,7 @@ struct population {
 
     /// Texts of the haplotypes of all individuals.
     std::vector<std::string> haplotypes() const;
-    /// All that a stage may change, as text: graphs and haplotypes.
+    /// Everything that a stage may change, as text: graphs and haplotypes.
     std::string state() const;
 
     std::vector<std::string> genotypes;

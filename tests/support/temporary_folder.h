@@ -4,7 +4,7 @@
 
 namespace support {
 
-/// A new folder that goes, with all it holds, when the object does.
+/// A new folder, deleted with its content when the object is destroyed.
 class temporary_folder {
   public:
     temporary_folder();
@@ -13,9 +13,9 @@ class temporary_folder {
     temporary_folder& operator=(const temporary_folder&) = delete;
 
     const std::string& path() const { return folder; }
-    /// Path of an entry of that name.
+    /// Path of a file of that name in the folder.
     std::string at(const std::string& name) const { return folder + "/" + name; }
-    /// Writes a file of these bytes and returns its path.
+    /// Writes these bytes to a file of that name and returns its path.
     std::string put(const std::string& name, const std::string& bytes) const;
 
   private:

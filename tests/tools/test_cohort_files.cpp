@@ -50,7 +50,7 @@ Cohort handmade_cohort() {
             {"R1"}};
 }
 
-// The rows of a called set that a cohort's observed genotypes should give.
+// The genotypes of a cohort as the reader should return them.
 std::vector<std::vector<std::int8_t>> expected_calls(const Cohort& cohort) {
     std::vector<std::vector<std::int8_t>> rows;
     for (std::size_t row = 0; row < cohort.loci.size(); ++row) {
@@ -63,13 +63,13 @@ std::vector<std::vector<std::int8_t>> expected_calls(const Cohort& cohort) {
     return rows;
 }
 
-TEST(BedBlock, FourGenotypesAByteLowestBitsFirst) {
+TEST(BedBlock, FourGenotypesPerByteLowestBitsFirst) {
     EXPECT_EQ(simulation::bed_block({hom0, missing, het, hom1}), "\xE4");
     EXPECT_EQ(simulation::bed_block({het, hom1, hom1, hom0, missing}), "\x3E\x01");
     EXPECT_EQ(simulation::bed_block({}), "");
 }
 
-TEST(CohortFiles, HandmadeCohortGivesTheseBytes) {
+TEST(CohortFiles, HandmadeCohort) {
     const support::temporary_folder folder;
     const std::string prefix = folder.at("c");
     const Cohort cohort = handmade_cohort();

@@ -13,7 +13,7 @@ using evaluation::Score;
 
 namespace {
 
-// Sets of one person from its two haplotypes, with sites at 100, 200, ... and the alleles A and C.
+// A set of one person with these two haplotypes, with sites at 100, 200, ... and the alleles A and C.
 PhasedSet one_person(const std::string& first, const std::string& second, const std::string& id = "ann") {
     PhasedSet set{{id}, {}, {}};
     for (std::size_t i = 0; i < first.size(); ++i) {
@@ -23,7 +23,7 @@ PhasedSet one_person(const std::string& first, const std::string& second, const 
     return set;
 }
 
-// Puts the same people's haplotypes side by side.
+// Joins two sets with the same sites and different people.
 PhasedSet together(PhasedSet set, const PhasedSet& other) {
     set.people.insert(set.people.end(), other.people.begin(), other.people.end());
     for (std::size_t i = 0; i < set.alleles.size(); ++i) {
@@ -59,7 +59,7 @@ TEST(Evaluate, TruthAgainstItselfHasNoSwitch) {
     EXPECT_EQ(score.stretches, 1);
 }
 
-TEST(Evaluate, HaplotypesHaveNoOrder) {
+TEST(Evaluate, HaplotypeOrderDoesNotMatter) {
     const PhasedSet truth = one_person("010110", "101010");
     const PhasedSet exchanged = one_person("101010", "010110");
     EXPECT_EQ(evaluate({truth}, exchanged).total().switches, 0);
@@ -76,13 +76,13 @@ TEST(Evaluate, SwitchesBetweenConsecutiveHeterozygotesCount) {
     EXPECT_DOUBLE_EQ(score.mean_bases_between_switches(), 500 / 3.0);
 }
 
-TEST(Evaluate, FirstSiteTurnedIsOneSwitchAndAMiddleSiteTwo) {
+TEST(Evaluate, FlippedFirstSiteIsOneSwitchAndFlippedMiddleSiteTwo) {
     const PhasedSet truth = one_person("0000", "1111");
     EXPECT_EQ(evaluate({truth}, one_person("1000", "0111")).total().switches, 1);
     EXPECT_EQ(evaluate({truth}, one_person("0100", "1011")).total().switches, 2);
 }
 
-TEST(Evaluate, SitesWithAnotherGenotypeAreMismatchesAndPassedOver) {
+TEST(Evaluate, SitesWithAnotherGenotypeAreMismatchesAndSkipped) {
     const PhasedSet truth = one_person("0000", "1111");
     const Score score = evaluate({truth}, one_person("0100", "1111")).total();
     EXPECT_EQ(score.mismatches, 1);
@@ -91,7 +91,7 @@ TEST(Evaluate, SitesWithAnotherGenotypeAreMismatchesAndPassedOver) {
     EXPECT_EQ(score.switches, 0);
 }
 
-TEST(Evaluate, SwappedAllelesAreTurned) {
+TEST(Evaluate, SwappedAllelesAreFlipped) {
     const PhasedSet truth = one_person("0010", "1110");
     PhasedSet estimate = one_person("0001", "1101");
     for (const std::size_t site : {2, 3})
@@ -104,7 +104,7 @@ TEST(Evaluate, SwappedAllelesAreTurned) {
     EXPECT_EQ(score.heterozygotes, 2);
 }
 
-TEST(Evaluate, OtherVariantsAndPeopleAreLeftOut) {
+TEST(Evaluate, OtherVariantsAndPeopleAreIgnored) {
     const PhasedSet truth = together(one_person("0000", "1111"), one_person("0101", "0110", "bob"));
     PhasedSet estimate = together(one_person("0100", "1011", "carl"), one_person("0110", "0101", "bob"));
     estimate.sites[0].allele1 = "T";
@@ -126,7 +126,7 @@ TEST(Evaluate, SwitchesDoNotCrossPeople) {
     EXPECT_EQ(report.total().stretches, 2);
 }
 
-TEST(Evaluate, ChosenPeopleOnly) {
+TEST(Evaluate, ComparesOnlyChosenPeople) {
     const PhasedSet truth = together(one_person("00", "11"), one_person("00", "11", "bob"));
     const std::vector<std::string> people{"bob", "nobody"};
     const Report report = evaluate({.truth = truth, .people = &people}, truth);
@@ -134,9 +134,9 @@ TEST(Evaluate, ChosenPeopleOnly) {
     EXPECT_EQ(report.people[0].id, "bob");
 }
 
-TEST(Evaluate, MissingGenotypesAreJudgedByTheTruthAndGivenOnesByThemselves) {
+TEST(Evaluate, MissingGenotypesAreComparedWithTheTruthAndGivenOnesWithTheInput) {
     const PhasedSet truth = one_person("00000", "11100");
-    // The second was given with an error, which the estimate must keep; the last two were missing.
+    // The second genotype was given with an error, which the estimate must keep; the last two were missing.
     const CalledSet given = one_person_called({1, 2, 1, CalledSet::not_called, CalledSet::not_called});
     const Score kept = evaluate({.truth = truth, .given = &given}, one_person("01000", "11101")).total();
     EXPECT_EQ(kept.called, 3);
@@ -148,7 +148,7 @@ TEST(Evaluate, MissingGenotypesAreJudgedByTheTruthAndGivenOnesByThemselves) {
     EXPECT_EQ(evaluate({.truth = truth, .given = &given}, truth).total().mismatches, 1);
 }
 
-TEST(Evaluate, GivenGenotypesWithSwappedAllelesAreTurned) {
+TEST(Evaluate, GivenGenotypesWithSwappedAllelesAreFlipped) {
     const PhasedSet truth = one_person("010", "110");
     CalledSet given = one_person_called({1, 0, 2});
     for (auto& site : given.sites) std::swap(site.allele0, site.allele1);
@@ -170,7 +170,7 @@ TEST(Evaluate, MaskHidesPhaseAndGenotypes) {
     EXPECT_EQ(evaluate({.truth = truth, .mask = &mask}, estimate).total().pairs, 1);
 }
 
-TEST(Evaluate, MissingGenotypesThatTheMaskHidesAreNotJudged) {
+TEST(Evaluate, MaskedMissingGenotypesAreNotCompared) {
     const PhasedSet truth = one_person("00", "11");
     const CalledSet given = one_person_called({CalledSet::not_called, CalledSet::not_called});
     const PhaseMask mask = one_person_mask("m1");
@@ -180,7 +180,7 @@ TEST(Evaluate, MissingGenotypesThatTheMaskHidesAreNotJudged) {
     EXPECT_EQ(score.filled_wrong, 1);
 }
 
-TEST(Evaluate, ImpossibleComparisonsAreRefused) {
+TEST(Evaluate, ImpossibleComparisonsAreRejected) {
     const PhasedSet truth = one_person("01", "10");
     PhasedSet elsewhere = truth;
     for (auto& site : elsewhere.sites) site.position += 7;

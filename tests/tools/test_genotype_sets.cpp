@@ -18,7 +18,7 @@ namespace {
 
 const std::string sample_text = "ID_1 ID_2 missing\n0 0 0\nfamily ann 0\nfamily bob 0\n";
 
-// Whether reading fails with a message that holds `part`.
+// Whether reading fails with a message that contains `part`.
 testing::AssertionResult fails_with(const std::string& part, const std::function<void()>& read) {
     try {
         read();
@@ -69,7 +69,7 @@ TEST_F(GenotypeSets, CompressedHaps) {
     EXPECT_TRUE(fails_with("h.haps.gz", [&] { evaluation::read_phased(haps, sample); }));
 }
 
-TEST_F(GenotypeSets, MalformedHapsAreRefusedWithTheirLine) {
+TEST_F(GenotypeSets, MalformedHapsAreRejectedWithTheirLine) {
     EXPECT_TRUE(
         fails_with("line 2: too few fields", [&] { read_haps("v v 10 A C 0 1 1 1\nw w 20 A C 0 1 1\n"); }));
     EXPECT_TRUE(fails_with("line 1: too many fields", [&] { read_haps("v v 10 A C 0 1 1 1 0\n"); }));
@@ -90,7 +90,7 @@ TEST_F(GenotypeSets, PlinkCodes) {
     EXPECT_EQ(set.sites[1].allele1, "GT");
 }
 
-TEST_F(GenotypeSets, MalformedPlinkIsRefused) {
+TEST_F(GenotypeSets, MalformedPlinkIsRejected) {
     EXPECT_TRUE(
         fails_with("not a BED file", [&] { read_bed(std::string("\x6C\x1B\x00\xE4\x02\x00\x01", 7)); }));
     EXPECT_TRUE(fails_with("its size", [&] { read_bed(std::string("\x6C\x1B\x01\xE4\x02\x00", 6)); }));
@@ -111,7 +111,7 @@ TEST_F(GenotypeSets, MaskFollowsTheTruth) {
     EXPECT_TRUE(fails_with("does not follow", [&] { read_mask("v 11 1.\nw 20 m0\n"); }));
     EXPECT_TRUE(fails_with("does not follow", [&] { read_mask("v 10 1.\nw 20 m0\nx 30 m0\n"); }));
     EXPECT_TRUE(fails_with("does not fit the people", [&] { read_mask("v 10 1\nw 20 m0\n"); }));
-    EXPECT_TRUE(fails_with("knows only", [&] { read_mask("v 10 1?\nw 20 m0\n"); }));
+    EXPECT_TRUE(fails_with("may have only", [&] { read_mask("v 10 1?\nw 20 m0\n"); }));
     EXPECT_TRUE(fails_with("fewer sites", [&] { read_mask("v 10 1.\n"); }));
 }
 
@@ -120,7 +120,7 @@ TEST_F(GenotypeSets, IdsAreTheFirstFields) {
               (std::vector<std::string>{"ann", "bob"}));
 }
 
-TEST(SiteIndex, PositionAndAllelesMakeTheVariant) {
+TEST(SiteIndex, PositionAndAllelesIdentifyTheVariant) {
     const std::vector<Site> sites{{20, "A", "C"}, {10, "A", "G"}, {20, "A", "T"}};
     const SiteIndex index(sites);
     EXPECT_EQ(index.find({20, "A", "T"}).index, 2);

@@ -21,7 +21,7 @@ TEST(Demography, CoalescentTimeRunsFasterInASmallPopulation) {
     const Demography demography({{0, 100}, {50, 10}});
     EXPECT_DOUBLE_EQ(demography.after(0, 0.1), 20 * one_generation);
     EXPECT_DOUBLE_EQ(demography.after(60 * one_generation, 0.5), 70 * one_generation);
-    // A quarter of a unit takes the first 50 generations, the rest 20 generations a unit.
+    // The first 50 generations are a quarter of a unit; then one unit is 20 generations.
     EXPECT_DOUBLE_EQ(demography.after(0, 1.25), 70 * one_generation);
 }
 
@@ -33,8 +33,8 @@ TEST(LocalTree, FirstTreeHasTheLengthOfTheCoalescent) {
     EXPECT_NEAR(sum / trees, expected_length, 0.02 * expected_length);
 }
 
-// Along the chromosome a tree holds for a stretch inversely proportional to its length, and weighted so the
-// trees have the length and the mutations that single loci have.
+// A tree covers a stretch of the chromosome inversely proportional to its length. Weighted accordingly, the
+// trees must have the length and the mutations of single loci.
 TEST(LocalTree, RecombinationKeepsLengthAndMutationFrequencies) {
     const Demography demography({{0, individuals}});
     RandomSource random(2);

@@ -15,7 +15,7 @@ struct Outcome {
     std::string err;
 };
 
-// Commands run in a folder of their own.
+// Runs commands in a temporary folder.
 class Programs : public testing::Test {
   protected:
     Outcome run(const std::string& command) const {
@@ -62,7 +62,7 @@ TEST_F(Programs, SeedDecidesEveryByte) {
     EXPECT_NE(text("a.bed"), text("c.bed"));
 }
 
-TEST_F(Programs, ErrorsAreToldWithStatusOne) {
+TEST_F(Programs, ErrorsEndWithStatusOne) {
     const auto fails = [](const Outcome& outcome, const std::string& reason) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_NE(outcome.err.find(reason), std::string::npos) << outcome.err;
@@ -95,8 +95,8 @@ TEST_F(Programs, HelpNamesTheOptions) {
     }
 }
 
-// The bundled example is what the generator makes, on whichever machine this runs.
-TEST_F(Programs, ExampleIsMadeAgain) {
+// The generator reproduces the bundled example on every machine.
+TEST_F(Programs, ExampleIsReproduced) {
     const Outcome outcome =
         run("TOLVANE_SIMULATE='" TOLVANE_SIMULATE "' '" TOLVANE_ROOT "/tools/make-example' \"$PWD\"");
     ASSERT_EQ(outcome.status, 0) << outcome.err;
@@ -105,7 +105,7 @@ TEST_F(Programs, ExampleIsMadeAgain) {
           "panel.haps.gz", "panel.legend.gz", "panel.sample"}) {
         const std::string made = text(name);
         const std::string bundled = support::read_file(TOLVANE_ROOT "/example/" + name);
-        // Compressed bytes may change from one release of zlib to the next, their content may not.
+        // Compressed bytes may differ between versions of zlib, but not their content.
         if (name.ends_with(".gz")) {
             EXPECT_EQ(support::gunzip(made), support::gunzip(bundled)) << name;
         } else {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int draws = 200'000;
 
-// The C++ standard names the 10000th number of this generator.
+// The C++ standard specifies the 10000th number of this generator.
 TEST(RandomSource, BitsAreThoseOfTheStandardGenerator) {
     RandomSource random(5489);
     double uniform = 0;

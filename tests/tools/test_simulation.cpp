@@ -48,7 +48,7 @@ double squared_correlation(const Cohort& cohort, std::size_t a, std::size_t b) {
     return covariance * covariance / (p * (1 - p) * q * (1 - q));
 }
 
-// Mean over the pairs of common loci whose distance in bp lies in [from, to).
+// Mean over the pairs of common loci whose distance in bp is in [from, to).
 double mean_squared_correlation(const Cohort& cohort, int from, int to) {
     double sum = 0;
     int pairs = 0;
@@ -114,7 +114,7 @@ TEST(Simulate, SameSeedSameCohort) {
     EXPECT_GT(differences, 0);
 }
 
-TEST(Simulate, MapRisesWithHotSpots) {
+TEST(Simulate, MapIncreasesWithHotSpots) {
     Settings settings = small_settings();
     settings.megabases = 10;
     const Cohort cohort = simulate(settings);
@@ -182,7 +182,7 @@ TEST(Simulate, PanelLacksSomeVariantsAndHasOthers) {
     EXPECT_NEAR(in_both, 200, 25);
 }
 
-TEST(ObservedGenotypes, MissingAndWrongOnesComeAtTheirRates) {
+TEST(ObservedGenotypes, MissingAndWrongGenotypesHaveTheirRates) {
     Settings settings = small_settings();
     settings.missing_rate = 0.1;
     settings.error_rate = 0.05;
@@ -215,7 +215,7 @@ TEST(ObservedGenotypes, EveryVariantShowsBothAlleles) {
     }
 }
 
-TEST(Simulate, SettingsOutOfRangeAreRefused) {
+TEST(Simulate, SettingsOutOfRangeAreRejected) {
     const auto refuses = [](auto change) {
         Settings settings = small_settings();
         change(settings);

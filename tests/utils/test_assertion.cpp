@@ -14,13 +14,13 @@ void promise(bool kept) {
     TOLVANE_ASSERT(kept, "kept at last");
 }
 
-TEST(Assertion, KeptPromiseDoesNothing) {
+TEST(Assertion, DoesNothingIfTheConditionHolds) {
     int evaluated = 0;
     TOLVANE_ASSERT(++evaluated == 1, "evaluated once");
     EXPECT_EQ(evaluated, 1);
 }
 
-TEST(Assertion, BrokenPromiseTellsPlaceAndTextAndAborts) {
+TEST(Assertion, FailurePrintsPlaceAndTextAndAborts) {
     const support::child_end end = support::run_in_child([] { promise(false); });
     EXPECT_EQ(end.signal, SIGABRT);
     EXPECT_EQ(end.out, "");

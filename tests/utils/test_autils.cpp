@@ -44,7 +44,7 @@ TEST(Decompose, ListsTooShortToSplitStayWhole) {
         runs_list runs;
         autils::decompose(r.min_size, {0, r.n_items - 1}, runs, random);
         EXPECT_EQ(runs_text(runs), "0-" + std::to_string(r.n_items - 1));
-        EXPECT_EQ(random.draw(), support::plain_generator(7).draw()) << "no number was drawn";
+        EXPECT_EQ(random.draw(), support::plain_generator(7).draw()) << "takes no draw";
     }
 }
 
@@ -52,10 +52,10 @@ TEST(Decompose, RunsAreAppended) {
     runs_list runs = {{97, 99}};
     random_source random(1);
     autils::decompose(2, {0, 3}, runs, random);
-    EXPECT_EQ(runs_text(runs), "97-99 0-2 1-3");  // 4 items leave one place to split, whatever is drawn
+    EXPECT_EQ(runs_text(runs), "97-99 0-2 1-3");  // 4 items can be split in only one place, whatever is drawn
 }
 
-/// The same splitting, on numbers from `first` to `last` in place of items.
+/// Reference implementation: splits the numbers from `first` to `last`.
 void split_plainly(int min_size, int first, int last, support::plain_generator& random, std::string& text) {
     const int n = last - first + 1;
     if (n == 2 || 2 * min_size > n) {

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(Transposed, PutsBitCOfRowRAtBitROfRowC) {
+TEST(Transposed, SwapsRowsAndColumns) {
     std::mt19937_64 random(1);
     for (int i = 0; i < 100; ++i) {
         const std::uint64_t m = random(), t = transposed(m);

@@ -14,7 +14,7 @@ std::vector<int> items(const list& l) {
     return {l.begin(), l.end()};
 }
 
-TEST(FixedList, HoldsWhatIsAppended) {
+TEST(FixedList, KeepsAppendedItems) {
     list l;
     EXPECT_EQ(l.size(), 0U);
     EXPECT_EQ(items(l), std::vector<int>{});
@@ -32,7 +32,7 @@ TEST(FixedList, CopiesAreIndependent) {
     EXPECT_EQ(items(l), (std::vector<int>{1, 2, 3}));
 }
 
-TEST(FixedList, OneItemTooManyAborts) {
+TEST(FixedList, OverflowAborts) {
     list l{1, 2, 3};
     EXPECT_TRUE(support::aborts_on("n < N", [&] { l.push_back(4); }));
 }

@@ -19,7 +19,7 @@ namespace {
 
 using support::temporary_folder;
 
-TEST(IsFile, WhatCanBeRead) {
+TEST(IsFile, AcceptsReadableFiles) {
     const temporary_folder folder;
     const std::string file = folder.put("file", "text"), link = folder.at("link");
     const std::string dangling = folder.at("dangling"), pipe = folder.at("pipe");
@@ -29,7 +29,7 @@ TEST(IsFile, WhatCanBeRead) {
     EXPECT_TRUE(futils::isFile(file));
     EXPECT_TRUE(futils::isFile(folder.put("empty", "")));
     EXPECT_TRUE(futils::isFile(link));
-    EXPECT_TRUE(futils::isFile(pipe)) << "told without opening it, which would wait for a writer";
+    EXPECT_TRUE(futils::isFile(pipe)) << "opening it would wait for a writer";
     EXPECT_TRUE(futils::isFile("/dev/null"));
     EXPECT_FALSE(futils::isFile(dangling));
     EXPECT_FALSE(futils::isFile(folder.path()));
@@ -55,14 +55,14 @@ TEST(CreateFile, LeavesAnEmptyFile) {
     EXPECT_EQ(support::read_file(old), "");
 }
 
-TEST(CreateFile, TellsWhenItCannot) {
+TEST(CreateFile, ReportsFailure) {
     const temporary_folder folder;
     EXPECT_FALSE(futils::createFile(folder.at("missing/new")));
     EXPECT_FALSE(futils::createFile(folder.path()));
     EXPECT_FALSE(futils::createFile(""));
 }
 
-TEST(TakeFile, HoldsAgainstOtherProcessesUntilTheEndOfThisOne) {
+TEST(TakeFile, LocksUntilTheProcessEnds) {
     const temporary_folder folder;
     const std::string file = folder.put("file", "text");
     const auto taken_by_a_child = [&file] {
@@ -79,7 +79,7 @@ TEST(TakeFile, HoldsAgainstOtherProcessesUntilTheEndOfThisOne) {
     EXPECT_EQ(support::read_file(file), "text");
 }
 
-TEST(TakeFile, CreatesWhatIsAbsentAndLetsThroughWhatCannotBeTaken) {
+TEST(TakeFile, CreatesMissingFilesAndIgnoresWhatCannotBeLocked) {
     const temporary_folder folder;
     EXPECT_TRUE(futils::takeFile(folder.at("new")));
     EXPECT_EQ(support::read_file(folder.at("new")), "");
@@ -89,7 +89,7 @@ TEST(TakeFile, CreatesWhatIsAbsentAndLetsThroughWhatCannotBeTaken) {
     }
 }
 
-TEST(ExtensionFile, TextAfterTheLastPoint) {
+TEST(ExtensionFile, TextAfterTheLastDot) {
     struct row {
         const char* name;
         const char* expected;
@@ -99,7 +99,7 @@ TEST(ExtensionFile, TextAfterTheLastPoint) {
         EXPECT_EQ(futils::extensionFile(r.name), r.expected) << r.name;
 }
 
-TEST(IsSameFile, FollowsLinksAndWays) {
+TEST(IsSameFile, FollowsLinksAndPaths) {
     const temporary_folder folder;
     const std::string file = folder.put("file", "text"), other = folder.put("other", "text");
     const std::string soft = folder.at("soft"), hard = folder.at("hard");
@@ -112,7 +112,7 @@ TEST(IsSameFile, FollowsLinksAndWays) {
     EXPECT_FALSE(futils::isSameFile(file, other));
 }
 
-TEST(IsSameFile, ComparesPlacesOfFilesToCome) {
+TEST(IsSameFile, ComparesPathsOfFilesThatDoNotExist) {
     const temporary_folder folder;
     const std::string file = folder.put("file", "text");
     EXPECT_TRUE(futils::isSameFile(folder.at("new"), folder.path() + "/./new"));
@@ -121,7 +121,7 @@ TEST(IsSameFile, ComparesPlacesOfFilesToCome) {
     EXPECT_FALSE(futils::isSameFile(file, folder.at("new")));
 }
 
-TEST(IsSameFile, AnImpossibleNameIsNoFile) {
+TEST(IsSameFile, ImpossibleNamesAreNotFiles) {
     const temporary_folder folder;
     const std::string too_long(100000, 'x');
     for (const std::string& name : {std::string(), too_long, folder.at(too_long)}) {
@@ -131,7 +131,7 @@ TEST(IsSameFile, AnImpossibleNameIsNoFile) {
     }
 }
 
-TEST(IsSameFile, DevicesAreNoFiles) {
+TEST(IsSameFile, DevicesAreNotFiles) {
     EXPECT_FALSE(futils::isSameFile("/dev/null", "/dev/null"));
 }
 

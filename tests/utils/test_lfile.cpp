@@ -37,7 +37,7 @@ TEST(LogName, EndsInLog) {
     }
 }
 
-TEST(LogPrefix, IsTheTextBeforeTheLastPoint) {
+TEST(LogPrefix, IsTheTextBeforeTheLastDot) {
     struct row {
         const char* given;
         const char* expected;
@@ -47,7 +47,7 @@ TEST(LogPrefix, IsTheTextBeforeTheLastPoint) {
         EXPECT_EQ(lfile::getPrefix(r.given), r.expected) << r.given;
 }
 
-TEST(LogOpen, EmptiesTheFileAndTellsSuccess) {
+TEST(LogOpen, EmptiesTheFileAndReportsSuccess) {
     const temporary_folder folder;
     const std::string name = folder.put("run.log", "old text\n");
     lfile log;
@@ -66,8 +66,8 @@ TEST(LogOpen, RunTxtBecomesRunTxtLog) {
     EXPECT_FALSE(std::ifstream(folder.at("run.txt")).good());
 }
 
-/// What each printing call leaves on the two channels, with both open and with each muted.
-TEST(LogChannels, EachCallReachesItsOwn) {
+/// The output of each call on the two channels, with both open and with each muted.
+TEST(LogChannels, EachCallWritesToItsChannels) {
     struct row {
         const char* name;
         void (*call)();
@@ -113,7 +113,7 @@ TEST(LogChannels, EachCallReachesItsOwn) {
     }
 }
 
-TEST(LogChannels, WithoutAFileOnlyTheConsoleSpeaks) {
+TEST(LogChannels, WithoutAFileWritesOnlyToTheConsole) {
     std::string console;
     {
         const log_capture capture;
@@ -145,7 +145,7 @@ TEST(LogWarning, MutingTheConsoleDoesNotSilenceIt) {
     EXPECT_EQ(capture.log(), "quiet\nWARNING: loud\n");
 }
 
-TEST(LogError, SpeaksOnBothChannelsAndEndsWithStatusOne) {
+TEST(LogError, WritesToBothChannelsAndEndsWithStatusOne) {
     for (const bool mute_console : {false, true}) {
         const temporary_folder folder;
         const child_end end = run_in_child([&] {
@@ -197,7 +197,7 @@ TEST(LogError, EndsTheProcessFromAWorker) {
     }));
 }
 
-TEST(LogError, OfSeveralFailingThreadsOneSpeaks) {
+TEST(LogError, OnlyOneOfSeveralFailingThreadsReports) {
     const child_end end = run_in_child([] {
         std::vector<std::thread> workers;
         for (int i = 0; i < 8; ++i) workers.emplace_back([] { LOG.error("worker failed"); });
@@ -217,7 +217,7 @@ TEST(LogWrite, FullDiskStopsTheRun) {
     }));
 }
 
-TEST(LogClose, MayComeTwice) {
+TEST(LogClose, MayBeCalledTwice) {
     const log_capture capture;
     LOG.println("a line");
     LOG.close();

@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(MyException, TellsItsText) {
+TEST(MyException, ReturnsItsText) {
     const myException failure("no weight left");
     EXPECT_EQ(failure.msg, "no weight left");
     EXPECT_STREQ(failure.what(), "no weight left");

@@ -21,7 +21,7 @@ TEST(PlainGenerator, HasThePublishedCheckValue) {
     EXPECT_EQ(x, 1043618065);  // Park and Miller (1988): the 10,000th state from 1
 }
 
-TEST(RandomSource, AgreesWithThePlainGenerator) {
+TEST(RandomSource, AgreesWithReference) {
     for (const long seed : {0L, 1L, 2L, 42L, 16807L, 127773L, 2147483646L, 2147483647L}) {
         support::plain_generator plain(seed);
         random_source random(seed);
@@ -29,21 +29,21 @@ TEST(RandomSource, AgreesWithThePlainGenerator) {
     }
 }
 
-TEST(RandomSource, FirstDrawsByHand) {
-    // The first value is the entry of the filled table that its own first entry points to; these are the
-    // values printed with the published shuffle for this start.
+TEST(RandomSource, FirstDraws) {
+    // The first value is the table entry selected by the first entry of the filled table. These are the
+    // published values of the shuffle for this start.
     random_source random(1);
     EXPECT_NEAR(random.draw(), 0.41599935, 1e-8);
     EXPECT_NEAR(random.draw(), 0.09196489, 1e-8);
     EXPECT_NEAR(random.draw(), 0.75641048, 1e-8);
 }
 
-TEST(RandomSource, SeedsZeroAndOneGiveOneStream) {
+TEST(RandomSource, SeedsZeroAndOneGiveTheSameStream) {
     random_source zero(0), one(1);
     for (int i = 0; i < 100; ++i) EXPECT_EQ(zero.draw(), one.draw());
 }
 
-TEST(RandomSource, DeadSeedStartsAnew) {
+TEST(RandomSource, StateOfZeroRestarts) {
     // 2^31 - 1 is 0 in this arithmetic: one draw of 0, then the stream that starts from 1.
     random_source random(2147483647);
     EXPECT_EQ(random.draw(), 0.0);
@@ -51,7 +51,7 @@ TEST(RandomSource, DeadSeedStartsAnew) {
     for (int i = 0; i < 100; ++i) EXPECT_EQ(random.draw(), from_one.draw());
 }
 
-TEST(RandomSource, StaysBelowOneAndIsEven) {
+TEST(RandomSource, StaysBelowOneAndIsUniform) {
     random_source random(12345);
     std::vector<int> counts(10, 0);
     for (int i = 0; i < 100000; ++i) {
@@ -65,7 +65,7 @@ TEST(RandomSource, StaysBelowOneAndIsEven) {
     EXPECT_LT(chi_square, 27.9);  // 9 degrees of freedom, 0.1 %
 }
 
-TEST(RandomSource, OfNIsTheFloorOfTheProduct) {
+TEST(RandomSource, DrawBelowIsTheFloorOfTheProduct) {
     for (const int n : {1, 2, 3, 10, 1000000, 2000000000}) {
         support::plain_generator plain(77);
         random_source random(77);
@@ -79,7 +79,7 @@ TEST(RandomSource, OfNIsTheFloorOfTheProduct) {
     }
 }
 
-TEST(RandomSource, ThreadsShareOutOneStream) {
+TEST(RandomSource, ThreadsShareOneStream) {
     constexpr int n_threads = 4, n_draws = 2000;
     support::plain_generator plain(5);
     std::multiset<double> expected;
@@ -97,7 +97,7 @@ TEST(RandomSource, ThreadsShareOutOneStream) {
     EXPECT_EQ(all, expected);
 }
 
-/// The first index at which the running sum passes u * sum; the last one needs no test.
+/// The first index at which the running sum exceeds u * sum; the last one is not tested.
 int sample_plainly(const std::vector<double>& values, double sum, double u) {
     std::size_t i = 0;
     for (double running = values[0]; i + 1 < values.size() && running <= u * sum; running += values[i]) ++i;
@@ -125,12 +125,13 @@ TEST(DrawIndex, LastEntryIsTheFallback) {
     }
 }
 
-TEST(DrawIndex, RunningSumMustPassTheBound) {
+TEST(DrawIndex, RunningSumMustExceedTheBound) {
     for (long seed = 1; seed <= 50; ++seed) {
         const double u = plain_draw(seed);
         random_source at(seed), above(seed);
-        EXPECT_EQ(at.draw_index({u, 1.0}, 1.0), 1) << "equal to the bound";
-        EXPECT_EQ(above.draw_index({std::nextafter(u, 2.0), 1.0}, 1.0), 0) << "just above it";
+        EXPECT_EQ(at.draw_index({u, 1.0}, 1.0), 1) << "the running sum equals the bound";
+        EXPECT_EQ(above.draw_index({std::nextafter(u, 2.0), 1.0}, 1.0), 0)
+            << "the running sum is just above the bound";
     }
 }
 

@@ -24,7 +24,7 @@ using support::stops_naming;
 using support::stops_with;
 using support::temporary_folder;
 
-/// The three kinds of file that all text may come in.
+/// The three kinds of file that all text may be in.
 struct file_kind {
     const char* ending;
     std::string (*pack)(const std::string&);
@@ -44,7 +44,7 @@ std::vector<std::string> lines_through(const std::string& name) {
     return lines;
 }
 
-TEST(Ifile, LinesOfEachKind) {
+TEST(Ifile, ReadsLinesOfEachKind) {
     const std::string mark = "\xEF\xBB\xBF";
     struct row {
         const char* name;
@@ -77,7 +77,7 @@ TEST(Ifile, LinesOfEachKind) {
         }
 }
 
-TEST(Ifile, ExtensionAloneTellsTheKind) {
+TEST(Ifile, OnlyTheExtensionDecidesTheKind) {
     const temporary_folder folder;
     const std::string packed = gzip("text\n");
     EXPECT_EQ(lines_through(folder.put("a.b.gz", packed)), std::vector<std::string>{"text"});
@@ -95,7 +95,7 @@ TEST(Ifile, ExtensionAloneTellsTheKind) {
     }));
 }
 
-TEST(Ifile, FilesPackedInSeveralPiecesReadWhole) {
+TEST(Ifile, ReadsAllMembersOfCompressedFiles) {
     const temporary_folder folder;
     const std::vector<std::string> expected = {"one", "two", "three"};
     EXPECT_EQ(lines_through(folder.put("a.gz", gzip("one\ntw") + gzip("o\n") + gzip("three\n"))), expected);
@@ -114,7 +114,7 @@ TEST(Ifile, MissingFilesAndFoldersStopTheRun) {
     }
 }
 
-TEST(Ifile, OpensOneFileAfterTheOther) {
+TEST(Ifile, OpensOneFileAfterAnother) {
     const temporary_folder folder;
     const std::string first = folder.put("first.gz", gzip("\xEF\xBB\xBF"
                                                           "1\n2\n"));
@@ -155,7 +155,7 @@ TEST(Ifile, BytesOfAnyValueAreRead) {
     }
 }
 
-TEST(Ifile, ReadBytesTellsWhenTheFileEndsBefore) {
+TEST(Ifile, ReadBytesFailsIfTheFileEndsEarly) {
     const temporary_folder folder;
     ifile file(folder.put("three", "abc"), true);
     std::string read(4, ' ');
@@ -164,7 +164,7 @@ TEST(Ifile, ReadBytesTellsWhenTheFileEndsBefore) {
     EXPECT_EQ(read, "abc ");
 }
 
-/// Damage to packed files: reading to the end either gives the text as it was or stops the run.
+/// Damage to compressed files: reading to the end either gives the original text or stops the run.
 class damage : public ::testing::TestWithParam<file_kind> {
   protected:
     temporary_folder folder;
@@ -173,7 +173,7 @@ class damage : public ::testing::TestWithParam<file_kind> {
     const std::string name = folder.at(std::string("input") + GetParam().ending);
 };
 
-TEST_P(damage, CutShortAtAnyByteStopsTheRun) {
+TEST_P(damage, TruncationAtAnyByteStopsTheRun) {
     for (std::size_t n = 0; n < whole.size(); ++n) {
         support::write_file(name, whole.substr(0, n));
         ASSERT_TRUE(stops_naming({name + " could not be read: ", "damaged or cut short"},
@@ -182,7 +182,7 @@ TEST_P(damage, CutShortAtAnyByteStopsTheRun) {
     }
 }
 
-TEST_P(damage, CutShortInALaterPieceStopsTheRun) {
+TEST_P(damage, TruncationOfALaterMemberStopsTheRun) {
     for (std::size_t n = 1; n < whole.size(); ++n) {
         support::write_file(name, whole + whole.substr(0, n));
         ASSERT_TRUE(stops_naming({name + " could not be read: "}, [&] { lines_through(name); }))
@@ -204,7 +204,7 @@ TEST_P(damage, ChangedBitNeverReadsAsOtherText) {
     }
 }
 
-TEST_P(damage, IsFoundByReadingBytesToo) {
+TEST_P(damage, IsAlsoFoundByReadBytes) {
     support::write_file(name, whole.substr(0, whole.size() - 1));
     EXPECT_TRUE(stops_naming({name + " could not be read: "}, [&] {
         ifile file(name, true);
@@ -241,7 +241,7 @@ TEST(Ofile, EmptiesAnOldFile) {
     EXPECT_EQ(read_file(name), "new\n");
 }
 
-TEST(Ofile, OpensOneFileAfterTheOther) {
+TEST(Ofile, OpensOneFileAfterAnother) {
     const temporary_folder folder;
     ofile file;
     file.close();  // nothing is open yet
@@ -256,7 +256,7 @@ TEST(Ofile, OpensOneFileAfterTheOther) {
     EXPECT_EQ(read_file(folder.at("b.txt")), "2");
 }
 
-TEST(Ofile, EndsItsFileWhenItDies) {
+TEST(Ofile, DestructorEndsTheFile) {
     for (const file_kind& kind : KINDS) {
         const temporary_folder folder;
         const std::string name = folder.at(std::string("output") + kind.ending);
@@ -268,7 +268,7 @@ TEST(Ofile, EndsItsFileWhenItDies) {
     }
 }
 
-TEST(Ofile, WhatCannotBeCreatedStopsTheRun) {
+TEST(Ofile, FailureToCreateStopsTheRun) {
     const temporary_folder folder;
     for (const std::string& name : {folder.at("missing/a.txt"), folder.path(), std::string()}) {
         ofile file;

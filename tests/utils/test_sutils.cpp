@@ -33,7 +33,7 @@ TEST(Double2str, FixedNotation) {
 }
 
 TEST(Date2str, LocalTime) {
-    // 2009-02-13 23:31:30 UTC, in whatever zone this machine stands.
+    // 2009-02-13 23:31:30 UTC, in the time zone of this machine.
     const long time = 1234567890;
     const std::time_t seconds = time;
     const std::tm* parts = std::localtime(&seconds);
@@ -51,7 +51,7 @@ TEST(Date2str, HoldsUpTo127Bytes) {
     EXPECT_EQ(sutils::date2str(&time, std::string(128, 'x')), "");
 }
 
-TEST(Tokenize, CutsAtRunsOfBlanksAndTabs) {
+TEST(Tokenize, SplitsAtRunsOfBlanksAndTabs) {
     struct row {
         const char* name;
         std::string line;
@@ -66,7 +66,7 @@ TEST(Tokenize, CutsAtRunsOfBlanksAndTabs) {
         {"leading gaps", "  \ta", {"a"}},
         {"gaps at the end", "a b \t", {"a", "b"}},
         {"carriage return at the end", "a b\r", {"a", "b"}},
-        {"carriage return behind a blank", "a b \r", {"a", "b"}},
+        {"carriage return after a blank", "a b \r", {"a", "b"}},
         {"a lone carriage return", "\r", {}},
         {"one carriage return is dropped", "a\r\r", {"a\r"}},
         {"carriage return inside", "a\rb c", {"a\rb", "c"}},
@@ -82,7 +82,7 @@ TEST(Tokenize, CutsAtRunsOfBlanksAndTabs) {
     }
 }
 
-TEST(Tokenize, StopsOnceEnoughIsTaken) {
+TEST(Tokenize, StopsAfterNFields) {
     struct row {
         int most;
         std::vector<std::string> expected;
@@ -110,7 +110,7 @@ TEST(Tokenize, FindsTheFieldsOfRandomLines) {
     }
 }
 
-TEST(Str2int, NumberAtTheHead) {
+TEST(Str2int, NumberAtTheStart) {
     struct row {
         const char* text;
         int expected;
@@ -126,7 +126,7 @@ TEST(Str2int, ReadsOnlyItsField) {
     EXPECT_EQ(sutils::str2int(std::string_view(line).substr(0, 1), "map", 1), 1);
 }
 
-TEST(Str2int, RefusesWhatNoIntHolds) {
+TEST(Str2int, OutOfRangeStopsTheRun) {
     for (const std::string text :
          {"2147483648", "-2147483649", "99999999999999999999", "-99999999999999999999", "4294967296"})
         EXPECT_TRUE(support::stops_with(
@@ -134,7 +134,7 @@ TEST(Str2int, RefusesWhatNoIntHolds) {
             [&] { sutils::str2int(text, "map.txt", 3); }));
 }
 
-TEST(Str2double, NumberAtTheHead) {
+TEST(Str2double, NumberAtTheStart) {
     struct row {
         const char* text;
         double expected;
@@ -195,7 +195,7 @@ TEST(FieldCursor, TakesThreeBitsOnlyInTheirUsualForm) {
           " 1\t0 0 1 0", " 1 0 0\t1 0", " 1 0 / 1 0 0", " 1 0 -1 0 0"}) {
         sutils::field_cursor cursor(line), plain(line);
         EXPECT_EQ(cursor.next_three_bits(), -1) << '"' << line << '"';
-        EXPECT_EQ(cursor.next(), plain.next()) << "nothing is taken";
+        EXPECT_EQ(cursor.next(), plain.next()) << "no field is taken";
     }
 }
 
@@ -208,8 +208,8 @@ TEST(Str2double, ReadsOnlyItsField) {
     EXPECT_EQ(sutils::str2double(fields[2]), 1.0);
 }
 
-// strtod alone passes over white space that is no gap between fields, and then takes the next field.
-TEST(Str2double, FieldOfOtherWhiteSpaceIsNoNumber) {
+// strtod skips white space that does not separate fields, and would then read the next field.
+TEST(Str2double, OtherWhiteSpaceIsNotANumber) {
     const std::string line = "\v 0.5";
     std::vector<std::string_view> fields;
     sutils::tokenize(line, fields);

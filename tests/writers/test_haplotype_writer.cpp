@@ -35,7 +35,7 @@ genhap_set cohort(const std::vector<std::string>& names, int n_variants,
     return set;
 }
 
-TEST(HaplotypeWriter, BytesOfBothFiles) {
+TEST(HaplotypeWriter, WritesBothFiles) {
     const log_capture capture;
     const genhap_set c = cohort({"X", "Y"}, 2, {"00", "11", "10", "10"});
     const std::string haps = capture.folder().at("out.haps"), sample = capture.folder().at("out.sample");
@@ -56,7 +56,7 @@ TEST(HaplotypeWriter, PanelIsNotWritten) {
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 A G 0 1\n");
 }
 
-TEST(HaplotypeWriter, AllelesAreWrittenAsTheyAreNow) {
+TEST(HaplotypeWriter, WritesTheCurrentAlleles) {
     const log_capture capture;
     genhap_set c = cohort({"X"}, 1, {"0", "0"});
     c.snps.getByIndex(0)->flip();
@@ -66,7 +66,7 @@ TEST(HaplotypeWriter, AllelesAreWrittenAsTheyAreNow) {
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 G <DEL> 0 0\n");
 }
 
-TEST(HaplotypeWriter, NobodyAndNothing) {
+TEST(HaplotypeWriter, NoIndividualsOrNoVariants) {
     const log_capture capture;
     const std::string haps = capture.folder().at("out.haps"), sample = capture.folder().at("out.sample");
     writeHaplotypeHap(cohort({}, 1, {}), haps, sample);
@@ -77,7 +77,7 @@ TEST(HaplotypeWriter, NobodyAndNothing) {
     EXPECT_EQ(read_file(haps), "");
 }
 
-TEST(HaplotypeWriter, EveryDigitIsInItsPlace) {
+TEST(HaplotypeWriter, WritesEveryAllele) {
     std::mt19937 random(1);
     std::vector<std::string> names, haplotypes;
     for (int i = 0; i < 13; ++i) {
@@ -98,7 +98,7 @@ TEST(HaplotypeWriter, EveryDigitIsInItsPlace) {
     }
 }
 
-TEST(HaplotypeWriter, PacksByTheEnding) {
+TEST(HaplotypeWriter, CompressesByExtension) {
     const log_capture capture;
     const genhap_set c = cohort({"X"}, 1, {"0", "1"});
     const std::string haps = capture.folder().at("out.haps.gz"),

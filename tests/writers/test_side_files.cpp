@@ -21,7 +21,7 @@ void write(const genotype_store& store, const std::string& prefix) {
     write_counts(store, count_genotypes(store), prefix);
 }
 
-TEST(WriteCounts, OfIndividualsAndVariants) {
+TEST(WriteCounts, WritesCountsOfIndividualsAndVariants) {
     const temporary_folder folder;
     write(study_of({"0.20", "1120", "2.20", "0120", "1122"}), folder.at("my.run"));
     EXPECT_EQ(read_file(folder.at("my.run.ind.mm")), "id\tmissing\nI0\t1\nI1\t0\nI2\t1\nI3\t0\nI4\t0\n");
@@ -51,7 +51,7 @@ TEST(WriteCounts, FilesThatCannotBeWrittenStopTheRun) {
     }
 }
 
-TEST(WriteAbsentVariants, WithTheirAllelesAndThePositionsAlone) {
+TEST(WriteAbsentVariants, WritesAllelesAndPositions) {
     const temporary_folder folder;
     const genotype_store store = study_of({"0000"});
     write_absent_variants({store.snps.getByIndex(1), store.snps.getByIndex(3)}, folder.at("run"));

@@ -1,4 +1,4 @@
-#include "twins.h"
+#include "comparison.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -11,7 +11,7 @@ namespace {
 
 const std::string PLAIN = "plain";
 
-/// `bytes` is 0 for a call whose rate of bytes means nothing.
+/// `bytes` is 0 for a call without a meaningful byte rate.
 void add(const std::string& title, const std::string& name, double items, double bytes,
          std::function<void()> call) {
     const auto body = [items, bytes, call = std::move(call)](benchmark::State& state) {
@@ -27,7 +27,7 @@ void add(const std::string& title, const std::string& name, double items, double
     benchmark::RegisterBenchmark((title + "/" + name).c_str(), body);
 }
 
-/// Adds to each run how many times faster it is than the plain way of the same title, which comes first.
+/// Adds to each run the speed-up over the reference implementation of the same title, which comes first.
 class ratio_reporter : public benchmark::ConsoleReporter {
   public:
     ratio_reporter() : ConsoleReporter(OO_Tabular) {}
@@ -73,7 +73,7 @@ void alone(const std::string& title, double items, double bytes, std::function<v
 
 void expect(bool same, const std::string& what) {
     if (same) return;
-    std::cerr << what << " differs from its plain twin\n";
+    std::cerr << what << " differs from its reference implementation\n";
     std::exit(1);
 }
 

@@ -7,9 +7,9 @@
 
 namespace bench {
 
-/// Registers a benchmark of the plain way to do something and of the ways that the program has, each by a
-/// name such as "AVX2". The report tells for each way how many times faster it is than the plain one, and the
-/// time that one item takes. `items` is the number of items that a call works on.
+/// Registers a benchmark of the reference implementation of a task and of the implementations in the program,
+/// each with a name such as "AVX2". The report shows the speed-up of each over the reference, and the time
+/// per item. `items` is the number of items that a call processes.
 class comparison {
   public:
     comparison(std::string title, double items, std::function<void()> plain);
@@ -20,15 +20,15 @@ class comparison {
     double items;
 };
 
-/// A benchmark without a plain way beside it.
+/// A benchmark without a reference implementation.
 void alone(const std::string& title, double items, std::function<void()> call);
-/// The same, of a call that goes through `bytes` bytes, whose rate is reported too.
+/// The same for a call that processes `bytes` bytes; the byte rate is reported too.
 void alone(const std::string& title, double items, double bytes, std::function<void()> call);
 
-/// Ends the program with a message when an answer is not that of the plain twin.
+/// Ends the program with a message if a result differs from that of the reference implementation.
 void expect(bool same, const std::string& what);
 
-/// Runs all that has been registered; the body of each main.
+/// Runs all registered benchmarks; the body of each main.
 int run(int argc, char** argv);
 
 }  // namespace bench
