@@ -8,9 +8,9 @@ function(tolvane_test_options name)
   if(TOLVANE_SANITIZE)
     target_compile_options(${name} PRIVATE -O0)
   else()
-    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-Og>)
   endif()
-  # At -O1 GCC 12 gives false warnings about out-of-bounds copies in std::string.
+  # GCC 12 gives false warnings about out-of-bounds copies in std::string.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     target_compile_options(${name} PRIVATE -Wno-array-bounds -Wno-stringop-overflow)
   endif()
