@@ -54,7 +54,7 @@ void measure_graphs(double density) {
     spread(pruned, draws);
 
     std::vector<chaplotype>& H = data.haplotypes.vecH;
-    constexpr haplotype_indexes OWN = {0, 1};
+    static constexpr haplotype_indexes OWN = {0, 1};
     for (const auto& [name, graph] : {std::pair{"fresh", &fresh}, {"pruned", &pruned}}) {
         graph->sample(H, OWN, false, draws);
         bench::expect(fits(data, *graph), "sample");

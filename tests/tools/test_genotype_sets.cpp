@@ -91,8 +91,8 @@ TEST_F(GenotypeSets, PlinkCodes) {
 }
 
 TEST_F(GenotypeSets, MalformedPlinkIsRejected) {
-    EXPECT_TRUE(
-        fails_with("not a BED file", [&] { read_bed(std::string("\x6C\x1B\x00\xE4\x02\x00\x01", 7)); }));
+    EXPECT_TRUE(fails_with("not a variant-major BED file",
+                           [&] { read_bed(std::string("\x6C\x1B\x00\xE4\x02\x00\x01", 7)); }));
     EXPECT_TRUE(fails_with("its size", [&] { read_bed(std::string("\x6C\x1B\x01\xE4\x02\x00", 6)); }));
 }
 
