@@ -96,7 +96,8 @@ void measure_reading(const bench::folder& files, const bench::cohort& data, cons
 
 void measure_writing(const bench::folder& files, const bench::cohort& data, const std::string& size) {
     const auto write = [&files, &data] {
-        writeHaplotypeHap(data.haplotypes, files.at("w.haps"), files.at("w.sample"));
+        haps_sink sink(files.at("w.haps"), files.at("w.sample"));
+        write_haplotypes(data.haplotypes, sink);
     };
     write();
     const auto genotypes = static_cast<double>(data.simulated.loci.size() * data.simulated.study_ids.size());

@@ -12,6 +12,8 @@
 class genhap_set {
   public:
     genhap_set() = default;
+    genhap_set(genhap_set&&) = default;
+    genhap_set& operator=(genhap_set&&) = default;
     /// Gives each individual two haplotypes of zeros over the variants, then appends those of the panel.
     genhap_set(snp_set variants, std::vector<genotype_graph> graphs, std::vector<chaplotype> panel = {});
 

@@ -14,7 +14,7 @@ void genotype_store::reserve(int n) {
         for (chaplotype& individual : *bits) individual.data.reserve((n + 7) / 8);
 }
 
-void genotype_store::append(genotype_block&& block) {
+void genotype_store::append(genotype_block& block) {
     const int n = static_cast<int>(block.variants.size());
     for (snp& variant : block.variants) snps.put(std::move(variant));
     for (std::size_t i = 0; i < ind_ids.size(); ++i) {

@@ -23,7 +23,7 @@ class genotype_store {
     /// Reserves memory for `n` variants.
     void reserve(int n);
     /// Appends the variants of a block with their genotypes. Bits past its last variant must be 0.
-    void append(genotype_block&& block);
+    void append(genotype_block& block);
     /// Makes all genotypes of variant `v` homozygous for a0. Returns how many were missing.
     int resetSnp(int v);
 

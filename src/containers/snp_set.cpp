@@ -32,6 +32,7 @@ std::span<snp> snp_set::getByPos(int pos) {
 
 void snp_set::indexing() {
     for (int i = 0; i < size(); ++i) {
+        TOLVANE_ASSERT(i == 0 || snp_list[i - 1].bp <= snp_list[i].bp, "positions do not decrease");
         snp_list[i].idx = i;
         snp_list[i].fill();
     }

@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 #include <ostream>
+#include <sstream>
 #include <variant>
 
 #include "utils/assertion.h"
@@ -30,7 +31,7 @@ struct option_row {
     const char* group;
     const char* name;  // followed by a comma and the short name, if any
     std::variant<member<bool>, member<int>, member<double>, member<std::string>, member<file_names>> field;
-    const char* shown_default;  // as the help shows it; nullptr if there is none
+    const char* shown_default;  // FIELD if the help shows that of the field, nullptr if there is none
     const char* help;
 };
 
@@ -40,13 +41,13 @@ constexpr const char* MCMC = "MCMC options";
 constexpr const char* INPUT = "Input files options";
 constexpr const char* MODEL = "Model options";
 constexpr const char* OUTPUT = "Output file options";
-constexpr const char* NOW = "now";  // default of the seed: the seconds since 1970
+constexpr const char* FIELD = "";
 constexpr const char* NONE = nullptr;
 
 const option_row OPTIONS[] = {
     {BASIC, "help,H", &run_options::help, NONE, "Produce help message."},
-    {BASIC, "seed", &run_options::seed, NOW, "Seed of the random number generator."},
-    {BASIC, "thread,T", &run_options::thread, "1", "Number of thread used for phasing."},
+    {BASIC, "seed", &run_options::seed, FIELD, "Seed of the random number generator."},
+    {BASIC, "thread,T", &run_options::thread, FIELD, "Number of thread used for phasing."},
     {BASIC, "output-log,L", &run_options::output_log, "tolvane_date_time_UUID.log",
      "Log file containing a duplicate of the screen output."},
 
@@ -58,40 +59,40 @@ const option_row OPTIONS[] = {
      "File containing all the ID of the individuals to exclude in input/output files."},
     {SUBSETTING, "include-ind", &run_options::include_ind, NONE,
      "File containing all the ID of the individuals to include in input/output files."},
-    {SUBSETTING, "input-from", &run_options::input_from, "0",
+    {SUBSETTING, "input-from", &run_options::input_from, FIELD,
      "First physical position to consider in input files."},
-    {SUBSETTING, "input-to", &run_options::input_to, "1000000000",
+    {SUBSETTING, "input-to", &run_options::input_to, FIELD,
      "Last physical position to consider in input file."},
 
-    {MCMC, "burn", &run_options::burn, "7", "Number of burn-in MCMC iterations."},
-    {MCMC, "prune", &run_options::prune, "8", "Number of pruning MCMC iterations."},
-    {MCMC, "main", &run_options::main, "20", "Number of main MCMC iterations."},
+    {MCMC, "burn", &run_options::burn, FIELD, "Number of burn-in MCMC iterations."},
+    {MCMC, "prune", &run_options::prune, FIELD, "Number of pruning MCMC iterations."},
+    {MCMC, "main", &run_options::main, FIELD, "Number of main MCMC iterations."},
 
     {INPUT, "input-bed,B", &run_options::input_bed, NONE, "Unphased genotypes in Plink BED/BIM/FAM format."},
     {INPUT, "input-map,M", &run_options::input_map, NONE, "Genetic map in HapMap format."},
     {INPUT, "input-gen,G", &run_options::input_gen, NONE, "Unphased genotypes in Impute2 GEN/SAMPLE format."},
-    {INPUT, "input-thr", &run_options::input_thr, "0.9",
+    {INPUT, "input-thr", &run_options::input_thr, FIELD,
      "Probability threshold used to call a genotype in GEN file."},
     {INPUT, "input-ref,R", &run_options::input_ref, NONE,
      "Reference set of haplotypes in HAPS/SAMPLE format."},
 
-    {MODEL, "cluster_burn,cb", &run_options::cluster_burn, "1",
+    {MODEL, "cluster_burn,cb", &run_options::cluster_burn, FIELD,
      "Frequency of clustering in burnin iterations."},
-    {MODEL, "cluster_prune,cp", &run_options::cluster_prune, "1",
+    {MODEL, "cluster_prune,cp", &run_options::cluster_prune, FIELD,
      "Frequency of clustering in pruning iterations."},
-    {MODEL, "cluster_main,cm", &run_options::cluster_main, "1",
+    {MODEL, "cluster_main,cm", &run_options::cluster_main, FIELD,
      "Frequency of clustering in main iterations."},
-    {MODEL, "states,S", &run_options::states, "100", "Number of hidden states used for phasing."},
-    {MODEL, "effective-size", &run_options::effective_size, "15000", "Effective size of the population."},
+    {MODEL, "states,S", &run_options::states, FIELD, "Number of hidden states used for phasing."},
+    {MODEL, "effective-size", &run_options::effective_size, FIELD, "Effective size of the population."},
     // Checked but otherwise unused: the rates come from the genetic map, which every run needs.
-    {MODEL, "rho", &run_options::rho, "0.0004", "Constant recombination rate."},
+    {MODEL, "rho", &run_options::rho, FIELD, "Constant recombination rate."},
     {MODEL, "fast", &run_options::fast, NONE,
      "Turn on fast mode. Greater speed with a small decrease in accuracy. (suitable for N>10,000)"},
     {MODEL, "cluster-size", &run_options::cluster_size, NONE,
      "cluster size for fast conditioning haplotype search"},
     {MODEL, "early-stopping", &run_options::early_stopping, NONE,
      "do not perform HMM calculations when perfect matches are found with conditioning haplotypes"},
-    {MODEL, "window,W", &run_options::window, "2",
+    {MODEL, "window,W", &run_options::window, FIELD,
      "Mean size of the windows in which conditioning haplotypes are defined."},
 
     {OUTPUT, "output-max,O", &run_options::output_max, NONE, "Phased haplotypes in Impute2 format."},
@@ -101,6 +102,14 @@ run_options defaults(long start) {
     run_options options;
     options.seed.value = static_cast<int>(start);
     return options;
+}
+
+/// A value as the help shows it.
+template <class Value>
+std::string text_of(const Value& value) {
+    std::ostringstream text;
+    text << value;
+    return text.str();
 }
 
 /// Describes the values of an option to the library, which takes ownership of the result.
@@ -113,8 +122,8 @@ po::value_semantic* semantics(const option_row& row, const run_options& with_def
         auto* typed = po::value<Value>();
         if constexpr (std::is_same_v<Value, file_names>)
             typed->multitoken();
-        else if (row.shown_default == NOW)
-            typed->default_value((with_defaults.*field).value);
+        else if (row.shown_default == FIELD)
+            typed->default_value((with_defaults.*field).value, text_of((with_defaults.*field).value));
         else if (row.shown_default != NONE)
             typed->default_value((with_defaults.*field).value, row.shown_default);
         return typed;

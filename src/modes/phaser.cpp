@@ -69,5 +69,6 @@ void phaser::run_chain() {
 void phaser::write_files_and_finalise() {
     solve_haplotypes(haplotypes, team, random);
     const file_names output = haplotype_files(options);
-    writeHaplotypeHap(haplotypes, output[0], output[1]);
+    haps_sink sink(output[0], output[1]);
+    write_haplotypes(haplotypes, sink);
 }

@@ -86,7 +86,7 @@ void check_and_repair(genotype_store& store, const std::string& prefix) {
     LOG.println("\nChecking missingness and MAF...");
     const genotype_counts counts = count_genotypes(store);
     check_missing(counts);
-    repair_monomorphic(store, counts);
+    report_variants(repair_monomorphic(store, counts), counts);
     write_counts(store, counts, prefix);
 }
 

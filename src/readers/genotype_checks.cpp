@@ -43,15 +43,12 @@ void check_missing(const genotype_counts& counts, bool tolerate_empty) {
     stop_at_empty(count_equal(counts.snp_missing, n_ind), " fully missing SNPs (=100%)", false);
 }
 
-void repair_monomorphic(genotype_store& store, const genotype_counts& counts) {
-    int monomorphic = 0, imputed = 0, singletons = 0;
+monomorphic_repairs repair_monomorphic(genotype_store& store, const genotype_counts& counts) {
+    monomorphic_repairs repairs;
     for (int v = 0; v < store.snps.size(); ++v) {
-        if (counts.count_a0[v] > 0 && counts.count_a1[v] > 0) {
-            singletons += counts.count_a0[v] == 1 || counts.count_a1[v] == 1;
-            continue;
-        }
-        ++monomorphic;
-        imputed += store.resetSnp(v);
+        if (counts.count_a0[v] > 0 && counts.count_a1[v] > 0) continue;
+        ++repairs.n_variants;
+        repairs.n_genotypes += store.resetSnp(v);
         snp* variant = store.snps.getByIndex(v);
         if (counts.count_a0[v] > 0)
             variant->fill();
@@ -59,7 +56,16 @@ void repair_monomorphic(genotype_store& store, const genotype_counts& counts) {
             variant->flip();
         if (variant->a1 == "0") variant->a1 = variant->a0;  // Plink's mark for an allele never seen
     }
-    report(monomorphic, " monomorphic SNPs");
-    report(imputed, " missing genotypes automatically imputed at monomorphic SNPs");
+    return repairs;
+}
+
+void report_variants(const monomorphic_repairs& repairs, const genotype_counts& counts) {
+    int singletons = 0;
+    for (std::size_t v = 0; v < counts.count_a0.size(); ++v) {
+        const int a0 = counts.count_a0[v], a1 = counts.count_a1[v];
+        singletons += a0 > 0 && a1 > 0 && (a0 == 1 || a1 == 1);
+    }
+    report(repairs.n_variants, " monomorphic SNPs");
+    report(repairs.n_genotypes, " missing genotypes automatically imputed at monomorphic SNPs");
     report(singletons, " singletons SNPs");
 }

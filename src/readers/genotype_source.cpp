@@ -1,12 +1,10 @@
 #include "readers/genotype_source.h"
 
-#include <utility>
-
 genotype_store read_study(genotype_source& source) {
     genotype_store store(source.individuals());
     store.reserve(source.n_expected());
     genotype_block block(source.individuals().size());
-    while (source.read(block)) store.append(std::move(block));
+    while (source.read(block)) store.append(block);
     store.snps.indexing();
     return store;
 }

@@ -109,10 +109,11 @@ std::vector<chaplotype> read_haplotypes(panel_source& panel) {
                                        chaplotype(static_cast<unsigned>(panel.n_lines())));
     haplotype_block block;
     while (panel.read(block))
-        for (std::size_t j = 0; j < block.variants.size(); ++j)
-            for (std::size_t h = 0; h < haplotypes.size(); ++h)
-                haplotypes[h].set(block.variants[j].idx,
-                                  (block.words[h] >> j & 1) != std::uint64_t{block.variants[j].is_turned});
+        for (std::size_t h = 0; h < haplotypes.size(); ++h)
+            for (std::size_t j = 0; j < block.variants.size(); ++j) {
+                const bool allele = (block.words[h] >> j & 1) != 0;
+                haplotypes[h].set(block.variants[j].idx, allele != block.variants[j].is_turned);
+            }
     return haplotypes;
 }
 

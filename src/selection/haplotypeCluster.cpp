@@ -26,7 +26,7 @@ void haplotypeCluster::mask(int individual, random_source& random, haplotype_mas
             out[h] = 1;
         }
     // Adds random haplotypes, whatever the sizes of the clusters, until there are enough or none is left.
-    for (int added = 0; added < tree.min_size && count + added < nhap; ++added) {
+    for (int added = 0; added < tree.n_random && count + added < nhap; ++added) {
         int h = random.draw_below(nhap);
         while (out[h] != 0) h = random.draw_below(nhap);
         out[h] = 1;
@@ -34,7 +34,7 @@ void haplotypeCluster::mask(int individual, random_source& random, haplotype_mas
     // The individual's own two haplotypes are subtracted from the count even if a closed branch does not list
     // them.
     out[t0] = out[t1] = 0;
-    if (count - 2 < tree.min_size) {
+    if (count - 2 < tree.n_random) {
         std::cout << "COUNT = " << count - 2 << "\n"
                   << members_of_cluster_with(t0).size() << "\n"
                   << members_of_cluster_with(t1).size() << std::endl;

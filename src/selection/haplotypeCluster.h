@@ -16,7 +16,7 @@ class haplotypeCluster {
         int start = 0;                             // first variant of the window
         int stop = 0;                              // one past the last variant of the window
         int cond_size = 0;                         // target number of haplotypes in a cluster
-        int min_size = 0;                          // number of random haplotypes that a mask adds
+        int n_random = 0;                          // number of random haplotypes that a mask adds
         std::map<int, std::vector<int>> clusters;  // cluster number to haplotypes
         std::vector<int> assign;                   // cluster number of each haplotype
     };
@@ -31,7 +31,7 @@ class haplotypeCluster {
     const std::vector<int>& assign() const { return tree.assign; }
 
     /// Marks the haplotypes to scan for an individual: those of the clusters of its two haplotypes plus
-    /// min_size random ones, without its own two.
+    /// n_random random ones, without its own two.
     void mask(int individual, random_source& random, haplotype_mask& out) const;
 
   private:

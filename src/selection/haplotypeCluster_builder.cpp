@@ -68,7 +68,7 @@ std::pair<int, int> haplotypeCluster_builder::split(unsigned int c, int level, r
 
     std::pair<int, int> sizes;
     for (int iteration = 0; iteration < MOST_ITERATIONS; ++iteration) {
-        halves->fix();
+        halves->tabulate_distances();
         bool has_changed = false;
         for (const int h : branch) {
             // A tie goes to the second half.

@@ -49,10 +49,10 @@ two_means::two_means(const thinned_loci& loci, std::pair<int, int> seeds) : thin
     for (int m = 0; m < 2; ++m)
         for (int j = 0; j < thinned.size(); ++j)
             mu[m].push_back(static_cast<float>(thinned.allele(m == 0 ? seeds.first : seeds.second, j)));
-    fix();
+    tabulate_distances();
 }
 
-void two_means::fix() {
+void two_means::tabulate_distances() {
     for (int m = 0; m < 2; ++m) {
         squared_distances[m].resize(2 * mu[m].size());
         for (int j = 0; j < thinned.size(); ++j)

@@ -41,8 +41,8 @@ class two_means {
     two_means(const thinned_loci& loci, std::pair<int, int> seeds);
 
     /// Makes distance() use the current means.
-    void fix();
-    /// Squared distance of haplotype `h` to mean `m`, 0 or 1, as of the last call of fix().
+    void tabulate_distances();
+    /// Squared distance of haplotype `h` to mean `m`, 0 or 1, as of the last call of tabulate_distances().
     float distance(int h, int m) const;
     /// Recomputes both means from the members of a branch; is_first(h) is true for members of the first half.
     /// Returns the sizes of the halves. The mean of an empty half is NaN.

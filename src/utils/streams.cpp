@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "utils/assertion.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
 
@@ -174,6 +175,7 @@ void ofile::close() {
 }
 
 void ofile::writeBytes(const char* bytes, std::streamsize n) {
+    TOLVANE_ASSERT(stream != nullptr, "stream != nullptr");
     stream->write(bytes, n);
     if (!stream->good()) stopOnFailure(*stream->first_failure);
 }

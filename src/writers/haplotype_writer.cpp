@@ -1,8 +1,10 @@
 #include "writers/haplotype_writer.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "objects/bit_kernels.h"
+#include "utils/futils.h"
 #include "utils/lfile.h"
 
 namespace {
@@ -20,16 +22,12 @@ void append_alleles(std::string& line, const unsigned char* alleles, std::size_t
     }
 }
 
-void write_sample(const genhap_set& set, const std::string& sample) {
-    ofile stream(sample);
-    stream.writeText("ID_1 ID_2 missing\n0 0 0\n");
-    for (const genotype_graph& graph : set.vecG) stream.writeText(graph.name + " " + graph.name + " 0\n");
-    stream.close();
-}
-
 }  // namespace
 
 void write_haplotypes(const genhap_set& set, haplotype_sink& sink) {
+    std::vector<std::string> individuals;
+    for (const genotype_graph& graph : set.vecG) individuals.push_back(graph.name);
+    sink.begin(individuals);
     haplotype_block block;
     block.words.resize(2 * set.vecG.size());
     const auto& variants = set.snps.snp_list;
@@ -40,6 +38,19 @@ void write_haplotypes(const genhap_set& set, haplotype_sink& sink) {
         sink.write(block);
     }
     sink.close();
+}
+
+haps_sink::haps_sink(std::string haps, std::string sample)
+    : haps_name(std::move(haps)), sample_name(std::move(sample)) {}
+
+void haps_sink::begin(const std::vector<std::string>& individuals) {
+    LOG.println("\nWriting sample information in [" + sample_name + "] in IMPUTE2 format");
+    ofile list(sample_name);
+    list.writeText("ID_1 ID_2 missing\n0 0 0\n");
+    for (const std::string& name : individuals) list.writeText(name + " " + name + " 0\n");
+    list.close();
+    LOG.println("\nWriting haplotypes in [" + haps_name + "] in IMPUTE format");
+    if (!stream.open(haps_name)) LOG.error(futils::cannotCreate(haps_name));
 }
 
 void haps_sink::write(const haplotype_block& block) {
@@ -57,12 +68,4 @@ void haps_sink::write(const haplotype_block& block) {
         line += '\n';
         stream.writeText(line);
     }
-}
-
-void writeHaplotypeHap(const genhap_set& set, const std::string& haps, const std::string& sample) {
-    LOG.println("\nWriting sample information in [" + sample + "] in IMPUTE2 format");
-    write_sample(set, sample);
-    LOG.println("\nWriting haplotypes in [" + haps + "] in IMPUTE format");
-    haps_sink sink(haps);
-    write_haplotypes(set, sink);
 }

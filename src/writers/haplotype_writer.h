@@ -16,6 +16,8 @@ class haplotype_sink {
     haplotype_sink(const haplotype_sink&) = delete;
     haplotype_sink& operator=(const haplotype_sink&) = delete;
 
+    /// Comes first: the identifiers of the individuals, in order.
+    virtual void begin(const std::vector<std::string>& individuals) = 0;
     virtual void write(const haplotype_block& block) = 0;
     /// Ends the file and checks it.
     virtual void close() = 0;
@@ -24,22 +26,20 @@ class haplotype_sink {
 /// Passes the haplotypes of all individuals to a sink, and closes it.
 void write_haplotypes(const genhap_set& set, haplotype_sink& sink);
 
-/// A HAPS file: for each variant its identifier twice, its position and alleles, then two digits per
-/// individual, 0 for a0.
+/// A HAPS/SAMPLE pair. SAMPLE comes first: two header lines, then "<name> <name> 0" for each individual. HAPS
+/// has for each variant its identifier twice, its position and alleles, then two digits per individual, 0 for
+/// a0.
 class haps_sink : public haplotype_sink {
   public:
-    /// Creates the file.
-    explicit haps_sink(const std::string& haps) : stream(haps) {}
+    haps_sink(std::string haps, std::string sample);
 
+    void begin(const std::vector<std::string>& individuals) override;
     void write(const haplotype_block& block) override;
     void close() override { stream.close(); }
 
   private:
+    std::string haps_name, sample_name;
     ofile stream;
     std::vector<unsigned char> alleles;  // of 8 variants
     std::string line;
 };
-
-/// Writes a HAPS/SAMPLE pair. SAMPLE comes first: two header lines, then "<name> <name> 0" for each
-/// individual.
-void writeHaplotypeHap(const genhap_set& set, const std::string& haps, const std::string& sample);

@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "fixed_selector.h"
+#include "modules/stages.h"
 #include "support/child_process.h"
 #include "support/haplotype_text.h"
 #include "support/log_capture.h"
@@ -78,18 +79,25 @@ TEST(MarkovChain, LeavesNormalisedGraphsAndConsistentHaplotypes) {
     }
 }
 
-TEST(MarkovChain, BurnInDoesNotAccumulateProbabilities) {
+TEST(MarkovChain, AccumulatesInThePruningAndMainIterationsAlone) {
     const log_capture silenced;
-    chain_of c;
-    const auto stored = [&c] {
-        std::vector<std::vector<float>> all;
-        for (const genotype_graph& graph : c.p.set.vecG) all.push_back(graph.trans_store);
-        return all;
+    chain_of c, plain;
+    c.run({{1, 1}, {2, 1}, {1, 1}, false});
+
+    phasing_jobs jobs(plain.p.set, plain.hmm, plain.selector, plain.team, plain.draws);
+    const auto iterate = [&](bool accumulates) {
+        jobs.run(true, false);
+        for (genotype_graph& graph : plain.p.set.vecG)
+            if (accumulates) graph.store();
+        sample_haplotypes(plain.p.set, false, plain.team, plain.draws);
     };
-    const auto before = stored();
-    phasing_jobs jobs(c.p.set, c.hmm, c.selector, c.team, c.draws);
-    jobs.run(true, false);
-    EXPECT_EQ(stored(), before);
+    iterate(false);
+    iterate(true);
+    iterate(true);
+    prune_graphs(plain.p.set, 0.99, plain.team);
+    iterate(true);
+    normalise_graphs(plain.p.set, plain.team);
+    EXPECT_EQ(c.p.state(), plain.p.state());
 }
 
 TEST(MarkovChain, StopsEarlyExceptInTheFirstIterationOfAPhase) {

@@ -26,7 +26,7 @@ TEST(GenotypeStore, AppendsBlocksOfVariants) {
                 block.words[i] = {expected.allele_a[i].get64(first), expected.allele_b[i].get64(first),
                                   expected.missing[i].get64(first)};
             EXPECT_EQ(block.is_full(), n_variants - first >= BLOCK_VARIANTS);
-            store.append(std::move(block));
+            store.append(block);
         }
         EXPECT_EQ(store.n_individuals(), 5);
         EXPECT_EQ(support::genotypes_of(store), genotypes) << n_variants << " variants";

@@ -28,6 +28,9 @@ struct any_stage {
     std::function<void(population&, worker_team&, random_source&)> pass;
     std::function<void(population&, int ind, random_source&)> one;
 };
+void PrintTo(const any_stage& row, std::ostream* out) {
+    *out << row.name;
+}
 
 const std::vector<any_stage> STAGES = {
     {"normalise", "Normalising graphs", false,
@@ -74,7 +77,7 @@ TEST_P(stages, ProcessEachIndividualOnceInOrder) {
 }
 
 TEST_P(stages, WithThreadsEachIndividualGetsItsPair) {
-    if (!GetParam().draws) return;
+    if (!GetParam().draws) GTEST_SKIP() << "draws nothing";
     for (const int n_threads : {2, 7}) {
         const log_capture silenced;
         population p(8);

@@ -32,6 +32,9 @@ struct any_file {
     std::function<std::string(const std::string& file, const temporary_folder& folder)> read;
     bool keeps_carriage_returns = false;
 };
+void PrintTo(const any_file& file, std::ostream* out) {
+    *out << file.kind;
+}
 
 template <class Key>
 std::string keys(const std::map<Key, bool>& list) {

@@ -140,7 +140,8 @@ TEST(BedSource, AgreesWithReferenceEncoderForAllSizes) {
     std::mt19937 random(1);
     for (const char mode : {SNP_MAJOR, INDIVIDUAL_MAJOR})
         for (int n_ind = 1; n_ind <= 9; ++n_ind)
-            for (int n_variants = 1; n_variants <= 9; ++n_variants) {
+            // Around the size of a block, too.
+            for (const int n_variants : {1, 2, 3, 4, 5, 8, 9, 63, 64, 65, 128, 130}) {
                 std::vector<std::string> all, names;
                 std::vector<int> positions;
                 for (int i = 0; i < n_ind; ++i) {
@@ -288,6 +289,32 @@ TEST(BedSource, AllelesAreKeptAsGiven) {
     study s;
     files.read_into(s);
     EXPECT_EQ(s.variants(), (std::vector<std::string>{"rs1:100:0:G", "rs2:200:ATTC:<DEL>"}));
+}
+
+TEST(BedSource, ChecksTheEndOfTheFileAfterWholeBlocks) {
+    for (const char mode : {SNP_MAJOR, INDIVIDUAL_MAJOR})
+        for (const int n_variants : {63, 64, 65, 128}) {
+            std::vector<int> positions;
+            for (int v = 0; v < n_variants; ++v) positions.push_back(v + 1);
+            const std::vector<std::string> genotypes(2, std::string(n_variants, '1'));
+            const std::string whole = bed_file(genotypes, n_variants, mode);
+            for (const auto& [bed, message] :
+                 {std::pair(whole + '\0', "Binary file corrupted : end-bit"),
+                  std::pair(whole.substr(0, whole.size() - 1), " corrupted ind=")}) {
+                const plink_set files(bed, bim_file(positions), fam_file({"Ann", "Bob"}));
+                EXPECT_TRUE(support::stops_naming({message}, [&files = files] {
+                    study s;
+                    files.read_into(s);
+                })) << n_variants;
+            }
+        }
+}
+
+TEST(BedSource, KeepsTheNameOfTheChromosome) {
+    const plink_set files(bed_file({"01"}, 2, SNP_MAJOR), bim_file({100, 200}), fam_file({"Ann"}));
+    study s;
+    files.read_into(s);
+    EXPECT_EQ(s.store.snps.getByIndex(1)->chromosome, "20");
 }
 
 }  // namespace

@@ -308,6 +308,16 @@ TEST(GenSource, HeaderLinesAreIgnored) {
     }
 }
 
+TEST(GenSource, KeepsTheNameOfTheChromosomeInTheNewLayout) {
+    for (const auto& [line, chromosome] :
+         {std::pair("X s1 rs1 100 A G 1 0 0 0 1 0\n", "X"), std::pair("s1 rs1 100 A G 1 0 0 0 1 0\n", "")}) {
+        const impute_pair files(line, TWO);
+        study s;
+        files.read_into(s);
+        EXPECT_EQ(s.store.snps.getByIndex(0)->chromosome, chromosome);
+    }
+}
+
 // ---- calls
 
 struct hard_call_row {
@@ -338,9 +348,10 @@ TEST(HardCall, Examples) {
 
 TEST(HardCall, CallsTheGenotypeAtTheThresholdOrTheFirstLargest) {
     std::mt19937 random(1);
+    int n_called_by_threshold = 0;
     for (int trial = 0; trial < 2000; ++trial) {
         std::array<float, 3> p{};
-        for (float& q : p) q = static_cast<float>(random() % 5) / 8.0F;
+        for (float& q : p) q = static_cast<float>(random() % 9) / 8.0F;
         const double threshold = 0.55 + 0.05 * static_cast<double>(random() % 9);
         long n_missing = 0, n_called = 0;
         std::array<float, 3> q = p;
@@ -351,6 +362,7 @@ TEST(HardCall, CallsTheGenotypeAtTheThresholdOrTheFirstLargest) {
         const int n_reached = (p[0] >= threshold) + (p[1] >= threshold) + (p[2] >= threshold);
         if (n_reached < 2) {
             EXPECT_EQ(hard_call(q[0], q[1], q[2], threshold, n_missing, n_called), expected);
+            n_called_by_threshold += expected >= 0;
         }
         q = p;
         expected = 0;
@@ -358,6 +370,7 @@ TEST(HardCall, CallsTheGenotypeAtTheThresholdOrTheFirstLargest) {
             if (p[g] > p[expected]) expected = g;
         EXPECT_EQ(hard_call(q[0], q[1], q[2], -1.0, n_missing, n_called), expected);
     }
+    EXPECT_GT(n_called_by_threshold, 500);
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ using support::variants_of;
 void check_and_repair(genotype_store& store, bool tolerate_empty = false) {
     const genotype_counts counts = count_genotypes(store);
     check_missing(counts, tolerate_empty);
-    repair_monomorphic(store, counts);
+    report_variants(repair_monomorphic(store, counts), counts);
 }
 
 TEST(GenotypeChecks, CleanDataPrintsNothing) {

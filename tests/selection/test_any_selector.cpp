@@ -45,6 +45,9 @@ struct any_form {
     const char* name;
     std::function<std::unique_ptr<conditioning_selector>(const genhap_set&, worker_team&)> make;
 };
+void PrintTo(const any_form& row, std::ostream* out) {
+    *out << row.name;
+}
 
 const std::vector<any_form> FORMS = {
     {"scan",
@@ -121,7 +124,7 @@ TEST_P(selectors, SameDrawsGiveTheSameSelectionInAnyWorker) {
     EXPECT_EQ(select_all(true), select_all(false));
 }
 
-TEST_P(selectors, MeasureDrawsNothing) {
+TEST_P(selectors, MeasuringAgainReplacesTheMeasurement) {
     selector->prepare(true, draws);
     const std::vector<phasing_job> jobs = selector->list_jobs(draws);
     const auto first = selector->make_worker(), second = selector->make_worker();
@@ -139,10 +142,15 @@ TEST_P(selectors, UseTheHaplotypesAsOfPrepare) {
     selector->prepare(true, draws);
     const phasing_job job = selector->list_jobs(draws)[0];
     const auto worker = selector->make_worker();
-    // All others become equal to the individual's first haplotype.
-    for (int h = 2; h < set.n_haplotypes(); ++h) set.vecH[h] = set.vecH[0];
-    selector->prepare(false, draws);
     std::vector<int> idx;
+    worker->measure(job);
+    const int before = worker->choose(job, draws, idx);
+    EXPECT_GT(before, 0);
+    // All others become equal to the individual's first haplotype, which counts from the next prepare on.
+    for (int h = 2; h < set.n_haplotypes(); ++h) set.vecH[h] = set.vecH[0];
+    worker->measure(job);
+    EXPECT_GT(worker->choose(job, draws, idx), 0);
+    selector->prepare(false, draws);
     worker->measure(job);
     EXPECT_EQ(worker->choose(job, draws, idx), 0) << "the nearest haplotype is equal";
 }

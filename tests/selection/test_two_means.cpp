@@ -52,8 +52,8 @@ TEST(TwoMeans, UpdateBothHalves) {
     EXPECT_EQ(means.update(numbers(4), [](int h) { return h != 2; }), std::pair(3, 1));
     EXPECT_EQ(means.means()[0], (std::vector<float>{2.0F / 3.0F, 1.0F / 3.0F}));
     EXPECT_EQ(means.means()[1], (std::vector<float>{0.0F, 1.0F}));
-    EXPECT_EQ(means.distance(0, 0), 0.0F) << "distances change only in fix()";
-    means.fix();
+    EXPECT_EQ(means.distance(0, 0), 0.0F) << "distances change only when they are tabulated";
+    means.tabulate_distances();
     const float third = 1.0F / 3.0F, to_one = 2.0F / 3.0F - 1.0F;
     EXPECT_EQ(means.distance(0, 0), to_one * to_one + third * third);
     EXPECT_EQ(means.distance(0, 1), 2.0F);

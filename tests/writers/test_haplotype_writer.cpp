@@ -35,11 +35,16 @@ genhap_set cohort(const std::vector<std::string>& names, int n_variants,
     return set;
 }
 
+void write_haps(const genhap_set& set, const std::string& haps, const std::string& sample) {
+    haps_sink sink(haps, sample);
+    write_haplotypes(set, sink);
+}
+
 TEST(HaplotypeWriter, WritesBothFiles) {
     const log_capture capture;
     const genhap_set c = cohort({"X", "Y"}, 2, {"00", "11", "10", "10"});
     const std::string haps = capture.folder().at("out.haps"), sample = capture.folder().at("out.sample");
-    writeHaplotypeHap(c, haps, sample);
+    write_haps(c, haps, sample);
     EXPECT_EQ(read_file(sample), "ID_1 ID_2 missing\n0 0 0\nX X 0\nY Y 0\n");
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 A G 0 1 1 1\nrs2 rs2 200 A G 0 1 0 0\n");
     EXPECT_EQ(capture.log(), "\nWriting sample information in [" + sample +
@@ -52,7 +57,7 @@ TEST(HaplotypeWriter, PanelIsNotWritten) {
     const log_capture capture;
     const genhap_set c = cohort({"X"}, 1, {"0", "1", "1", "1"});
     const std::string haps = capture.folder().at("out.haps");
-    writeHaplotypeHap(c, haps, capture.folder().at("out.sample"));
+    write_haps(c, haps, capture.folder().at("out.sample"));
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 A G 0 1\n");
 }
 
@@ -62,17 +67,17 @@ TEST(HaplotypeWriter, WritesTheCurrentAlleles) {
     c.snps.getByIndex(0)->flip();
     c.snps.getByIndex(0)->a1 = "<DEL>";
     const std::string haps = capture.folder().at("out.haps");
-    writeHaplotypeHap(c, haps, capture.folder().at("out.sample"));
+    write_haps(c, haps, capture.folder().at("out.sample"));
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 G <DEL> 0 0\n");
 }
 
 TEST(HaplotypeWriter, NoIndividualsOrNoVariants) {
     const log_capture capture;
     const std::string haps = capture.folder().at("out.haps"), sample = capture.folder().at("out.sample");
-    writeHaplotypeHap(cohort({}, 1, {}), haps, sample);
+    write_haps(cohort({}, 1, {}), haps, sample);
     EXPECT_EQ(read_file(sample), "ID_1 ID_2 missing\n0 0 0\n");
     EXPECT_EQ(read_file(haps), "rs1 rs1 100 A G\n");
-    writeHaplotypeHap(cohort({"X"}, 0, {}), haps, sample);
+    write_haps(cohort({"X"}, 0, {}), haps, sample);
     EXPECT_EQ(read_file(sample), "ID_1 ID_2 missing\n0 0 0\nX X 0\n");
     EXPECT_EQ(read_file(haps), "");
 }
@@ -87,7 +92,7 @@ TEST(HaplotypeWriter, WritesEveryAllele) {
     }
     const log_capture capture;
     const std::string haps = capture.folder().at("out.haps");
-    writeHaplotypeHap(cohort(names, 37, haplotypes), haps, capture.folder().at("out.sample"));
+    write_haps(cohort(names, 37, haplotypes), haps, capture.folder().at("out.sample"));
     const auto lines = support::lines_of(read_file(haps));
     ASSERT_EQ(lines.size(), 37U);
     for (int v = 0; v < 37; ++v) {
@@ -103,7 +108,7 @@ TEST(HaplotypeWriter, CompressesByExtension) {
     const genhap_set c = cohort({"X"}, 1, {"0", "1"});
     const std::string haps = capture.folder().at("out.haps.gz"),
                       sample = capture.folder().at("out.sample.bz2");
-    writeHaplotypeHap(c, haps, sample);
+    write_haps(c, haps, sample);
     EXPECT_EQ(support::gunzip(read_file(haps)), "rs1 rs1 100 A G 0 1\n");
     EXPECT_EQ(support::bunzip2(read_file(sample)), "ID_1 ID_2 missing\n0 0 0\nX X 0\n");
 }
@@ -112,8 +117,8 @@ TEST(HaplotypeWriter, FilesThatCannotBeCreatedStopTheRun) {
     const log_capture capture;
     const genhap_set c = cohort({"X"}, 1, {"0", "1"});
     const std::string good = capture.folder().at("good"), bad = capture.folder().at("missing/file");
-    EXPECT_TRUE(stops_with(futils::cannotCreate(bad), [&] { writeHaplotypeHap(c, bad, good); }));
-    EXPECT_TRUE(stops_with(futils::cannotCreate(bad), [&] { writeHaplotypeHap(c, good, bad); }));
+    EXPECT_TRUE(stops_with(futils::cannotCreate(bad), [&] { write_haps(c, bad, good); }));
+    EXPECT_TRUE(stops_with(futils::cannotCreate(bad), [&] { write_haps(c, good, bad); }));
 }
 
 TEST(HaplotypeWriter, FullDiskStopsTheRun) {
@@ -124,8 +129,8 @@ TEST(HaplotypeWriter, FullDiskStopsTheRun) {
         const std::string full = capture.folder().at(std::string("full") + ending);
         ASSERT_EQ(::symlink("/dev/full", full.c_str()), 0);
         const std::string message = full + " could not be written: No space left on device";
-        EXPECT_TRUE(stops_with(message, [&] { writeHaplotypeHap(c, full, good); }));
-        EXPECT_TRUE(stops_with(message, [&] { writeHaplotypeHap(c, good, full); }));
+        EXPECT_TRUE(stops_with(message, [&] { write_haps(c, full, good); }));
+        EXPECT_TRUE(stops_with(message, [&] { write_haps(c, good, full); }));
     }
 }
 
