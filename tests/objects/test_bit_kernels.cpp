@@ -11,11 +11,13 @@
 
 #include "objects/chaplotype.h"
 #include "support/haplotype_text.h"
+#include "support/plain_distance.h"
 
 namespace {
 
 using bit_kernels::kernel_set;
 using support::haplotype;
+using support::plain_distance;
 using support::random_alleles;
 
 /// Each set of kernels that this machine supports.
@@ -24,14 +26,6 @@ class bit_kernels_of : public ::testing::TestWithParam<const kernel_set*> {
     const kernel_set& kernels = *GetParam();
     std::mt19937 random{1};
 };
-
-/// Number of different alleles at the loci of the bytes from `first_byte` on.
-int plain_distance(const std::string& a, const std::string& b, int first_byte, int n_bytes) {
-    int n = 0;
-    const int end = std::min(static_cast<int>(a.size()), 8 * (first_byte + n_bytes));
-    for (int l = 8 * first_byte; l < end; ++l) n += a[l] != b[l];
-    return n;
-}
 
 TEST_P(bit_kernels_of, DistanceForAnyLengthAndStart) {
     const std::string a = random_alleles(320, random), b = random_alleles(320, random);
