@@ -96,7 +96,8 @@ void measure_reading(const bench::folder& files, const bench::cohort& data, cons
 
 void measure_writing(const bench::folder& files, const bench::cohort& data, const std::string& size) {
     const auto write = [&files, &data] {
-        haps_sink sink(files.at("w.haps"), files.at("w.sample"));
+        output_files outputs;
+        haps_sink sink(outputs, files.at("w.haps"), files.at("w.sample"));
         write_haplotypes(data.haplotypes, sink);
     };
     write();

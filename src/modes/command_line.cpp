@@ -30,8 +30,8 @@ std::string default_log(long start) {
     return "tolvane_" + sutils::date2str(&start, "%d%m%Y_%Hh%Mm%Ss") + "_" + random_id() + ".log";
 }
 
-void open_log(const std::string& log) {
-    take_output(lfile::nameFor(log));  // this protects the side files too, which are named after it
+void open_log(const std::string& log, output_files& outputs) {
+    outputs.take(lfile::nameFor(log));  // this protects the side files too, which are named after it
     if (LOG.open(log)) return;
     std::cerr << "Impossible to open log file[" << log << "] check writing permissions!" << std::endl;
     end_process(EXIT_FAILURE);
@@ -39,7 +39,7 @@ void open_log(const std::string& log) {
 
 }  // namespace
 
-run_options start_run(const std::vector<std::string>& args, long start) {
+run_options start_run(const std::vector<std::string>& args, long start, output_files& outputs) {
     run_options options;
     const std::string failure = parse_options(args, start, options);
     if (!failure.empty()) {
@@ -53,7 +53,7 @@ run_options start_run(const std::vector<std::string>& args, long start) {
     }
     const std::string log = options.output_log.is_given ? options.output_log.value : default_log(start);
     refuse_overwriting(options, lfile::nameFor(log));
-    open_log(log);
+    open_log(log, outputs);
     LOG.printlnL("Mode    : " + std::string(MODE));
     LOG.printL("Options :");
     for (const std::string& arg : args) LOG.printL(" " + arg);

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <ctime>
+#include <exception>
 #include <new>
 #include <string>
 #include <vector>
@@ -21,21 +23,31 @@ void open_standard_streams() {
     if (descriptor >= 0) ::close(descriptor);
 }
 
+void end_out_of_memory() {
+    LOG.outOfMemory();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    std::set_new_handler(end_out_of_memory);
     open_standard_streams();
     timeval start{}, stop{};
     gettimeofday(&start, nullptr);
-    // A write beyond the file size limit then fails like any other write, with a message.
+    // Writes beyond the limit of file size, or to a pipe that nobody reads any more, then fail like any other
+    // write, with a message.
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     try {
-        phaser(std::vector<std::string>(argv + (argc > 0), argv + argc), std::time(nullptr)).phase();
-    } catch (const std::bad_alloc&) {
-        LOG.error("Not enough memory");
+        phaser run(std::vector<std::string>(argv + (argc > 0), argv + argc), std::time(nullptr));
+        run.phase();
+        gettimeofday(&stop, nullptr);
+        LOG.println("\nRunning time: " + std::to_string(stop.tv_sec - start.tv_sec) + " seconds");
+        LOG.close();
+    } catch (const std::bad_alloc&) {  // of the compression libraries, which don't use the handler
+        LOG.outOfMemory();
+    } catch (const std::exception& failure) {
+        LOG.error(failure.what());
     }
-    gettimeofday(&stop, nullptr);
-    LOG.println("\nRunning time: " + std::to_string(stop.tv_sec - start.tv_sec) + " seconds");
-    LOG.close();
-    return 0;
+    return EXIT_SUCCESS;
 }

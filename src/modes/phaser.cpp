@@ -37,9 +37,9 @@ chain_schedule schedule_of(const run_options& o) {
 }  // namespace
 
 phaser::phaser(const std::vector<std::string>& args, long start)
-    : options(start_run(args, start)), random(options.seed.value), team(options.thread.value) {
+    : options(start_run(args, start, outputs)), random(options.seed.value), team(options.thread.value) {
     check_options(options);
-    check_files(options);
+    check_files(options, outputs);
     print_version_and_date(start);
     echo_mode(options);
     echo_options(options);
@@ -52,7 +52,7 @@ void phaser::phase() {
 }
 
 void phaser::read_files_and_initialise() {
-    haplotypes = read_input(options, team);
+    haplotypes = read_input(options, outputs, team);
     haplotypes.summarise();
     sample_first_haplotypes(haplotypes, team, random);
     const int n_haplotypes = haplotypes.n_haplotypes();
@@ -69,6 +69,6 @@ void phaser::run_chain() {
 void phaser::write_files_and_finalise() {
     solve_haplotypes(haplotypes, team, random);
     const file_names output = haplotype_files(options);
-    haps_sink sink(output[0], output[1]);
+    haps_sink sink(outputs, output[0], output[1]);
     write_haplotypes(haplotypes, sink);
 }

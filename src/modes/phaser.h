@@ -11,6 +11,7 @@
 #include "modes/options.h"
 #include "modules/worker_team.h"
 #include "selection/conditioning_selector.h"
+#include "utils/output_files.h"
 #include "utils/random_source.h"
 
 /// A phasing run: reads unphased genotypes, runs a Markov chain over the haplotype graphs of all individuals,
@@ -37,6 +38,7 @@ class phaser {
     job_cost cost_of_jobs() const { return jobs->cost(); }
 
   private:
+    output_files outputs;
     run_options options;
     random_source random;
     worker_team team;

@@ -1,21 +1,27 @@
 #include "modes/run_files.h"
 
+#include <unistd.h>
+
+#include <array>
+#include <span>
+#include <utility>
+
 #include "utils/futils.h"
 #include "utils/lfile.h"
 
 namespace {
 
-const file_names BED_ENDINGS = {".bed", ".bim", ".fam"};
-const file_names GEN_ENDINGS = {".gen", ".sample"};
-const file_names OUTPUT_ENDINGS = {".haps", ".sample"};
+constexpr std::array BED_ENDINGS = {".bed", ".bim", ".fam"};
+constexpr std::array GEN_ENDINGS = {".gen", ".sample"};
+constexpr std::array OUTPUT_ENDINGS = {".haps", ".sample"};
 constexpr std::size_t N_PANEL_FILES = 3;
 
-file_names expanded(const setting<file_names>& given, const file_names& endings) {
+file_names expanded(const setting<file_names>& given, std::span<const char* const> endings) {
     if (!given.is_given) return {};
     if (given.value.size() == endings.size()) return given.value;
     file_names names;
     if (given.value.size() == 1)
-        for (const std::string& ending : endings) names.push_back(given.value[0] + ending);
+        for (const char* ending : endings) names.push_back(given.value[0] + ending);
     return names;
 }
 
@@ -28,7 +34,7 @@ std::vector<const setting<std::string>*> filter_lists(const run_options& o) {
 }
 
 /// Files that the run writes if its log is called `log`.
-file_names output_files(const run_options& o, const std::string& log) {
+file_names written_files(const run_options& o, const std::string& log) {
     const std::string prefix = lfile::getPrefix(log);
     file_names names = {log, prefix + ".ind.mm", prefix + ".snp.mm"};
     if (o.input_ref.is_given) append(names, {prefix + ".snp.strand", prefix + ".snp.strand.exclude"});
@@ -39,6 +45,15 @@ file_names output_files(const run_options& o, const std::string& log) {
 std::string wrong_count(const std::string& option, std::size_t n) {
     return "Incorrect number of arguments given to --" + option + " (it must be " + std::to_string(n) +
            " files)";
+}
+
+/// Ends the run if it reads or writes the file that has what it prints.
+void refuse_console(const std::string& file) {
+    for (const auto& [descriptor, stream] :
+         {std::pair(STDOUT_FILENO, "standard output"), std::pair(STDERR_FILENO, "standard error")})
+        if (futils::isSameFile(descriptor, file))
+            LOG.error(file + " is also the file that " + stream +
+                      " of this run goes to; give another name to one of them");
 }
 
 void check_readable(const std::string& file) {
@@ -74,8 +89,10 @@ file_names input_files(const run_options& o) {
 }
 
 void refuse_overwriting(const run_options& options, const std::string& log) {
-    const file_names inputs = input_files(options), outputs = output_files(options, log);
+    const file_names inputs = input_files(options), outputs = written_files(options, log);
+    for (const std::string& input : inputs) refuse_console(input);
     for (std::size_t i = 0; i < outputs.size(); ++i) {
+        refuse_console(outputs[i]);
         for (const std::string& input : inputs)
             if (futils::isSameFile(input, outputs[i]))
                 LOG.error(outputs[i] + " would be overwritten by this run, which reads it as " + input +
@@ -87,13 +104,7 @@ void refuse_overwriting(const run_options& options, const std::string& log) {
     }
 }
 
-void take_output(const std::string& file) {
-    // Two runs that write to one file at once would leave a mixture that looks complete.
-    if (!futils::takeFile(file))
-        LOG.error(file + " is being written by another run; give another name to the output or the log");
-}
-
-void check_files(const run_options& o) {
+void check_files(const run_options& o, output_files& outputs) {
     for (const auto* list : filter_lists(o))
         if (list->is_given && !futils::isFile(list->value))
             LOG.error("[" + list->value +
@@ -112,10 +123,7 @@ void check_files(const run_options& o) {
         for (const std::string& file : o.input_ref.value) check_readable(file);
     }
     check_readable(o.input_map.value);
-    const file_names outputs = haplotype_files(o);
-    if (outputs.empty()) LOG.error("Incorrect number of arguments given to --output-max");
-    for (const std::string& output : outputs) {
-        take_output(output);
-        if (!futils::createFile(output)) LOG.error(futils::cannotCreate(output));
-    }
+    const file_names haplotypes = haplotype_files(o);
+    if (haplotypes.empty()) LOG.error("Incorrect number of arguments given to --output-max");
+    for (const std::string& name : haplotypes) outputs.prepare(name);
 }

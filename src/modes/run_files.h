@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "modes/options.h"
+#include "utils/output_files.h"
 
 /// The files that a run reads and writes, and checks of them.
 
@@ -16,12 +17,10 @@ file_names haplotype_files(const run_options& options);
 /// Files that the run reads.
 file_names input_files(const run_options& options);
 
-/// Ends the run if it would overwrite a file that it reads, or write two outputs to one file. `log` is the
-/// name of its log. Creates no file, so a mistyped command line destroys no data.
+/// Ends the run if it would overwrite a file that it reads, or write two outputs to one file, or an output to
+/// the file that has its console output. `log` is the name of its log. Creates no file, so a mistyped command
+/// line destroys no data.
 void refuse_overwriting(const run_options& options, const std::string& log);
 
-/// Locks an output file until this run ends. Ends the run if another run has locked it.
-void take_output(const std::string& file);
-
-/// Ends the run at the first file that can't be used. Locks the outputs and creates them empty.
-void check_files(const run_options& options);
+/// Ends the run at the first file that can't be used. Takes the haplotype files for this run.
+void check_files(const run_options& options, output_files& outputs);

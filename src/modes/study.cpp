@@ -82,23 +82,24 @@ void place_on_map(const std::string& file, snp_set& variants) {
     LOG.println(" / Genetic" + range(first.cm, last.cm, " cM"));
 }
 
-void check_and_repair(genotype_store& store, const std::string& prefix) {
+void check_and_repair(genotype_store& store, output_files& outputs, const std::string& prefix) {
     LOG.println("\nChecking missingness and MAF...");
     const genotype_counts counts = count_genotypes(store);
     check_missing(counts);
     report_variants(repair_monomorphic(store, counts), counts);
+    outputs.check();
     write_counts(store, counts, prefix);
 }
 
 }  // namespace
 
-genhap_set read_input(const run_options& o, worker_team& team) {
+genhap_set read_input(const run_options& o, output_files& outputs, worker_team& team) {
     const std::string prefix = lfile::getPrefix(LOG.name());
     const filter_reader filter = read_filters(o);
     genotype_store store = read_genotypes(o, filter);
     std::vector<chaplotype> panel = read_panel(o, filter, store.snps, prefix);
     place_on_map(o.input_map.value, store.snps);
-    check_and_repair(store, prefix);
+    check_and_repair(store, outputs, prefix);
     std::vector<genotype_graph> graphs = build_graphs(store, team);
     return {std::move(store.snps), std::move(graphs), std::move(panel)};
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <new>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -19,18 +18,12 @@ void worker_team::run(int n_items, const std::function<void(int item, int worker
     }
     std::atomic<int> next_item = 0;
     const auto take_items = [&](int worker) {
-        try {
-            for (int item = next_item++; item < n_items; item = next_item++) work(item, worker);
-        } catch (const std::bad_alloc&) {
-            LOG.error("Not enough memory");
-        }
+        for (int item = next_item++; item < n_items; item = next_item++) work(item, worker);
     };
     std::vector<std::thread> threads;
     // An exception that left this function would destroy running threads, so the run ends here.
     try {
         for (int worker = 0; worker < n_workers; ++worker) threads.emplace_back(take_items, worker);
-    } catch (const std::bad_alloc&) {
-        LOG.error("Not enough memory");
     } catch (const std::system_error& reason) {
         LOG.error("Impossible to start " + std::to_string(n_workers) + " threads: " + reason.what());
     }

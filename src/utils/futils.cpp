@@ -1,23 +1,18 @@
 #include "utils/futils.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
-#include <fstream>
+#include <new>
 
 namespace {
 
-/// The path of a file called `name`, which need not exist; empty if it can't be determined, as for an empty
-/// name.
-std::filesystem::path place_of(const std::string& name) {
-    std::error_code failure;
-    std::filesystem::path path = std::filesystem::absolute(name, failure);
-    if (!failure) path = std::filesystem::weakly_canonical(path, failure);
-    return failure ? std::filesystem::path() : path;
+constexpr int MOST_LINKS = 40;  // as in the kernel
+
+bool is_one_file(const struct stat& a, const struct stat& b) {
+    return !S_ISCHR(a.st_mode) && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
 }  // namespace
@@ -30,19 +25,16 @@ bool isFile(const std::string& name) {
     return ::faccessat(AT_FDCWD, name.c_str(), R_OK, AT_EACCESS) == 0;
 }
 
-bool createFile(const std::string& name) {
-    return std::ofstream(name, std::ios::trunc).good();
-}
-
-bool takeFile(const std::string& name) {
-    struct stat status {};
-    if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return true;
-    const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    if (descriptor < 0) return true;
-    if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) return true;  // stays open to keep the lock
-    const bool is_taken = errno == EWOULDBLOCK;
-    ::close(descriptor);
-    return !is_taken;
+std::string destination(const std::string& name) {
+    // The library does not follow a link to a file that does not exist.
+    std::error_code failure;
+    std::filesystem::path path = name;
+    for (int i = 0; i < MOST_LINKS && std::filesystem::is_symlink(path, failure); ++i)
+        path = path.parent_path() / std::filesystem::read_symlink(path, failure);
+    path = std::filesystem::absolute(path, failure);
+    if (!failure) path = std::filesystem::weakly_canonical(path, failure);
+    if (failure == std::errc::not_enough_memory) throw std::bad_alloc();
+    return failure ? std::string() : path.string();
 }
 
 std::string extensionFile(const std::string& name) {
@@ -55,12 +47,17 @@ bool isSameFile(const std::string& a, const std::string& b) {
     }, status_b{};
     const bool a_exists = ::stat(a.c_str(), &status_a) == 0;
     const bool b_exists = ::stat(b.c_str(), &status_b) == 0;
-    if (a_exists && b_exists)
-        return S_ISREG(status_a.st_mode) && status_a.st_dev == status_b.st_dev &&
-               status_a.st_ino == status_b.st_ino;
+    if (a_exists && b_exists) return is_one_file(status_a, status_b);
     if (a_exists != b_exists) return false;
-    const std::filesystem::path path_a = place_of(a);
-    return !path_a.empty() && path_a == place_of(b);
+    const std::string path_a = destination(a);
+    return !path_a.empty() && path_a == destination(b);
+}
+
+bool isSameFile(int descriptor, const std::string& name) {
+    struct stat opened {
+    }, by_name{};
+    return ::fstat(descriptor, &opened) == 0 && ::stat(name.c_str(), &by_name) == 0 &&
+           is_one_file(opened, by_name);
 }
 
 std::string cannotOpen(const std::string& name) {

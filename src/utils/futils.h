@@ -9,19 +9,18 @@ namespace futils {
 /// closing a pipe would end its writer.
 bool isFile(const std::string& name);
 
-/// Creates `name`, or empties it; false if that is impossible.
-bool createFile(const std::string& name);
-
-/// Locks `name` for this process until it ends, and creates it if it doesn't exist; false if another process
-/// has locked it. The content does not change. Files that are not regular, can't be opened, or are on a file
-/// system without locks are not locked, and the result is true.
-bool takeFile(const std::string& name);
+/// The path of the file called `name`, which need not exist, with all links followed; empty if it can't be
+/// determined, as for an empty name.
+std::string destination(const std::string& name);
 
 /// Text after the last ".", or empty when there is none.
 std::string extensionFile(const std::string& name);
 
-/// True if both names refer to the same regular file (or, if neither exists yet, would refer to one).
+/// True if both names refer to the same file (or, if neither exists yet, would refer to one). Devices such as
+/// /dev/null don't count: they may be used for several purposes.
 bool isSameFile(const std::string& a, const std::string& b);
+/// The same for a file that is already open.
+bool isSameFile(int descriptor, const std::string& name);
 
 /// The messages for a file that can't be used.
 std::string cannotOpen(const std::string& name);

@@ -29,12 +29,17 @@ std::string lfile::nameFor(const std::string& name) {
 
 bool lfile::open(const std::string& name) {
     file = nameFor(name);
+    errno = 0;
     stream.open(file, std::ios::out | std::ios::trunc);
+    if (!stream.good() && errno == ENOMEM) outOfMemory();
     return stream.good();
 }
 
 void lfile::close() {
+    if (!stream.is_open()) return;
+    errno = 0;
     stream.close();
+    if (!stream.good()) stopOnFailure(errno);
 }
 
 std::string lfile::getPrefix(const std::string& text) {
@@ -72,11 +77,21 @@ void lfile::warning(const std::string& message) {
 }
 
 void lfile::error(const std::string& message) {
-    // Held until the process ends, so that only one of several failing threads ends it.
-    static std::mutex first_error;
+    const std::string line = message + "\n";
+    endRun((coloured("ERROR:") + " " + line).c_str(), ("ERROR: " + line).c_str());
+}
+
+void lfile::outOfMemory() {
+    endRun("\033[33mERROR:\033[0m Not enough memory\n", "ERROR: Not enough memory\n");
+}
+
+void lfile::endRun(const char* console_line, const char* log_line) {
+    // Held until the process ends, so that only one of several failing threads ends it. The thread that holds
+    // it can come here again if its memory runs out.
+    static std::recursive_mutex first_error;
     const std::lock_guard lock(first_error);
-    writeConsole(coloured("ERROR:") + " " + message + "\n");
-    if (verbose_l && stream.is_open()) stream << "ERROR: " << message << "\n" << std::flush;
+    std::cout << console_line << std::flush;
+    if (verbose_l && stream.is_open()) stream << log_line << std::flush;
     stream.close();
     end_process(EXIT_FAILURE);
 }
@@ -85,8 +100,10 @@ void lfile::writeLog(const std::string& text) {
     if (!stream.is_open()) return;
     errno = 0;
     stream << text << std::flush;
-    if (stream.good()) return;
-    const int reason = errno;
+    if (!stream.good()) stopOnFailure(errno);
+}
+
+void lfile::stopOnFailure(int reason) {
     muteL();  // the message can't go to the log that has just failed
     error(file + " could not be written: " + (reason != 0 ? std::strerror(reason) : "unknown reason"));
 }

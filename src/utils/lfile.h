@@ -10,7 +10,7 @@ class lfile {
     /// Opens `name` for writing, with ".log" appended unless its extension is exactly "log".
     /// Returns whether the file could be opened.
     bool open(const std::string& name);
-    /// Closes the log file; a failure is kept in the stream's state.
+    /// Closes the log file. Ends the run if that fails.
     void close();
 
     /// The log file's name as opened, or as it would be opened for `name`.
@@ -39,9 +39,13 @@ class lfile {
     /// The same with "ERROR:", and then ends the process with status 1. May be called from any thread: no
     /// destructors run, since other threads may still use the objects. Both streams are flushed first.
     [[noreturn]] void error(const std::string& message);
+    /// The same for a run whose memory has run out. Allocates none.
+    [[noreturn]] void outOfMemory();
 
   private:
     void writeLog(const std::string& text);
+    [[noreturn]] void endRun(const char* console_line, const char* log_line);
+    [[noreturn]] void stopOnFailure(int reason);
 
     std::string file;
     std::ofstream stream;

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "utils/assertion.h"
@@ -125,6 +126,7 @@ std::streamsize ifile::gcount() const {
 }
 
 void ifile::stopOnDamage(const std::exception& reason) const {
+    if (dynamic_cast<const std::bad_alloc*>(&reason)) LOG.outOfMemory();
     LOG.error(file + " could not be read: " + damage(reason));
 }
 
@@ -147,19 +149,30 @@ ofile::~ofile() {
 }
 
 bool ofile::open(const std::string& name, bool /* POSIX files are all binary */) {
+    auto created = std::make_unique<pending_file>(name);
+    if (created->descriptor() < 0) return false;
     file = name;
-    const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (descriptor < 0) return false;
+    pending = std::move(created);
+    start(pending->descriptor());
+    return true;
+}
+
+void ofile::open(const std::string& name, int descriptor) {
+    file = name;
+    pending.reset();
+    start(descriptor);
+}
+
+void ofile::start(int descriptor) {
     stream = std::make_unique<chain>();
-    const std::string extension = futils::extensionFile(name);
+    const std::string extension = futils::extensionFile(file);
     if (extension == "gz") stream->push(io::gzip_compressor(io::gzip_params(), BUFFER_BYTES), BUFFER_BYTES);
     if (extension == "bz2")
         stream->push(io::bzip2_compressor(io::bzip2_params(), BUFFER_BYTES), BUFFER_BYTES);
     stream->push(checked_sink(descriptor, stream->first_failure), BUFFER_BYTES);
-    return true;
 }
 
-void ofile::close() {
+void ofile::finish() {
     if (stream == nullptr) return;
     const std::shared_ptr<int> failure = stream->first_failure;
     try {
@@ -172,6 +185,24 @@ void ofile::close() {
     }
     stream.reset();
     stopOnFailure(*failure);
+}
+
+void ofile::publish() {
+    if (pending != nullptr && !pending->publish()) {
+        const int reason = errno;
+        LOG.error(pending->keep() + " is complete but could not be renamed to " + file + ": " +
+                  std::strerror(reason));
+    }
+    pending.reset();
+}
+
+void ofile::close() {
+    finish();
+    publish();
+}
+
+std::string ofile::keep() {
+    return pending != nullptr ? pending->keep() : file;
 }
 
 void ofile::writeBytes(const char* bytes, std::streamsize n) {

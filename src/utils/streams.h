@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "utils/pending_file.h"
+
 /// Input file, decompressed according to its extension ("gz", "bz2", anything else plain). Damaged or
 /// truncated data and read errors end the run with a message that names the file, so they never look like a
 /// shorter file.
@@ -40,22 +42,22 @@ class ifile {
     bool at_start = true;
 };
 
-/// Output file, compressed according to its extension. A failed write or close ends the run with the name of
-/// the file and the reason, so a truncated file never looks complete.
+/// Output file, compressed according to its extension. It gets its name when it is complete, see
+/// pending_file. A failed write or close ends the run with the name of the file and the reason.
 class ofile {
   public:
     ofile();
     /// Creates `name`. Ends the run if that fails.
     explicit ofile(const std::string& name, bool binary_mode = false);
-    /// Closes the file without a check. Only close() makes sure that it is complete.
+    /// Discards the file unless close() or publish() was called.
     ~ofile();
     ofile(const ofile&) = delete;
     ofile& operator=(const ofile&) = delete;
 
     /// Returns whether the file could be created.
     bool open(const std::string& name, bool binary_mode = false);
-    /// Ends the compressed stream and the file, and checks both.
-    void close();
+    /// Writes to an open file, which finish() closes.
+    void open(const std::string& name, int descriptor);
     const std::string& name() const { return file; }
 
     /// Writes `n` bytes.
@@ -64,11 +66,22 @@ class ofile {
         writeBytes(text.data(), static_cast<std::streamsize>(text.size()));
     }
 
+    /// Ends the compressed stream and the file, and checks both.
+    void finish();
+    /// Gives the finished file its name.
+    void publish();
+    /// finish() and publish().
+    void close();
+    /// Leaves the finished file under its temporary name, which is returned.
+    std::string keep();
+
   private:
     struct chain;
 
+    void start(int descriptor);
     void stopOnFailure(int reason) const;
 
     std::string file;
-    std::unique_ptr<chain> stream;  // compressor and device, empty while no file is open
+    std::unique_ptr<pending_file> pending;  // empty if the file was opened by the caller
+    std::unique_ptr<chain> stream;          // compressor and device, empty while no file is open
 };

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "objects/bit_kernels.h"
-#include "utils/futils.h"
 #include "utils/lfile.h"
 
 namespace {
@@ -40,17 +39,17 @@ void write_haplotypes(const genhap_set& set, haplotype_sink& sink) {
     sink.close();
 }
 
-haps_sink::haps_sink(std::string haps, std::string sample)
-    : haps_name(std::move(haps)), sample_name(std::move(sample)) {}
+haps_sink::haps_sink(output_files& run_outputs, std::string haps, std::string sample)
+    : outputs(run_outputs), haps_name(std::move(haps)), sample_name(std::move(sample)) {}
 
 void haps_sink::begin(const std::vector<std::string>& individuals) {
     LOG.println("\nWriting sample information in [" + sample_name + "] in IMPUTE2 format");
-    ofile list(sample_name);
-    list.writeText("ID_1 ID_2 missing\n0 0 0\n");
-    for (const std::string& name : individuals) list.writeText(name + " " + name + " 0\n");
-    list.close();
+    outputs.open(sample_name, people);
+    people.writeText("ID_1 ID_2 missing\n0 0 0\n");
+    for (const std::string& name : individuals) people.writeText(name + " " + name + " 0\n");
+    people.finish();
     LOG.println("\nWriting haplotypes in [" + haps_name + "] in IMPUTE format");
-    if (!stream.open(haps_name)) LOG.error(futils::cannotCreate(haps_name));
+    outputs.open(haps_name, stream);
 }
 
 void haps_sink::write(const haplotype_block& block) {
@@ -68,4 +67,14 @@ void haps_sink::write(const haplotype_block& block) {
         line += '\n';
         stream.writeText(line);
     }
+}
+
+void haps_sink::close() {
+    stream.finish();
+    const std::string replaced = outputs.replaced();
+    if (!replaced.empty())
+        LOG.error(replaced + " was replaced while this run was working; its haplotypes are in " +
+                  stream.keep() + ", its list of individuals in " + people.keep());
+    people.publish();
+    stream.publish();
 }

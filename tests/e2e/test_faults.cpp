@@ -191,6 +191,7 @@ void expect_every_cut_refused(const e2e::study& data, const std::string& name, c
                               const std::function<bool(const std::string&)>& is_expected) {
     const std::string whole = data.read(name);
     ASSERT_EQ(run(data.folder(), line + " -O out -L run.log").status, 0);
+    std::filesystem::remove(data.at("out.haps"));
     for (std::size_t size = 0; size < whole.size(); size += BYTE_STEP) {
         data.write(name, whole.substr(0, size));
         const auto end = run(data.folder(), line + " -O out -L run.log");
@@ -397,6 +398,69 @@ TEST(faults, a_second_run_with_the_same_output_is_refused_and_does_no_harm) {
     EXPECT_EQ(run(data.folder(), SHORT + "-O out -L run.log").status, 0);  // no lock is left
 }
 
+TEST(faults, outputs_that_another_run_took_over_stay_its_own) {
+    const e2e::study data(8, 0.3);
+    const std::string map = data.read("study.map");
+    const std::vector<std::string> outputs = {"out.haps", "out.sample", "run.log", "run.ind.mm",
+                                              "run.snp.mm"};
+    data.write("other.map", map);
+    replace_by_pipe(data, "study.map");
+    background_run first(data.folder(), SHORT + "-O out -L run.log");
+    std::vector<std::string> second;
+    {
+        std::ofstream pipe(data.at("study.map"));
+        for (const std::string& name : outputs) std::filesystem::remove(data.at(name));
+        const std::string line = "-B study -M other.map --seed 2 --burn 0 --prune 1 --main 1 --states 8 ";
+        ASSERT_EQ(run(data.folder(), line + "-O out -L run.log").status, 0);
+        for (const std::string& name : outputs) second.push_back(data.read(name));
+        pipe << map;
+    }
+    EXPECT_EQ(first.wait(), 1);
+    for (std::size_t i = 0; i < outputs.size(); ++i) EXPECT_EQ(data.read(outputs[i]), second[i]);
+}
+
+TEST(faults, the_result_of_a_run_whose_output_was_taken_over_is_not_lost) {
+    const e2e::study data(8, 0.3);
+    const std::string line = "-B study -M study.map --seed 1 --burn 0 --prune 1 --main 500 --states 20 ";
+    ASSERT_EQ(run(data.folder(), line + "-O alone -L alone.log").status, 0);
+    background_run first(data.folder(), line + "-O out -L run.log");
+    wait_for_iterations(data);
+    std::filesystem::remove(data.at("out.haps"));
+    data.write("out.haps", "of another run");
+    EXPECT_EQ(first.wait(), 1);
+    EXPECT_EQ(data.read("out.haps"), "of another run");
+    EXPECT_EQ(data.read("out.sample"), "");
+    const std::string log = data.read("run.log");
+    EXPECT_NE(log.find("ERROR: out.haps was replaced while this run was working; its haplotypes are in "),
+              std::string::npos)
+        << log;
+    int n_kept = 0;
+    for (const std::string& name : e2e::files_in(data.folder())) {
+        if (name.find(".part-") == std::string::npos) continue;
+        ++n_kept;
+        EXPECT_NE(log.find(name), std::string::npos) << name;
+        EXPECT_EQ(data.read(name), data.read(name.starts_with("out.haps") ? "alone.haps" : "alone.sample"));
+    }
+    EXPECT_EQ(n_kept, 2);
+}
+
+TEST(faults, an_output_that_is_removed_while_running_is_written_all_the_same) {
+    const e2e::study data(8, 0.3);
+    const std::string map = data.read("study.map");
+    ASSERT_EQ(run(data.folder(), SHORT + "-O alone -L alone.log").status, 0);
+    replace_by_pipe(data, "study.map");
+    background_run running(data.folder(), SHORT + "-O out -L run.log");
+    {
+        std::ofstream pipe(data.at("study.map"));
+        std::filesystem::remove(data.at("out.haps"));
+        pipe << map;
+    }
+    EXPECT_EQ(running.wait(), 0);
+    EXPECT_EQ(data.read("out.haps"), data.read("alone.haps"));
+    EXPECT_NE(data.read("run.log").find("WARNING: out.haps was removed while this run was working\n"),
+              std::string::npos);
+}
+
 TEST(faults, runs_may_share_an_output_that_is_no_file) {
     const e2e::study data(8, 0.3);
     const std::string map = data.read("study.map");
@@ -425,11 +489,17 @@ TEST(faults, a_console_that_takes_nothing_does_not_stop_a_run) {
         ::dup2(full, STDOUT_FILENO);
     };
     const auto closed = [] { ::close(STDOUT_FILENO); };
+    const auto to_unread_pipe = [] {
+        int pipe[2];
+        if (::pipe(pipe) == 0) ::dup2(pipe[1], STDOUT_FILENO);
+        ::close(pipe[0]);
+        ::close(pipe[1]);
+    };
     const auto all_closed = [] {
         for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::close(descriptor);
     };
     for (const std::function<void()>& prepare :
-         std::vector<std::function<void()>>{to_full_device, closed, all_closed}) {
+         std::vector<std::function<void()>>{to_full_device, closed, to_unread_pipe, all_closed}) {
         data.write("out.haps", "");
         EXPECT_EQ(run(data.folder(), SHORT + "-O out -L run.log", prepare).status, 0);
         EXPECT_EQ(data.read("out.haps"), haplotypes);

@@ -65,12 +65,13 @@ TEST(CheckFiles, MissingFilesStopTheRun) {
                       sample = capture.folder().at("o.sample");
     run_options good = with_bed(bed, {haps, sample});
     good.input_map = {map, true};
-    support::run_in_child([&] { check_files(good); });
+    output_files outputs;
+    check_files(good, outputs);
 
     const auto stops = [&](const std::string& message, const auto& change) {
         run_options o = good;
         change(o);
-        return stops_with(message, [&] { check_files(o); });
+        return stops_with(message, [&] { check_files(o, outputs); });
     };
     EXPECT_TRUE(stops("[nolist] is impossible to open, check file existence or reading permissions",
                       [](run_options& o) {

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <mutex>
 #include <new>
 #include <set>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "support/child_process.h"
+#include "utils/lfile.h"
 
 namespace {
 
@@ -107,8 +109,9 @@ TEST(WorkerTeam, NextPassStartsFromTheFirstItem) {
 
 TEST(WorkerTeam, OutOfMemoryInAThreadStopsTheRun) {
     EXPECT_TRUE(support::stops_with("Not enough memory", [] {
+        std::set_new_handler([] { LOG.outOfMemory(); });  // as in main
         worker_team team(2);
-        team.run(2, [](int, int) { throw std::bad_alloc(); });
+        team.run(2, [](int, int) { ::operator delete(::operator new(PTRDIFF_MAX)); });
     }));
 }
 

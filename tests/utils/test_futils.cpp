@@ -2,12 +2,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <iostream>
 #include <random>
 #include <sstream>
 
@@ -46,47 +44,25 @@ TEST(IsFile, NeedsThePermissionToRead) {
     EXPECT_FALSE(futils::isFile(file));
 }
 
-TEST(CreateFile, LeavesAnEmptyFile) {
+TEST(Destination, FollowsLinksToTheirEnd) {
     const temporary_folder folder;
-    EXPECT_TRUE(futils::createFile(folder.at("new")));
-    EXPECT_EQ(support::read_file(folder.at("new")), "");
-    const std::string old = folder.put("old", "text");
-    EXPECT_TRUE(futils::createFile(old));
-    EXPECT_EQ(support::read_file(old), "");
-}
-
-TEST(CreateFile, ReportsFailure) {
-    const temporary_folder folder;
-    EXPECT_FALSE(futils::createFile(folder.at("missing/new")));
-    EXPECT_FALSE(futils::createFile(folder.path()));
-    EXPECT_FALSE(futils::createFile(""));
-}
-
-TEST(TakeFile, LocksUntilTheProcessEnds) {
-    const temporary_folder folder;
-    const std::string file = folder.put("file", "text");
-    const auto taken_by_a_child = [&file] {
-        return support::run_in_child([&file] { std::cout << futils::takeFile(file); }).out;
+    const std::string file = folder.put("file", "text"), root = futils::destination(folder.path());
+    std::filesystem::create_directory(folder.at("sub"));
+    const auto link = [&folder](const std::string& to, const std::string& name) {
+        ASSERT_EQ(::symlink(to.c_str(), folder.at(name).c_str()), 0);
     };
-    EXPECT_EQ(taken_by_a_child(), "1");
-    EXPECT_EQ(taken_by_a_child(), "1");  // the first child has ended
-    const auto end = support::run_in_child([&] {
-        std::cout << futils::takeFile(file);
-        const int other = ::open(file.c_str(), O_RDONLY);  // as another process would open it
-        std::cout << ::flock(other, LOCK_EX | LOCK_NB) << futils::takeFile(file);
-    });
-    EXPECT_EQ(end.out, "1-10");
-    EXPECT_EQ(support::read_file(file), "text");
-}
-
-TEST(TakeFile, CreatesMissingFilesAndIgnoresWhatCannotBeLocked) {
-    const temporary_folder folder;
-    EXPECT_TRUE(futils::takeFile(folder.at("new")));
-    EXPECT_EQ(support::read_file(folder.at("new")), "");
-    for (const std::string& name : {std::string("/dev/null"), folder.path(), folder.at("missing/new")}) {
-        EXPECT_TRUE(futils::takeFile(name)) << name;
-        EXPECT_TRUE(futils::takeFile(name)) << name;
-    }
+    link("file", "to_file");
+    link("new", "to_new");
+    link("../to_new", "sub/twice");
+    link(folder.at("sub"), "to_sub");
+    link("circle", "circle");
+    EXPECT_EQ(futils::destination(file), root + "/file");
+    EXPECT_EQ(futils::destination(folder.at("to_file")), root + "/file");
+    EXPECT_EQ(futils::destination(folder.at("to_new")), root + "/new") << "which does not exist";
+    EXPECT_EQ(futils::destination(folder.at("to_sub/twice")), root + "/new");
+    EXPECT_EQ(futils::destination(folder.at("to_sub/x")), root + "/sub/x");
+    EXPECT_EQ(futils::destination(folder.at("circle")), "");
+    EXPECT_EQ(futils::destination(""), "");
 }
 
 TEST(ExtensionFile, TextAfterTheLastDot) {
@@ -131,8 +107,29 @@ TEST(IsSameFile, ImpossibleNamesAreNotFiles) {
     }
 }
 
-TEST(IsSameFile, DevicesAreNotFiles) {
+TEST(IsSameFile, FollowsLinksToFilesThatDoNotExist) {
+    const temporary_folder folder;
+    ASSERT_EQ(::symlink("new", folder.at("link").c_str()), 0);
+    EXPECT_TRUE(futils::isSameFile(folder.at("link"), folder.at("new")));
+    EXPECT_FALSE(futils::isSameFile(folder.at("link"), folder.at("newer")));
+}
+
+TEST(IsSameFile, DevicesDoNotCountButPipesDo) {
+    const temporary_folder folder;
     EXPECT_FALSE(futils::isSameFile("/dev/null", "/dev/null"));
+    ASSERT_EQ(::mkfifo(folder.at("pipe").c_str(), 0600), 0);
+    EXPECT_TRUE(futils::isSameFile(folder.at("pipe"), folder.at("pipe")));
+}
+
+TEST(IsSameFile, ComparesAnOpenFile) {
+    const temporary_folder folder;
+    const std::string file = folder.put("file", "text"), other = folder.put("other", "text");
+    const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_TRUE(futils::isSameFile(opened, file));
+    EXPECT_FALSE(futils::isSameFile(opened, other));
+    EXPECT_FALSE(futils::isSameFile(opened, folder.at("missing")));
+    ::close(opened);
+    EXPECT_FALSE(futils::isSameFile(opened, file));
 }
 
 TEST(Messages, NameTheFile) {

@@ -207,6 +207,12 @@ TEST(LogError, OnlyOneOfSeveralFailingThreadsReports) {
     EXPECT_EQ(end.out, "\033[33mERROR:\033[0m worker failed\n");
 }
 
+TEST(LogError, OutOfMemoryHasItsOwnMessage) {
+    const log_capture capture;
+    EXPECT_TRUE(support::stops_with("Not enough memory", [] { LOG.outOfMemory(); }));
+    EXPECT_EQ(capture.log(), "ERROR: Not enough memory\n");
+}
+
 TEST(LogWrite, FullDiskStopsTheRun) {
     const temporary_folder folder;
     const std::string name = folder.at("run.log");

@@ -1,10 +1,12 @@
 #include "utils/streams.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <random>
 #include <vector>
 
@@ -232,13 +234,41 @@ TEST(Ofile, WritesEachKind) {
         }
 }
 
-TEST(Ofile, EmptiesAnOldFile) {
+TEST(Ofile, ReplacesAnOldFileWhenItIsComplete) {
     const temporary_folder folder;
     const std::string name = folder.put("old.txt", "a much longer old text\n");
     ofile file(name);
     file.writeText("new\n");
-    file.close();
+    file.finish();
+    EXPECT_EQ(read_file(name), "a much longer old text\n");
+    file.publish();
     EXPECT_EQ(read_file(name), "new\n");
+}
+
+TEST(Ofile, CanBeKeptUnderItsTemporaryName) {
+    const temporary_folder folder;
+    std::string kept;
+    {
+        ofile file(folder.at("a.gz"));
+        file.writeText("text");
+        file.finish();
+        kept = file.keep();
+    }
+    EXPECT_EQ(gunzip(read_file(kept)), "text");
+    EXPECT_FALSE(std::filesystem::exists(folder.at("a.gz")));
+}
+
+TEST(Ofile, FailureToRenameNamesTheCompleteFile) {
+    const temporary_folder folder;
+    std::filesystem::create_directory(folder.at("sub"));
+    EXPECT_TRUE(support::stops_naming({folder.at("sub/a.part-"), " is complete but could not be renamed to ",
+                                       folder.at("sub/a") + ": No such file or directory"},
+                                      [&folder] {
+                                          ofile file(folder.at("sub/a"));
+                                          file.finish();
+                                          std::filesystem::remove_all(folder.at("sub"));
+                                          file.publish();
+                                      }));
 }
 
 TEST(Ofile, OpensOneFileAfterAnother) {
@@ -256,16 +286,25 @@ TEST(Ofile, OpensOneFileAfterAnother) {
     EXPECT_EQ(read_file(folder.at("b.txt")), "2");
 }
 
-TEST(Ofile, DestructorEndsTheFile) {
+TEST(Ofile, DestructorDiscardsAnUnclosedFile) {
     for (const file_kind& kind : KINDS) {
         const temporary_folder folder;
-        const std::string name = folder.at(std::string("output") + kind.ending);
         {
-            ofile file(name);
+            ofile file(folder.at(std::string("output") + kind.ending));
             file.writeText("unclosed\n");
         }
-        EXPECT_EQ(kind.unpack(read_file(name)), "unclosed\n");
+        EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
     }
+}
+
+TEST(Ofile, WritesToAFileThatIsOpenAlready) {
+    const temporary_folder folder;
+    const std::string name = folder.put("a.gz", "");
+    ofile file;
+    file.open(name, ::open(name.c_str(), O_WRONLY | O_CLOEXEC));
+    file.writeText("text");
+    file.close();
+    EXPECT_EQ(gunzip(read_file(name)), "text");
 }
 
 TEST(Ofile, FailureToCreateStopsTheRun) {

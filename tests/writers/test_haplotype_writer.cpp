@@ -36,7 +36,8 @@ genhap_set cohort(const std::vector<std::string>& names, int n_variants,
 }
 
 void write_haps(const genhap_set& set, const std::string& haps, const std::string& sample) {
-    haps_sink sink(haps, sample);
+    output_files outputs;
+    haps_sink sink(outputs, haps, sample);
     write_haplotypes(set, sink);
 }
 
