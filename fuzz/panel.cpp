@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     study.indexing();
     std::vector<chaplotype> panel;
     if (!fuzz::completes([&] {
-            panel_source source(legend.name(), sample.name(), filter, study);
+            panel_source source(legend.name(), sample.name(), filter, {}, study);
             source.open(haps.name());
             panel = read_haplotypes(source);
         }))

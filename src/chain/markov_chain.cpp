@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "modules/stages.h"
+#include "utils/assertion.h"
 #include "utils/lfile.h"
 
 namespace {
@@ -14,6 +15,7 @@ constexpr double KEPT_PROBABILITY = 0.99;  // share of a transition group's prob
 /// where an integer division by zero does not trap.
 bool is_every(int step, int iteration) {
     if (step == 0) {
+        advise("--cluster_burn, --cluster_prune and --cluster_main must be 1 or more.");
         std::signal(SIGFPE, SIG_DFL);  // the parent process may have set it to be ignored
         std::raise(SIGFPE);
         std::abort();  // reached if the signal is blocked

@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr double MOST_AMBIGUOUS = 0.9;  // share of variants at which real people are heterozygous or missing
+
 /// Measures the seconds between calls of lap().
 class stopwatch {
   public:
@@ -56,6 +58,25 @@ phasing_jobs::phasing_jobs(genhap_set& set, const hmm_parameters& parameters,
 
 phasing_jobs::~phasing_jobs() = default;
 
+/// What to change if a job has `n` conditioning haplotypes, too few to phase.
+std::string phasing_jobs::advice_on_few(const phasing_job& job, std::size_t n) const {
+    constexpr int LEAST_HAPLOTYPES = 12;  // of six people
+    if (GH.n_haplotypes() < LEAST_HAPLOTYPES)
+        return "Phasing needs at least six people, or a reference panel (--input-ref).";
+    const genotype_graph& graph = GH.vecG[job.individual];
+    int n_ambiguous = 0;
+    for (int l = job.range.first_locus; l <= job.range.last_locus; ++l)
+        n_ambiguous += graph.site_ambiguous[l];
+    const int n_loci = job.range.last_locus - job.range.first_locus + 1;
+    const std::string found =
+        "Only " + std::to_string(n) + " conditioning haplotypes were found for " + graph.name;
+    if (n_ambiguous > MOST_AMBIGUOUS * n_loci)
+        return found + ", who is heterozygous or missing at " + std::to_string(n_ambiguous) + " of " +
+               std::to_string(n_loci) +
+               " variants of a window. No real person is: check how the genotypes were called or converted.";
+    return found + ": use --states 5 or more.";
+}
+
 int phasing_jobs::run(bool renew, bool skip_matched) {
     selector.prepare(renew, random);
     const std::vector<phasing_job> jobs = selector.list_jobs(random);
@@ -75,7 +96,7 @@ void phasing_jobs::run_individual(const phasing_job* first, const phasing_job* e
     for (const phasing_job* job = first; job != end; ++job) {
         w.selection->measure(*job);
         const int distance = w.selection->choose(*job, random, w.idxH);
-        TOLVANE_ASSERT(w.idxH.size() > 4, "idxH.size()>4");
+        TOLVANE_REQUIRE(w.idxH.size() > 4, "idxH.size()>4", advice_on_few(*job, w.idxH.size()));
         std::sort(w.idxH.begin(), w.idxH.end());
         w.selection_seconds += watch.lap();
         if (skip_matched && distance < 1) continue;

@@ -36,6 +36,7 @@ class phasing_jobs {
   private:
     struct worker;
 
+    std::string advice_on_few(const phasing_job& job, std::size_t n) const;
     void run_individual(const phasing_job* first, const phasing_job* end, bool skip_matched, worker& w);
 
     genhap_set& GH;

@@ -89,7 +89,9 @@ std::vector<int> snp_set::rpartition(double size, random_source& random) const {
     }
     for (int i = 1; i <= w; ++i) {
         const int prev = output[i - 1];
-        TOLVANE_ASSERT((output[i] - prev) > 0, "(output[i] - prev) > 0");
+        TOLVANE_REQUIRE((output[i] - prev) > 0, "(output[i] - prev) > 0",
+                        std::to_string(n_snp) + " variants are too few for " + std::to_string(w) +
+                            " windows: use a larger --window, or neither --cluster-size nor --fast.");
     }
     return output;
 }

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr const char* MODE = "Phaser";
+constexpr int SYNTAX_ERROR = 2;  // exit status
 // The two versions differ on purpose; CONTRIBUTING.md explains the version numbers.
 constexpr const char* BANNER_VERSION = "v3.r881";
 constexpr const char* LOG_VERSION = "v2.r881";
@@ -42,6 +43,10 @@ void open_log(const std::string& log, output_files& outputs) {
 run_options start_run(const std::vector<std::string>& args, long start, output_files& outputs) {
     run_options options;
     const std::string failure = parse_options(args, start, options);
+    if (!failure.empty() && is_strict(args)) {
+        std::cerr << "tolvane: " << failure << " (--help lists all options)" << std::endl;
+        end_process(SYNTAX_ERROR);
+    }
     if (!failure.empty()) {
         std::cout << MODE << " mode : " << failure << std::endl;
         end_process(EXIT_SUCCESS);
@@ -52,6 +57,8 @@ run_options start_run(const std::vector<std::string>& args, long start, output_f
         end_process(EXIT_SUCCESS);
     }
     const std::string log = options.output_log.is_given ? options.output_log.value : default_log(start);
+    if (options.strict.is_given) LOG.setStrictness(strictness::strict);
+    if (options.check.is_given) LOG.setStrictness(strictness::listing);
     refuse_overwriting(options, lfile::nameFor(log));
     open_log(log, outputs);
     LOG.printlnL("Mode    : " + std::string(MODE));

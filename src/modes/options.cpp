@@ -5,8 +5,11 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <numeric>
 #include <ostream>
 #include <sstream>
+#include <string_view>
+#include <utility>
 #include <variant>
 
 #include "utils/assertion.h"
@@ -50,6 +53,10 @@ const option_row OPTIONS[] = {
     {BASIC, "thread,T", &run_options::thread, FIELD, "Number of thread used for phasing."},
     {BASIC, "output-log,L", &run_options::output_log, "tolvane_date_time_UUID.log",
      "Log file containing a duplicate of the screen output."},
+    {BASIC, "strict", &run_options::strict, NONE,
+     "End at input that is probably wrong, which is accepted otherwise. Recommended."},
+    {BASIC, "check", &run_options::check, NONE,
+     "Read and check the input, list what --strict would refuse, and end."},
 
     {SUBSETTING, "exclude-snp", &run_options::exclude_snp, NONE,
      "File containing all the positions of the SNPs to exclude in input/output files."},
@@ -153,6 +160,51 @@ std::string long_name(const option_row& row) {
     return name.substr(0, name.find(','));
 }
 
+/// Options that may not be abbreviated, so that abbreviations of the others stay as short as they were.
+bool is_abbreviable(const std::string& name) {
+    return name != "strict" && name != "check";
+}
+
+/// The command line with abbreviated options written out, where only one option may be meant.
+std::vector<std::string> spelled_out(std::vector<std::string> args) {
+    for (std::string& word : args) {
+        const std::string given = word.substr(0, word.find('='));
+        if (!given.starts_with("--") || given == "--") continue;
+        std::vector<std::string> meant;
+        for (const option_row& row : OPTIONS) {
+            const std::string name = long_name(row);
+            if (name == given.substr(2)) meant = {2, name};  // two: nothing to write out
+            if (is_abbreviable(name) && name.starts_with(given.substr(2))) meant.push_back(name);
+        }
+        if (meant.size() == 1) word.replace(2, given.size() - 2, meant.front());
+    }
+    return args;
+}
+
+/// Number of single letters to insert, remove or replace to turn `a` into `b` (Levenshtein 1966).
+std::size_t edit_distance(const std::string& a, const std::string& b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), 0U);
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i);
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
+        }
+    }
+    return row.back();
+}
+
+/// Message for a word that is no option and no value of one. Names the option that is spelled most like it.
+std::string unexpected(const std::string& word) {
+    const std::string given = word.substr(std::min(word.find_first_not_of('-'), word.size()));
+    const auto distance = [&given](const option_row& row) { return edit_distance(given, long_name(row)); };
+    const auto nearest =
+        std::min_element(std::begin(OPTIONS), std::end(OPTIONS),
+                         [&](const auto& a, const auto& b) { return distance(a) < distance(b); });
+    return "unexpected word '" + word + "'; the nearest option is --" + long_name(*nearest);
+}
+
 /// Copies a value that the library has parsed.
 template <class Value>
 void take_value(const po::variable_value& parsed, setting<Value>& into) {
@@ -169,17 +221,33 @@ double run_options::tree_size() const {
     return fast.is_given ? FAST_CLUSTER_SIZE : cluster_size.value;
 }
 
+bool is_strict(const std::vector<std::string>& args) {
+    const auto asks = [](const std::string& word) {
+        using std::operator""sv;
+        return (word.starts_with("--str") && "--strict"sv.starts_with(word)) ||
+               (word.starts_with("--ch") && "--check"sv.starts_with(word));
+    };
+    return std::any_of(args.begin(), args.end(), asks);
+}
+
 std::string parse_options(const std::vector<std::string>& args, long start, run_options& options) {
     options = defaults(start);
     const po::options_description descriptions = describe(options);
     try {
         po::variables_map parsed;
-        po::store(po::command_line_parser(args).options(descriptions).run(), parsed);
+        const po::parsed_options words =
+            po::command_line_parser(spelled_out(args)).options(descriptions).run();
+        if (is_strict(args))
+            for (const po::option& word : words.options)
+                if (word.position_key >= 0) return unexpected(word.value.front());
+        po::store(words, parsed);
         po::notify(parsed);
         for (const option_row& row : OPTIONS)
             std::visit([&](auto field) { take_value(parsed[long_name(row)], options.*field); }, row.field);
         return {};
     } catch (const po::error& failure) {
+        const auto* unknown = dynamic_cast<const po::unknown_option*>(&failure);
+        if (is_strict(args) && unknown != nullptr) return unexpected(unknown->get_option_name());
         const auto has_mark = [](const std::string& word) { return word.find('%') != std::string::npos; };
         if (std::none_of(args.begin(), args.end(), has_mark)) return failure.what();
     }
@@ -216,7 +284,9 @@ void check_clustering(const run_options& o) {
     if (!o.cluster_size.is_given) return;
     const double size = o.cluster_size.value;
     check_number(size, "cluster-size");
-    TOLVANE_ASSERT(size > 1, "cluster_size>1");
+    TOLVANE_REQUIRE(size > 1, "cluster_size>1",
+                    "--cluster-size is the number of haplotypes in a cluster: use 2 or more, at least twice "
+                    "--states is usual.");
     constexpr int MOST = std::numeric_limits<int>::max() / 2;
     if (size > MOST) LOG.error("You must specify a cluster size of at most " + sutils::int2str(MOST));
 }

@@ -20,6 +20,8 @@ struct run_options {
     setting<int> seed;
     setting<int> thread{1};
     setting<std::string> output_log;
+    setting<bool> strict;  // end at probably wrong input
+    setting<bool> check;   // read and check the input, and end
 
     // Subsetting options
     setting<std::string> exclude_snp, include_snp, exclude_ind, include_ind;
@@ -56,8 +58,12 @@ struct run_options {
     bool stops_early() const { return fast.is_given || early_stopping.is_given; }
 };
 
+/// Whether a command line, which need not be correct, asks for strictness.
+bool is_strict(const std::vector<std::string>& args);
+
 /// Reads a command line (without the name of the program) into `options`; `start` is the default of the seed,
-/// in seconds since 1970. Returns a message on a syntax error, else an empty string.
+/// in seconds since 1970. Returns a message on a syntax error, else an empty string. If the line asks for
+/// strictness, a word that belongs to no option is an error too, and the message suggests an option.
 std::string parse_options(const std::vector<std::string>& args, long start, run_options& options);
 
 /// Prints all options with their defaults.

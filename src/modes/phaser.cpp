@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "chain/markov_chain.h"
 #include "modes/command_line.h"
@@ -10,10 +11,22 @@
 #include "modules/stages.h"
 #include "selection/scan_selector.h"
 #include "selection/tree_selector.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
 #include "utils/units.h"
 #include "writers/haplotype_writer.h"
 
 namespace {
+
+// docs/performance.md has the measurements.
+constexpr double BYTES_PER_GENOTYPE = 50.0;  // until the first pruning
+constexpr double PROGRAM_GB = 0.01;
+
+/// The graphs represent the genotypes, which are freed on return.
+genhap_set build_graphs(run_input input, worker_team& team) {
+    std::vector<genotype_graph> graphs = build_graphs(input.study, team);
+    return {std::move(input.study.snps), std::move(graphs), std::move(input.panel)};
+}
 
 /// Creates the selector that the options ask for.
 std::unique_ptr<conditioning_selector> make_selector(const run_options& o, const genhap_set& set,
@@ -46,13 +59,29 @@ phaser::phaser(const std::vector<std::string>& args, long start)
 }
 
 void phaser::phase() {
+    if (options.check.is_given) {
+        check_input();
+        return;
+    }
     read_files_and_initialise();
     run_chain();
     write_files_and_finalise();
 }
 
+void phaser::check_input() {
+    const run_input input = read_input(options, outputs);
+    const double n_genotypes = static_cast<double>(input.study.ind_ids.size()) * input.study.snps.size();
+    LOG.println("\nChecked " + std::to_string(input.study.ind_ids.size()) + " individuals and " +
+                std::to_string(input.study.snps.size()) + " variants");
+    LOG.println("  * Memory needed for phasing: about " +
+                sutils::double2str(n_genotypes * BYTES_PER_GENOTYPE / 1e9 + PROGRAM_GB, 2) + " GB");
+    if (LOG.nRefused() > 0)
+        LOG.error("--strict would refuse this input at " + std::to_string(LOG.nRefused()) + " places");
+    LOG.println("  * Nothing that --strict would refuse");
+}
+
 void phaser::read_files_and_initialise() {
-    haplotypes = read_input(options, outputs, team);
+    haplotypes = build_graphs(read_input(options, outputs), team);
     haplotypes.summarise();
     sample_first_haplotypes(haplotypes, team, random);
     const int n_haplotypes = haplotypes.n_haplotypes();

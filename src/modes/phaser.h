@@ -22,7 +22,7 @@ class phaser {
     /// files.
     phaser(const std::vector<std::string>& args, long start);
 
-    /// Runs all three parts below.
+    /// Runs all three parts below, or only checks the input if the options say so.
     void phase();
 
     // The parts of a run, in order.
@@ -38,6 +38,8 @@ class phaser {
     job_cost cost_of_jobs() const { return jobs->cost(); }
 
   private:
+    void check_input();
+
     output_files outputs;
     run_options options;
     random_source random;

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <filesystem>
 #include <span>
 #include <utility>
 
@@ -54,6 +55,12 @@ void refuse_console(const std::string& file) {
         if (futils::isSameFile(descriptor, file))
             LOG.error(file + " is also the file that " + stream +
                       " of this run goes to; give another name to one of them");
+}
+
+/// Refuses a name that has nothing before its extension, as of an empty prefix.
+void check_name(const std::string& option, const std::string& name) {
+    if (std::filesystem::path(name).filename().string().starts_with('.'))
+        LOG.refuse("output-name", option, 0, "[" + name + "]", "a name with a letter before the extension");
 }
 
 void check_readable(const std::string& file) {
@@ -114,7 +121,7 @@ void check_files(const run_options& o, output_files& outputs) {
         LOG.error("You must specify at least one unphased input file with --input-bed or --input-gen");
     if (bed && gen)
         LOG.error("You must specify no more than one unphased input file with --input-bed or --input-gen");
-    if (!o.output_max.is_given)
+    if (!o.output_max.is_given && !o.check.is_given)
         LOG.error("You must specify at least one phased output file with --output-max or --output-graph");
     if (bed) check_genotypes(bed_files(o), "input-bed", BED_ENDINGS.size());
     if (gen) check_genotypes(gen_files(o), "input-gen", GEN_ENDINGS.size());
@@ -123,7 +130,11 @@ void check_files(const run_options& o, output_files& outputs) {
         for (const std::string& file : o.input_ref.value) check_readable(file);
     }
     check_readable(o.input_map.value);
+    if (!o.output_max.is_given) return;
     const file_names haplotypes = haplotype_files(o);
     if (haplotypes.empty()) LOG.error("Incorrect number of arguments given to --output-max");
-    for (const std::string& name : haplotypes) outputs.prepare(name);
+    for (const std::string& name : haplotypes) check_name("--output-max", name);
+    check_name("--output-log", LOG.name());
+    if (!o.check.is_given)
+        for (const std::string& name : haplotypes) outputs.prepare(name);
 }

@@ -1,11 +1,12 @@
 #include "modes/study.h"
 
+#include <algorithm>
+#include <map>
 #include <memory>
 #include <utility>
 
 #include "containers/genotype_counts.h"
 #include "modes/run_files.h"
-#include "modules/stages.h"
 #include "readers/bed_source.h"
 #include "readers/filter_reader.h"
 #include "readers/gen_source.h"
@@ -29,7 +30,7 @@ filter_reader read_filters(const run_options& o) {
     return filter;
 }
 
-genotype_store read_genotypes(const run_options& o, const filter_reader& filter) {
+genotype_store read_genotypes(const run_options& o, filter_reader& filter) {
     std::unique_ptr<genotype_source> source;
     if (o.input_bed.is_given) {
         const file_names bed = bed_files(o);
@@ -55,14 +56,35 @@ void check_panel_covers(const snp_set& study, const std::string& prefix) {
     LOG.error("Reference and Main panels are not well aligned!");
 }
 
-std::vector<chaplotype> read_panel(const run_options& o, const filter_reader& filter, snp_set& study,
+std::vector<chaplotype> read_panel(const run_options& o, filter_reader& filter, genotype_store& study,
                                    const std::string& prefix) {
     if (!o.input_ref.is_given) return {};
     const file_names& files = o.input_ref.value;
-    panel_source panel(files[1], files[2], filter, study);
-    check_panel_covers(study, prefix);
+    panel_source panel(files[1], files[2], filter, study.ind_ids, study.snps);
+    check_panel_covers(study.snps, prefix);
     panel.open(files[0]);
     return read_haplotypes(panel);
+}
+
+/// Refuses a list of which no entry matches, and an empty one for inclusion, which would include everything.
+/// Says how many entries match.
+template <class Key>
+void report_list(const setting<std::string>& list, bool excludes, const std::string& things,
+                 const std::map<Key, bool>& entries) {
+    if (!LOG.isStrict() || !list.is_given || (excludes && entries.empty())) return;
+    const auto n =
+        std::count_if(entries.begin(), entries.end(), [](const auto& entry) { return entry.second; });
+    LOG.println("  * " + std::to_string(n) + " of the " + std::to_string(entries.size()) + " " + things +
+                " in [" + list.value + "] are in the input");
+    if (n == 0)
+        LOG.refuse("list-matches", list.value, 0, "none of the " + things + " of the input", "some of them");
+}
+
+void report_lists(const run_options& o, const filter_reader& filter) {
+    report_list(o.exclude_ind, true, "individuals", filter.ind_exclude);
+    report_list(o.include_ind, false, "individuals", filter.ind_include);
+    report_list(o.exclude_snp, true, "positions", filter.snp_exclude);
+    report_list(o.include_snp, false, "positions", filter.snp_include);
 }
 
 void place_on_map(const std::string& file, snp_set& variants) {
@@ -85,6 +107,7 @@ void place_on_map(const std::string& file, snp_set& variants) {
 void check_and_repair(genotype_store& store, output_files& outputs, const std::string& prefix) {
     LOG.println("\nChecking missingness and MAF...");
     const genotype_counts counts = count_genotypes(store);
+    name_missing(store, counts);
     check_missing(counts);
     report_variants(repair_monomorphic(store, counts), counts);
     outputs.check();
@@ -93,13 +116,13 @@ void check_and_repair(genotype_store& store, output_files& outputs, const std::s
 
 }  // namespace
 
-genhap_set read_input(const run_options& o, output_files& outputs, worker_team& team) {
+run_input read_input(const run_options& o, output_files& outputs) {
     const std::string prefix = lfile::getPrefix(LOG.name());
-    const filter_reader filter = read_filters(o);
-    genotype_store store = read_genotypes(o, filter);
-    std::vector<chaplotype> panel = read_panel(o, filter, store.snps, prefix);
-    place_on_map(o.input_map.value, store.snps);
-    check_and_repair(store, outputs, prefix);
-    std::vector<genotype_graph> graphs = build_graphs(store, team);
-    return {std::move(store.snps), std::move(graphs), std::move(panel)};
+    filter_reader filter = read_filters(o);
+    genotype_store study = read_genotypes(o, filter);
+    std::vector<chaplotype> panel = read_panel(o, filter, study, prefix);
+    report_lists(o, filter);
+    place_on_map(o.input_map.value, study.snps);
+    check_and_repair(study, outputs, prefix);
+    return {std::move(study), std::move(panel)};
 }

@@ -1,11 +1,18 @@
 #pragma once
 
-#include "containers/genhap_set.h"
+#include <vector>
+
+#include "containers/genotype_store.h"
 #include "modes/options.h"
-#include "modules/worker_team.h"
+#include "objects/chaplotype.h"
 #include "utils/output_files.h"
 
-/// Reads, checks and repairs all input of a run, and builds the graph of each individual. The graphs
-/// represent the genotypes, which are freed on return. Ends the run before it writes files beside the log if
-/// another run has replaced the log.
-genhap_set read_input(const run_options& options, output_files& outputs, worker_team& team);
+/// The input of a run: genotypes of the study, and haplotypes of the panel at its variants.
+struct run_input {
+    genotype_store study;
+    std::vector<chaplotype> panel;
+};
+
+/// Reads, checks and repairs all input of a run, and writes the files beside the log. Ends the run before
+/// that if another one has replaced the log.
+run_input read_input(const run_options& options, output_files& outputs);

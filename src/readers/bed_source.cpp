@@ -55,7 +55,7 @@ void read_row(ifile& stream, unsigned char* row, int n_bytes, Fail fail) {
 }  // namespace
 
 bed_source::bed_source(const std::string& bed, const std::string& bim, const std::string& fam,
-                       const filter_reader& filter)
+                       filter_reader& filter)
     : intake(filter) {
     read_bim(bim);
     read_fam(fam);
@@ -71,6 +71,8 @@ void bed_source::read_bim(const std::string& bim) {
         snp& variant = variants.emplace_back(position, fields[4], fields[5]);
         variant.chromosome = fields[0];
         variant.id = fields[1];
+        check_identifier(variant.id, {bim, number});
+        intake.check_chromosome(variant.chromosome, {bim, number});
         return true;
     });
     if (!variants.empty() && variants.back().bp == 0)
@@ -79,8 +81,8 @@ void bed_source::read_bim(const std::string& bim) {
 
 void bed_source::read_fam(const std::string& fam) {
     LOG.println("\nReading individuals in [" + fam + "] in Plink FAM format");
-    read_table(fam, "individuals", [&](const std::vector<std::string>& fields, long) {
-        const bool is_kept = intake.keeps_individual(fields[1]);
+    read_table(fam, "individuals", [&](const std::vector<std::string>& fields, long number) {
+        const bool is_kept = intake.keeps_individual(fields[1], {fam, number});
         ind_at.push_back(is_kept ? static_cast<int>(ids.size()) : -1);
         if (is_kept) ids.push_back(fields[1]);
         return is_kept;

@@ -26,8 +26,17 @@ void readIndList(const std::string& file, const std::string& list, std::map<std:
 
 void readSnpList(const std::string& file, const std::string& list, std::map<int, bool>& positions) {
     readList(file, "SNPs", list, [&](const std::string& line, long number) {
-        positions[sutils::str2int(line, file, number)] = true;
+        positions[sutils::str2int(line, file, number)] = false;
     });
+}
+
+/// Marks an entry of a list as matched. Returns whether there is such an entry.
+template <class Key>
+bool mark(std::map<Key, bool>& list, const Key& key) {
+    const auto entry = list.find(key);
+    if (entry == list.end()) return false;
+    entry->second = true;
+    return true;
 }
 
 }  // namespace
@@ -50,13 +59,13 @@ void filter_reader::readSnpIncludeList(const std::string& file) {
     readSnpList(file, "include", snp_include);
 }
 
-bool filter_reader::checkInd(const std::string& id) const {
-    if (ind_exclude.contains(id)) return false;
-    return ind_include.empty() || ind_include.contains(id);
+bool filter_reader::checkInd(const std::string& id) {
+    const bool is_excluded = mark(ind_exclude, id), is_included = mark(ind_include, id);
+    return !is_excluded && (ind_include.empty() || is_included);
 }
 
-bool filter_reader::checkSnp(int pos) const {
-    if (snp_exclude.contains(pos)) return false;
-    if (!snp_include.empty() && !snp_include.contains(pos)) return false;
+bool filter_reader::checkSnp(int pos) {
+    const bool is_excluded = mark(snp_exclude, pos), is_included = mark(snp_include, pos);
+    if (is_excluded || (!snp_include.empty() && !is_included)) return false;
     return pos >= pos_from && pos < pos_to;
 }

@@ -17,11 +17,12 @@ class filter_reader {
     void readSnpExcludeList(const std::string& file);
     void readSnpIncludeList(const std::string& file);
 
-    /// Whether an individual, or a variant at `pos` bp, is used. An empty inclusion list accepts all.
-    bool checkInd(const std::string& id) const;
-    bool checkSnp(int pos) const;
+    /// Whether an individual, or a variant at `pos` bp, is used. An empty inclusion list accepts all. Marks
+    /// the entries of the lists that match.
+    bool checkInd(const std::string& id);
+    bool checkSnp(int pos);
 
-    // Only the presence of a key counts.
+    // Entries, and whether they have matched.
     std::map<std::string, bool> ind_exclude;
     std::map<std::string, bool> ind_include;
     std::map<int, bool> snp_exclude;

@@ -7,6 +7,9 @@
 
 namespace {
 
+constexpr int HEADER_LINES = 2;       // of the list of individuals
+constexpr double LARGEST_SUM = 1.02;  // of three probabilities with two decimals each, rounded
+
 /// Indexes of the fields of a GEN line; -1 if the layout has no such field.
 struct gen_layout {
     int chr, id, position, a0, a1, probabilities;
@@ -45,6 +48,21 @@ std::array<int, 8> certain_calls(double threshold) {
     return calls;
 }
 
+/// Refuses what are no probabilities of the three genotypes.
+void check_probabilities(const std::array<std::string_view, 3>& three, const input_line& at) {
+    double sum = 0.0;
+    for (const std::string_view field : three) {
+        const double p = sutils::is_number(field) ? sutils::str2double(field) : -1.0;
+        if (p < 0.0 || p > 1.0)
+            LOG.refuse("probability", at.file, at.number, "[" + std::string(field) + "]",
+                       "a number from 0 to 1");
+        sum += p;
+    }
+    if (sum > LARGEST_SUM)
+        LOG.refuse("probability-sum", at.file, at.number, sutils::double2str(sum, 3),
+                   "three probabilities with a sum of at most 1");
+}
+
 std::string percentage(long part, long whole) {
     return sutils::double2str(100.0 * static_cast<double>(part) / static_cast<double>(whole), 1);
 }
@@ -52,7 +70,7 @@ std::string percentage(long part, long whole) {
 }  // namespace
 
 gen_source::gen_source(const std::string& gen, const std::string& sample, double calling_threshold,
-                       const filter_reader& filter)
+                       filter_reader& filter)
     : intake(filter),
       threshold(calling_threshold),
       certain(certain_calls(calling_threshold)),
@@ -67,8 +85,7 @@ void gen_source::read_sample(const std::string& sample) {
     LOG.println("\nReading individuals in [" + sample + "] in Impute2 sample format");
     ifile list(sample);
     std::vector<std::string> words;
-    list.getLine(line);  // two lines of header
-    list.getLine(line);
+    for (int i = 0; i < HEADER_LINES; ++i) list.getLine(line);
     int number = 0;
     while (list.getLine(line)) {
         ++number;
@@ -76,7 +93,7 @@ void gen_source::read_sample(const std::string& sample) {
         if (n_words < 3)
             LOG.error("Line=" + sutils::int2str(number) + " found=" + sutils::int2str(n_words) +
                       " fields, expected more that 3");
-        keeps_individual.push_back(intake.keeps_individual(words[1]));
+        keeps_individual.push_back(intake.keeps_individual(words[1], {sample, number + HEADER_LINES}));
         if (keeps_individual.back()) ids.push_back(words[1]);
     }
     list.close();
@@ -121,18 +138,23 @@ bool gen_source::take_variant(sutils::field_cursor& cursor, genotype_block& bloc
     snp& variant =
         block.variants.emplace_back(position, std::string(fields[at.a0]), std::string(fields[at.a1]));
     variant.id = fields[at.id];
-    if (at.chr >= 0) variant.chromosome = fields[at.chr];
+    check_identifier(variant.id, {stream.name(), n_lines});
+    if (at.chr >= 0) {
+        variant.chromosome = fields[at.chr];
+        intake.check_chromosome(variant.chromosome, {stream.name(), n_lines});
+    }
     return true;
 }
 
 /// Reads the genotypes of the last variant of the block.
 void gen_source::take_genotypes(sutils::field_cursor& cursor, genotype_block& block) {
-    const auto probability = [&cursor] { return static_cast<float>(sutils::str2double(cursor.next())); };
     const auto next_call = [&] {
         const int bits = cursor.next_three_bits();
         if (bits >= 0) return certain[bits];
-        const float p0 = probability(), p1 = probability(), p2 = probability();
-        return call_of(p0, p1, p2, threshold);
+        const std::array three = {cursor.next(), cursor.next(), cursor.next()};
+        if (LOG.isStrict()) check_probabilities(three, {stream.name(), n_lines});
+        const auto probability = [&three](int g) { return static_cast<float>(sutils::str2double(three[g])); };
+        return call_of(probability(0), probability(1), probability(2), threshold);
     };
     // Fields 3 and 4 are the two alleles in the old layout only. In the new layout they are the position and
     // the first allele, which always differ, so there a line that has one allele twice keeps its calls.

@@ -23,7 +23,40 @@ int count_equal(const std::vector<int>& n_missing, int n) {
     return static_cast<int>(std::count(n_missing.begin(), n_missing.end(), n));
 }
 
+/// The names of the first individuals or variants of which more than `limit` genotypes are missing.
+template <class NameOf>
+std::string first_names(const std::vector<int>& n_missing, double limit, NameOf name_of) {
+    constexpr int MOST_NAMES = 5;
+    int n = 0;
+    std::string names;
+    for (std::size_t i = 0; i < n_missing.size(); ++i)
+        if (n_missing[i] > limit && ++n <= MOST_NAMES) names += (n > 1 ? ", " : "") + name_of(i);
+    return names + (n > MOST_NAMES ? " and " + std::to_string(n - MOST_NAMES) + " more" : "");
+}
+
+/// name_missing for individuals or variants, each with `n` genotypes.
+template <class NameOf>
+void name_missing(const std::string& things, const std::vector<int>& n_missing, int n, NameOf name_of) {
+    const std::string empty = first_names(n_missing, n - 0.5, name_of);
+    if (n > 0 && !empty.empty())
+        LOG.refuse("no-genotypes", "input", 0, things + " without any genotype: " + empty,
+                   "none; exclude them");
+    const std::string high = first_names(n_missing, HIGH_MISSING_RATE * n, name_of);
+    if (LOG.isStrict() && !high.empty())
+        LOG.println("  * " + things + " with high rates of missing data: " + high);
+}
+
 }  // namespace
+
+void name_missing(const genotype_store& store, const genotype_counts& counts) {
+    const auto& variants = store.snps.snp_list;
+    name_missing("individuals", counts.ind_missing, store.snps.size(),
+                 [&store](std::size_t i) { return store.ind_ids[i]; });
+    name_missing("variants", counts.snp_missing, static_cast<int>(store.ind_ids.size()),
+                 [&variants](std::size_t v) {
+                     return variants[v].id + " (" + std::to_string(variants[v].bp) + " bp)";
+                 });
+}
 
 void check_missing(const genotype_counts& counts, bool tolerate_empty) {
     const int n_ind = static_cast<int>(counts.ind_missing.size());

@@ -7,6 +7,10 @@
 /// `tolerate_empty` they are only reported.
 void check_missing(const genotype_counts& counts, bool tolerate_empty = false);
 
+/// Refuses individuals and variants without any genotype, with the names of the first ones. A run that is
+/// not lenient also names those with high rates of missing genotypes.
+void name_missing(const genotype_store& store, const genotype_counts& counts);
+
 /// What repair_monomorphic found and filled in.
 struct monomorphic_repairs {
     int n_variants = 0;

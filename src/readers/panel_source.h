@@ -16,8 +16,9 @@
 class panel_source {
   public:
     /// Reads SAMPLE and LEGEND, and marks the variants of the study that have a match (snp::in_ref).
-    panel_source(const std::string& legend, const std::string& sample, const filter_reader& filter,
-                 snp_set& study);
+    /// `study_individuals` are the identifiers that no individual of the panel should have.
+    panel_source(const std::string& legend, const std::string& sample, filter_reader& filter,
+                 const std::vector<std::string>& study_individuals, snp_set& study);
 
     /// Opens HAPS, which has one line for each line of the legend.
     void open(const std::string& haps);
@@ -37,10 +38,12 @@ class panel_source {
         bool is_turned;
     };
 
-    void read_sample(const std::string& sample, const filter_reader& filter);
+    void read_sample(const std::string& sample, filter_reader& filter,
+                     const std::vector<std::string>& study_individuals);
     void read_legend(const std::string& legend);
     legend_line match(int position, const std::string& a0, const std::string& a1);
     void take_row(haplotype_block& block);
+    void check_alleles() const;
     void finish();
 
     snp_set& study;

@@ -38,6 +38,9 @@ void haplotypeCluster::mask(int individual, random_source& random, haplotype_mas
         std::cout << "COUNT = " << count - 2 << "\n"
                   << members_of_cluster_with(t0).size() << "\n"
                   << members_of_cluster_with(t1).size() << std::endl;
-        TOLVANE_ASSERT(count >= tree.cond_size, "count>=ncond");
+        TOLVANE_REQUIRE(
+            count >= tree.cond_size, "count>=ncond",
+            "A cluster has too few haplotypes: use a --cluster-size of at least twice --states, or "
+            "none.");
     }
 }

@@ -28,7 +28,11 @@ haplotypeCluster haplotypeCluster_builder::build(int a, int b, random_source& ra
     clusters.clear();
     assign.assign(H.size(), 0);
     const auto [first, second] = split(0, 0, random);
-    TOLVANE_ASSERT(first > 0 && second > 0, "n.first>0&&n.second>0");
+    TOLVANE_REQUIRE(
+        first > 0 && second > 0, "n.first>0&&n.second>0",
+        "The haplotypes of a window could not be split into two clusters: there are too few people, "
+        "or too few variants in a window. Use a larger --window, or neither --cluster-size nor "
+        "--fast.");
     grow(0, 1, random);
     grow(1, 1, random);
     top_up(random);

@@ -96,6 +96,18 @@ void lfile::endRun(const char* console_line, const char* log_line) {
     end_process(EXIT_FAILURE);
 }
 
+void lfile::refuse(const char* rule, const std::string& input, long line, const std::string& found,
+                   const std::string& expected) {
+    if (!isStrict()) return;
+    const std::string place = input + (line > 0 ? " line " + std::to_string(line) : "");
+    const std::string message = place + ": found " + found + ", expected " + expected + " [" + rule + "]";
+    if (response == strictness::strict) error(message);
+    constexpr long MOST_LISTED = 100;
+    ++n_refused;
+    if (n_refused <= MOST_LISTED) println("  ! " + message);
+    if (n_refused == MOST_LISTED) println("  ! further ones are counted, but not listed");
+}
+
 void lfile::writeLog(const std::string& text) {
     if (!stream.is_open()) return;
     errno = 0;

@@ -3,6 +3,10 @@
 #include <fstream>
 #include <string>
 
+/// How a run responds to input that it accepts although it is probably wrong: it says nothing, ends, or lists
+/// it and goes on.
+enum class strictness { lenient, strict, listing };
+
 /// Prints all messages of the program to the console and duplicates them in a log file. There is no lock:
 /// run_pass makes sure that only one thread at a time prints progress.
 class lfile {
@@ -34,6 +38,16 @@ class lfile {
     void printL(const std::string& text);
     void printlnL(const std::string& text);
 
+    void setStrictness(strictness s) { response = s; }
+    /// Whether probably wrong input matters. Checks that take time are skipped if not.
+    bool isStrict() const { return response != strictness::lenient; }
+    /// Responds to probably wrong input at `line` of `file`, counted from 1; line 0 stands for the whole
+    /// file. `rule` is its name in docs/strict.md. Does nothing by default, ends the run if it is strict.
+    void refuse(const char* rule, const std::string& input, long line, const std::string& found,
+                const std::string& expected);
+    /// How often refuse() was called in a listing run.
+    long nRefused() const { return n_refused; }
+
     /// A yellow "WARNING:" on the console whether muted or not, a plain one in the log. The run goes on.
     void warning(const std::string& message);
     /// The same with "ERROR:", and then ends the process with status 1. May be called from any thread: no
@@ -49,6 +63,8 @@ class lfile {
 
     std::string file;
     std::ofstream stream;
+    strictness response = strictness::lenient;
+    long n_refused = 0;
     bool verbose_c = true;
     bool verbose_l = true;
 };

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "utils/assertion.h"
 #include "utils/futils.h"
@@ -23,6 +24,8 @@ namespace {
 
 constexpr std::streamsize BUFFER_BYTES = 1 << 16;
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+constexpr std::string_view GZIP_MARK = "\x1F\x8B";
+constexpr std::string_view BZIP2_MARK = "BZh", BZIP2_BLOCK = "1AY&SY";  // a digit is between them
 
 /// The last part of an output chain, which writes to the file. The filtering stream swallows failures that
 /// happen while it closes, so the first one is kept for the ofile.
@@ -104,6 +107,7 @@ bool ifile::getLine(std::string& line) {
     if (stream == nullptr) return false;
     try {
         const bool found = static_cast<bool>(std::getline(*stream, line));
+        if (at_start) stopAtCompression(line);
         if (at_start && line.starts_with(BYTE_ORDER_MARK)) line.erase(0, BYTE_ORDER_MARK.size());
         at_start = false;
         return found;
@@ -115,7 +119,10 @@ bool ifile::getLine(std::string& line) {
 bool ifile::readBytes(char* bytes, std::streamsize n) {
     if (stream == nullptr) return false;
     try {
-        return static_cast<bool>(stream->read(bytes, n));
+        const bool is_whole = static_cast<bool>(stream->read(bytes, n));
+        if (std::exchange(at_start, false))
+            stopAtCompression({bytes, static_cast<std::size_t>(stream->gcount())});
+        return is_whole;
     } catch (const std::exception& reason) {
         stopOnDamage(reason);
     }
@@ -123,6 +130,16 @@ bool ifile::readBytes(char* bytes, std::streamsize n) {
 
 std::streamsize ifile::gcount() const {
     return stream == nullptr ? 0 : stream->gcount();
+}
+
+void ifile::stopAtCompression(std::string_view start) const {
+    const std::string extension = futils::extensionFile(file);
+    const bool is_gzip = start.starts_with(GZIP_MARK);
+    const bool is_bzip2 =
+        start.size() > 4 && start.starts_with(BZIP2_MARK) && start.substr(4).starts_with(BZIP2_BLOCK);
+    if (extension == "gz" || extension == "bz2" || (!is_gzip && !is_bzip2)) return;
+    LOG.error(file + " is compressed, but its name does not end in " + (is_gzip ? ".gz" : ".bz2") +
+              ": rename it, or decompress it if it is a pipe");
 }
 
 void ifile::stopOnDamage(const std::exception& reason) const {

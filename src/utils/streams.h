@@ -4,12 +4,13 @@
 #include <ios>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "utils/pending_file.h"
 
 /// Input file, decompressed according to its extension ("gz", "bz2", anything else plain). Damaged or
 /// truncated data and read errors end the run with a message that names the file, so they never look like a
-/// shorter file.
+/// shorter file; so does gzip or bzip2 data in a file of another name.
 class ifile {
   public:
     ifile();
@@ -35,6 +36,7 @@ class ifile {
   private:
     struct chain;
 
+    void stopAtCompression(std::string_view start) const;
     [[noreturn]] void stopOnDamage(const std::exception& reason) const;
 
     std::string file;

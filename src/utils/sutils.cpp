@@ -1,7 +1,10 @@
 #include "utils/sutils.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
@@ -25,6 +28,13 @@ int cut(const std::string& line, std::vector<Field>& fields, std::size_t most) {
         fields.emplace_back(field);
     }
     return static_cast<int>(fields.size());
+}
+
+/// Whether a text has digits only. A carriage return at the end of a line does not count.
+bool is_position(std::string_view text) {
+    const std::string_view digits = without_return(text);
+    return !digits.empty() &&
+           std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 constexpr std::size_t NO_LIMIT = std::numeric_limits<std::size_t>::max();
@@ -73,6 +83,9 @@ int str2int(std::string_view text, const std::string& file, long line) {
     if (errno == ERANGE || value < INT_MIN || value > INT_MAX)
         LOG.error(file + " line " + long2str(line) + ": [" + number +
                   "] is out of range for a position (at most " + int2str(INT_MAX) + ")");
+    if (LOG.isStrict() && !is_position(number))
+        LOG.refuse("position", file, line, "[" + number + "]",
+                   "a whole number from 0 to " + int2str(INT_MAX));
     return static_cast<int>(value);
 }
 
@@ -102,6 +115,13 @@ double parse_double(std::string_view field) {
     // A field of other white space, such as a vertical tab, has no number; strtod would read the next
     // field's.
     return end <= field.data() + field.size() ? value : 0.0;
+}
+
+bool is_number(std::string_view field) {
+    if (field.starts_with('+')) field.remove_prefix(1);
+    double value = 0.0;
+    const auto [end, failure] = std::from_chars(field.data(), field.data() + field.size(), value);
+    return failure == std::errc() && end == field.data() + field.size() && std::isfinite(value);
 }
 
 int count_fields(std::string_view line) {

@@ -72,8 +72,8 @@ int tokenize(const std::string& line, std::vector<std::string>& fields, int n);
 /// The same without copies: the fields are views into `line`, which must outlive them.
 int tokenize(const std::string& line, std::vector<std::string_view>& fields);
 
-/// The integer at the start of `text`, 0 if there is none. Ends the run if the number does not fit in an int;
-/// the message has the file, the line number `line` as counted by the caller, and the text.
+/// The integer at the start of `text`, 0 if there is none: a position at `line` of `file`, counted from 1.
+/// Ends the run if it does not fit in an int. Text that is not wholly a number from 0 on is refused.
 int str2int(std::string_view text, const std::string& file, long line);
 /// The number at the start of a field of a line, 0 if there is none. The field must be followed by a blank, a
 /// tab or the terminating zero of its line.
@@ -83,5 +83,8 @@ inline double str2double(std::string_view field) {
     const bool is_digit = field.size() == 1 && field[0] >= '0' && field[0] <= '9';
     return is_digit ? field[0] - '0' : parse_double(field);
 }
+
+/// Whether a field is wholly a finite number in decimal notation, with or without an exponent.
+bool is_number(std::string_view field);
 
 }  // namespace sutils

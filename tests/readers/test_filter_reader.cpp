@@ -33,6 +33,19 @@ TEST(CheckInd, ExclusionWins) {
     EXPECT_FALSE(filter.checkInd("ann"));
 }
 
+TEST(CheckInd, MarksTheEntriesThatMatch) {
+    filter_reader filter;
+    filter.initialise(0, 1000);
+    filter.ind_exclude = {{"Ann", false}, {"Bob", false}};
+    filter.ind_include = {{"Ann", false}, {"Cem", false}};
+    filter.snp_exclude = {{100, false}, {200, false}};
+    for (const char* id : {"Ann", "Dan"}) filter.checkInd(id);
+    for (const int pos : {200, 5000}) filter.checkSnp(pos);
+    EXPECT_EQ(filter.ind_exclude, (std::map<std::string, bool>{{"Ann", true}, {"Bob", false}}));
+    EXPECT_EQ(filter.ind_include, (std::map<std::string, bool>{{"Ann", true}, {"Cem", false}}));
+    EXPECT_EQ(filter.snp_exclude, (std::map<int, bool>{{100, false}, {200, true}}));
+}
+
 TEST(CheckSnp, HalfOpenInterval) {
     struct row {
         int from, to, pos;

@@ -49,9 +49,9 @@ TEST(GmapReader, AcceptsEqualPositions) {
         std::size_t n;
     };
     for (const row& r :
-         {row{"equal positions", "100 0 1\n100 0 2\n", 2}, row{"equal cM", "100 0 1\n200 0 1\n", 2},
-          row{"both equal", "100 0 1\n100 0 1\n", 2}, row{"least start", "-1 0 -1\n", 1},
-          row{"negative cM", "100 0 -0.5\n200 0 0\n", 2}, row{"text is 0", "x 0 y\n0 0 0\n", 2}}) {
+         {row{"equal positions", "100 0 1\n100 0 2\n200 0 2\n", 3}, row{"equal cM", "100 0 1\n200 0 1\n", 2},
+          row{"both equal", "50 0 0\n100 0 1\n100 0 1\n", 3}, row{"least start", "-1 0 -1\n", 1},
+          row{"negative cM", "100 0 -0.5\n200 0 0\n", 2}, row{"text is 0", "x 0 y\n0 0 0\n5 0 0\n", 3}}) {
         const log_capture capture;
         gmap_reader map;
         map.readGeneticMapFile(capture.folder().put("map", std::string("header\n") + r.lines));
@@ -86,10 +86,38 @@ TEST(GmapReader, ErrorsStopTheRun) {
     }
 }
 
+TEST(GmapReader, MapsWithoutRatesStopTheRun) {
+    struct row {
+        const char* name;
+        const char* lines;
+        const char* message;
+    };
+    const std::string layout =
+        "; a map has position (bp), rate (ignored) and genetic position (cM), in this order";
+    for (const row& r :
+         {row{"one position", "100 0 1\n100 0 2\n", " line 3: all points have the position 100"},
+          row{"text as positions", "x 0 1\ny 0 2\nz 0 3\n", " line 4: all points have the position 0"},
+          row{"swapped columns", "0.1 0 100\n0.2 0 200\n", " line 3: all points have the position 0"},
+          row{"too large", "100 0 1\n2000000000 0 1e300\n", " is too large for a genetic position in cM"}}) {
+        const log_capture capture;
+        const std::string name = capture.folder().put("map", std::string("header\n") + r.lines);
+        EXPECT_TRUE(support::stops_naming({name, r.message, layout}, [&] {
+            gmap_reader().readGeneticMapFile(name);
+        })) << r.name;
+    }
+    for (const char* cm : {"inf", "-inf", "nan", "1e999"}) {
+        const log_capture capture;
+        const std::string name =
+            capture.folder().put("map", std::string("header\n100 0 1\n200 0 ") + cm + "\n");
+        EXPECT_TRUE(stops_with(name + " line 3: [" + cm + "] is no genetic position in cM",
+                               [&] { gmap_reader().readGeneticMapFile(name); }));
+    }
+}
+
 TEST(GmapReader, PositionsBeyondAnIntStopTheRun) {
     const log_capture capture;
     const std::string name = capture.folder().put("map", "header\n100 0 1\n3000000000 0 2\n");
-    EXPECT_TRUE(support::stops_naming({name, "[3000000000] is out of range"},
+    EXPECT_TRUE(support::stops_naming({name + " line 3: ", "[3000000000] is out of range"},
                                       [&] { gmap_reader().readGeneticMapFile(name); }));
 }
 

@@ -147,7 +147,7 @@ TEST(PanelSource, OnlyTheFirstOfTwoEqualVariantsIsMatched) {
 TEST(PanelSource, YieldsOnlyRowsOfStudyVariants) {
     const panel files("0 1\n1 0\n1 1\n", "rs2 300 A G\nrs9 50 A G\nrs0 100 G A\n", "R1\n");
     small_study s(3);
-    panel_source source(files.legend, files.sample, s.filter, s.store.snps);
+    panel_source source(files.legend, files.sample, s.filter, s.store.ind_ids, s.store.snps);
     source.open(files.haps);
     haplotype_block block;
     ASSERT_TRUE(source.read(block));
@@ -212,7 +212,7 @@ TEST(PanelSource, ExcludedColumnsCountToo) {
 
 TEST(PanelSource, PositionsBeyondAnIntStopTheRun) {
     const panel files("0 1\n", "rs0 100 A G\nrs1 9999999999 A G\n", "R1\n");
-    EXPECT_TRUE(support::stops_naming({files.legend + " line 2: [9999999999] is out of range"}, [&] {
+    EXPECT_TRUE(support::stops_naming({files.legend + " line 3: [9999999999] is out of range"}, [&] {
         small_study s(1);
         files.read_into(s);
     }));

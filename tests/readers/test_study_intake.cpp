@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "support/child_process.h"
+#include "utils/lfile.h"
 
 namespace {
 
 using support::stops_with;
+
+const std::string FILE_NAME = "study.fam";
+const input_line AT = {FILE_NAME, 7};
 
 /// An intake whose filter keeps everything unless the test changes it.
 struct open_intake {
@@ -17,26 +21,26 @@ struct open_intake {
 
 TEST(KeepsIndividual, DuplicateIdentifierStopsTheRun) {
     open_intake s;
-    EXPECT_TRUE(s.intake.keeps_individual("Ann"));
-    EXPECT_TRUE(s.intake.keeps_individual("Bob"));
-    EXPECT_TRUE(s.intake.keeps_individual(""));
+    EXPECT_TRUE(s.intake.keeps_individual("Ann", AT));
+    EXPECT_TRUE(s.intake.keeps_individual("Bob", AT));
+    EXPECT_TRUE(s.intake.keeps_individual("", AT));
     EXPECT_TRUE(stops_with("Two individuals or more have the following ID : Ann",
-                           [&] { s.intake.keeps_individual("Ann"); }));
+                           [&] { s.intake.keeps_individual("Ann", AT); }));
 }
 
 TEST(KeepsIndividual, ExcludedIndividualsMayShareAnIdentifier) {
     open_intake s;
     s.filter.ind_exclude["Ann"] = false;
-    EXPECT_FALSE(s.intake.keeps_individual("Ann"));
-    EXPECT_FALSE(s.intake.keeps_individual("Ann"));
+    EXPECT_FALSE(s.intake.keeps_individual("Ann", AT));
+    EXPECT_FALSE(s.intake.keeps_individual("Ann", AT));
 }
 
 TEST(KeepsIndividual, DuplicatesAreFoundBeforeFiltering) {
     open_intake s;
-    s.intake.keeps_individual("Ann");
+    s.intake.keeps_individual("Ann", AT);
     s.filter.ind_exclude["Ann"] = false;
     EXPECT_TRUE(stops_with("Two individuals or more have the following ID : Ann",
-                           [&] { s.intake.keeps_individual("Ann"); }));
+                           [&] { s.intake.keeps_individual("Ann", AT); }));
 }
 
 TEST(KeepsVariant, PositionsMayRepeatAndIncrease) {
@@ -67,6 +71,46 @@ TEST(KeepsVariant, FilteredVariantsDoNotCountForTheOrder) {
     EXPECT_TRUE(s.intake.keeps_variant(100));
     EXPECT_FALSE(s.intake.keeps_variant(500));
     EXPECT_TRUE(s.intake.keeps_variant(200));
+}
+
+/// Makes the runs of a test strict.
+struct strict_runs {
+    strict_runs() { LOG.setStrictness(strictness::strict); }
+    ~strict_runs() { LOG.setStrictness(strictness::lenient); }
+};
+
+TEST(CheckChromosome, RefusesASecondOne) {
+    const strict_runs strict;
+    open_intake s;
+    s.intake.check_chromosome("20", AT);
+    s.intake.check_chromosome("20", AT);
+    EXPECT_TRUE(
+        stops_with("study.fam line 7: found chromosome chr20, expected the same chromosome as before, 20 "
+                   "[one-chromosome]",
+                   [&] { s.intake.check_chromosome("chr20", AT); }));
+}
+
+TEST(CheckChromosome, RefusesThoseThatMalesHaveOnce) {
+    const strict_runs strict;
+    for (const char* name : {"X", "x", "chrX", "ChrY", "MT", "M", "chrM", "0X", "23", "24", "26"}) {
+        open_intake s;
+        EXPECT_TRUE(support::stops_naming({std::string("found chromosome ") + name, "[autosome]"}, [&] {
+            s.intake.check_chromosome(name, AT);
+        })) << name;
+    }
+    for (const char* name : {"1", "22", "chr3", "XY", "25", "0", "2A", "chr", "scaffold_X"}) {
+        open_intake s;
+        s.intake.check_chromosome(name, AT);
+    }
+}
+
+TEST(CheckIdentifier, RefusesControlCharactersIfStrict) {
+    check_identifier("a\rb", AT);
+    const strict_runs strict;
+    for (const char* id : {"Ann", "J\xC3\xB6rg", "", "a b"}) check_identifier(id, AT);
+    for (const char* id : {"a\rb", "\x7F", "\x01"})
+        EXPECT_TRUE(
+            support::stops_naming({"study.fam line 7: ", "[identifier]"}, [&] { check_identifier(id, AT); }));
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ void study::read_gen(const std::string& gen, const std::string& sample, double t
 }
 
 void study::read_panel(const std::string& haps, const std::string& legend, const std::string& sample) {
-    panel_source source(legend, sample, filter, store.snps);
+    panel_source source(legend, sample, filter, store.ind_ids, store.snps);
     source.open(haps);
     panel = read_haplotypes(source);
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <thread>
@@ -211,6 +212,28 @@ TEST(LogError, OutOfMemoryHasItsOwnMessage) {
     const log_capture capture;
     EXPECT_TRUE(support::stops_with("Not enough memory", [] { LOG.outOfMemory(); }));
     EXPECT_EQ(capture.log(), "ERROR: Not enough memory\n");
+}
+
+TEST(LogRefuse, DoesNothingEndsOrLists) {
+    const log_capture capture;
+    const auto refuse = [] { LOG.refuse("a-rule", "a.map", 3, "[x]", "a number"); };
+    refuse();
+    EXPECT_EQ(capture.log(), "");
+    EXPECT_EQ(LOG.nRefused(), 0);
+    LOG.setStrictness(strictness::strict);
+    EXPECT_TRUE(support::stops_with("a.map line 3: found [x], expected a number [a-rule]", refuse));
+    EXPECT_TRUE(support::stops_with("a.map: found x, expected y [a-rule]",
+                                    [] { LOG.refuse("a-rule", "a.map", 0, "x", "y"); }));
+    const child_end end = run_in_child([&] {
+        LOG.setStrictness(strictness::listing);
+        for (int i = 0; i < 150; ++i) refuse();
+        std::cout << LOG.nRefused();
+    });
+    LOG.setStrictness(strictness::lenient);
+    EXPECT_TRUE(end.returned);
+    EXPECT_TRUE(end.out.starts_with("  ! a.map line 3: found [x], expected a number [a-rule]\n"));
+    EXPECT_TRUE(end.out.ends_with("  ! further ones are counted, but not listed\n150"));
+    EXPECT_EQ(std::count(end.out.begin(), end.out.end(), '!'), 101);
 }
 
 TEST(LogWrite, FullDiskStopsTheRun) {

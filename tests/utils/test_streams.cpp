@@ -97,6 +97,24 @@ TEST(Ifile, OnlyTheExtensionDecidesTheKind) {
     }));
 }
 
+TEST(Ifile, CompressedDataUnderAnotherNameStopTheRun) {
+    const temporary_folder folder;
+    const std::string gz = folder.put("a.txt", gzip("text\n")), bz2 = folder.put("b", bzip2("text\n"));
+    EXPECT_TRUE(
+        stops_with(gz + " is compressed, but its name does not end in .gz: rename it, or decompress it if "
+                        "it is a pipe",
+                   [&] { lines_through(gz); }));
+    EXPECT_TRUE(stops_naming({bz2, "does not end in .bz2"}, [&] { lines_through(bz2); }));
+    EXPECT_TRUE(stops_naming({gz, "does not end in .gz"}, [&] {
+        ifile file(gz, true);
+        char bytes[3];
+        file.readBytes(bytes, sizeof bytes);
+    }));
+    for (const char* text : {"BZh", "BZh9", "BZh91AY", "\x1F", "text\n\x1F\x8B\n"})
+        EXPECT_FALSE(lines_through(folder.put("plain", text)).empty()) << text;
+    EXPECT_FALSE(lines_through(folder.put("twice.gz", gzip(gzip("text\n")))).empty());
+}
+
 TEST(Ifile, ReadsAllMembersOfCompressedFiles) {
     const temporary_folder folder;
     const std::vector<std::string> expected = {"one", "two", "three"};

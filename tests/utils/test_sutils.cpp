@@ -161,6 +161,14 @@ TEST(Str2double, HasTheBitsOfTheCLibrary) {
         expect_same(text);
 }
 
+TEST(IsNumber, AcceptsWholeFields) {
+    for (const char* text : {"0", "1", "12.5", "-3", "+4", ".5", "5.", "1e-3", "1E+06"})
+        EXPECT_TRUE(sutils::is_number(text)) << text;
+    for (const char* text :
+         {"", "x", "1,5", "1.5x", "0x10", "inf", "nan", "1e999", "--1", "1 ", " 1", "-", "1e"})
+        EXPECT_FALSE(sutils::is_number(text)) << text;
+}
+
 TEST(CountFields, AgreesWithTokenize) {
     std::mt19937 random(1);
     std::vector<std::string> fields;
