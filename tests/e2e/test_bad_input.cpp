@@ -234,6 +234,21 @@ TEST(e2e, one_person_is_too_few) {
     const auto end = run(data.folder(), "-B study" + REST);
     EXPECT_EQ(end.signal, SIGABRT);
     EXPECT_NE(end.err.find("Assertion `idxH.size()>4' failed"), std::string::npos);
+    EXPECT_TRUE(
+        end.err.starts_with("Phasing needs at least six people, or a reference panel (--input-ref).\n"));
+}
+
+TEST(e2e, people_who_are_heterozygous_everywhere_are_named) {
+    const e2e::study data(10, 0.3);
+    std::string bed = data.read("study.bed");
+    const std::size_t n_bytes = 3;  // of ten people
+    for (std::size_t at = 3; at < bed.size(); ++at)
+        bed[at] = static_cast<char>((at - 3) % n_bytes == n_bytes - 1 ? 0x0A : 0xAA);
+    data.write("study.bed", bed);
+    const auto end = run(data.folder(), "-B study" + REST);
+    EXPECT_EQ(end.signal, SIGABRT);
+    EXPECT_TRUE(end.err.starts_with("Only 0 conditioning haplotypes were found for S01, who is heterozygous"))
+        << end.err;
 }
 
 TEST(e2e, a_pipe_is_read_like_a_file) {

@@ -222,6 +222,7 @@ struct crash {
     const char* line;
     int signal;
     const char* piece;
+    const char* advice;
 };
 
 void PrintTo(const crash& c, std::ostream* out) {
@@ -235,18 +236,25 @@ TEST_P(crashes, end_by_their_signal) {
     const auto end = run(data.folder(), USUAL + GetParam().line);
     EXPECT_EQ(end.signal, GetParam().signal);
     EXPECT_NE(end.err.find(GetParam().piece), std::string::npos) << end.err;
+    EXPECT_TRUE(end.err.starts_with(GetParam().advice)) << end.err;
     EXPECT_FALSE(std::filesystem::exists(data.at("out.haps")) && !data.read("out.haps").empty());
 }
 
+constexpr const char* IDX_H = "Assertion `idxH.size()>4' failed";
+constexpr const char* STEPS = "--cluster_burn, --cluster_prune and --cluster_main must be 1 or more.\n";
+
 INSTANTIATE_TEST_SUITE_P(
     command_line, crashes,
-    testing::Values(crash{"cluster_size_1", "--cluster-size 1", SIGABRT, "Assertion `cluster_size>1' failed"},
-                    crash{"four_states", "--states 4", SIGABRT, "Assertion `idxH.size()>4' failed"},
-                    crash{"no_states", "--states 0", SIGABRT, "Assertion `idxH.size()>4' failed"},
-                    crash{"negative_states", "--states -3", SIGABRT, "Assertion `idxH.size()>4' failed"},
-                    crash{"cluster_burn_0", "--cluster_burn 0", SIGFPE, ""},
-                    crash{"cluster_prune_0", "--burn 0 --cluster_prune 0", SIGFPE, ""},
-                    crash{"cluster_main_0", "--burn 0 --prune 1 --states 8 --cluster_main 0", SIGFPE, ""}),
+    testing::Values(crash{"cluster_size_1", "--cluster-size 1", SIGABRT, "Assertion `cluster_size>1' failed",
+                          "--cluster-size is the number of haplotypes in a cluster: use 2 or more"},
+                    crash{"four_states", "--states 4", SIGABRT, IDX_H,
+                          "Only 4 conditioning haplotypes were found for S01: use --states 5 or more.\n"},
+                    crash{"no_states", "--states 0", SIGABRT, IDX_H, "Only 0 conditioning haplotypes"},
+                    crash{"negative_states", "--states -3", SIGABRT, IDX_H, "Only 0 conditioning haplotypes"},
+                    crash{"cluster_burn_0", "--cluster_burn 0", SIGFPE, "", STEPS},
+                    crash{"cluster_prune_0", "--burn 0 --cluster_prune 0", SIGFPE, "", STEPS},
+                    crash{"cluster_main_0", "--burn 0 --prune 1 --states 8 --cluster_main 0", SIGFPE, "",
+                          STEPS}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(command_line, trees_of_too_little_end_by_an_assertion) {
@@ -254,6 +262,10 @@ TEST(command_line, trees_of_too_little_end_by_an_assertion) {
         const auto end = run(data.folder(), USUAL + "--burn 0 --prune 1 --main 1 " + options);
         EXPECT_EQ(end.signal, SIGABRT) << options;
         EXPECT_NE(end.err.find("Assertion `" + text + "' failed"), std::string::npos) << options << end.err;
+        const auto lines = support::lines_of(end.err);
+        EXPECT_GE(lines.size(), 2U) << end.err;
+        EXPECT_NE(lines.front().find(": "), std::string::npos) << "no advice: " << end.err;
+        EXPECT_NE(lines.front().find("--cluster-size"), std::string::npos) << "no advice: " << end.err;
     };
     const e2e::study few_people, enough(100, 0.6);
     ends_by(few_people, "--states 8 --cluster-size 10", "n.first>0&&n.second>0");
