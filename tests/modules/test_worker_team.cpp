@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <latch>
 #include <mutex>
 #include <new>
 #include <set>
@@ -93,6 +95,28 @@ TEST(WorkerTeam, ThreadsRunConcurrently) {
         met += arrived == N;
     });
     EXPECT_EQ(met, N);
+}
+
+// Two threads that start together and take many items with hardly any work. Without synchronisation they
+// would take some of them twice.
+TEST(WorkerTeam, ThreadsThatCompeteForItemsTakeEachOnce) {
+    constexpr long N = 1000000;
+    constexpr int N_THREADS = 2, N_PASSES = 15;
+    struct alignas(64) items_of {
+        long count = 0, sum = 0;
+    };
+    worker_team team(N_THREADS);
+    for (int pass = 0; pass < N_PASSES; ++pass) {
+        std::array<items_of, N_THREADS> taken;
+        std::latch start(N_THREADS);
+        team.run(N, [&](int item, int worker) {
+            if (taken[worker].count == 0) start.arrive_and_wait();
+            ++taken[worker].count;
+            taken[worker].sum += item;
+        });
+        ASSERT_EQ(taken[0].count + taken[1].count, N);
+        ASSERT_EQ(taken[0].sum + taken[1].sum, N * (N - 1) / 2);
+    }
 }
 
 TEST(WorkerTeam, NextPassStartsFromTheFirstItem) {
