@@ -3,7 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <map>
+#include <mutex>
+#include <set>
+#include <thread>
 
 #include "fixed_selector.h"
 #include "support/child_process.h"
@@ -48,6 +54,48 @@ TEST(PhasingJobs, RunTheModelOnEachWindowInOrder) {
         EXPECT_EQ(j.p.state(), expected.p.state()) << n_threads << " threads";
         EXPECT_NE(j.p.state(), before);
         EXPECT_EQ(j.selector.n_chosen, static_cast<int>(jobs.size()));
+    }
+}
+
+TEST(PhasingJobs, EachThreadHasItsWorkerAndEachIndividualItsThread) {
+    constexpr int N_THREADS = 2;
+    jobs_of j(N_THREADS);
+    using thread_set = std::set<std::thread::id>;
+    thread_set threads;
+    std::map<const void*, thread_set> threads_of_worker;
+    std::map<int, thread_set> threads_of_individual;
+    std::mutex lock;
+    std::atomic<int> n_threads = 0;
+    // Each thread waits in its first job until the other one has started too, for at most twenty seconds.
+    j.selector.observe = [&](const void* worker, const phasing_job& job) {
+        const auto self = std::this_thread::get_id();
+        {
+            const std::lock_guard guard(lock);
+            threads.insert(self);
+            threads_of_worker[worker].insert(self);
+            threads_of_individual[job.individual].insert(self);
+            n_threads = static_cast<int>(threads.size());
+        }
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (n_threads < N_THREADS && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    };
+    j.jobs->run(true, false);
+    EXPECT_EQ(n_threads, N_THREADS);
+    EXPECT_EQ(threads_of_worker.size(), static_cast<std::size_t>(N_THREADS));
+    for (const auto& [worker, of_worker] : threads_of_worker) EXPECT_EQ(of_worker.size(), 1U);
+    for (const auto& [ind, of_individual] : threads_of_individual)
+        EXPECT_EQ(of_individual.size(), 1U) << "jobs of individual " << ind;
+}
+
+// Iterations long enough that the threads work side by side. Memory that they share would mix their results.
+TEST(PhasingJobs, ThreadsThatWorkSideBySideGiveTheSameGraphs) {
+    jobs_of alone(1, 40);
+    alone.jobs->run(true, false);
+    const std::string expected = alone.p.state();
+    jobs_of j(2, 40);
+    for (int iteration = 0; iteration < 10; ++iteration) {
+        j.jobs->run(true, false);
+        ASSERT_TRUE(j.p.state() == expected) << "iteration " << iteration;
     }
 }
 
