@@ -155,6 +155,11 @@ TEST(DrawIndex, RunningSumMustExceedTheBound) {
     }
 }
 
+TEST(DrawIndex, OfNoWeightsIsZero) {
+    random_source random(3);
+    EXPECT_EQ(random.draw_index({}, 0.0), 0);
+}
+
 TEST(DrawIndex, AlwaysTakesOneDraw) {
     support::plain_generator plain(8);
     random_source random(8);
