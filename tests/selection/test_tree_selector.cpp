@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "support/haplotype_text.h"
@@ -89,6 +90,33 @@ TEST(TreeSelector, WithThreadsEveryWindowHasItsTree) {
         }
         for (int done = 1; done <= 3; ++done)
             EXPECT_NE(capture.console().find(line(done, 3)), std::string::npos);
+    }
+}
+
+// The end of a window is exclusive, but a job also has the segment that starts there, so that neighbouring
+// windows always share a segment.
+TEST(TreeSelector, JobsOfNeighbouringWindowsShareASegment) {
+    const log_capture silenced;
+    constexpr int N_LOCI = 320;
+    genhap_set set = cohort(N_LOCI);
+    // A segment for each locus: a segment starts at each border.
+    genotype_graph graph("NA1");
+    for (int l = 0; l < N_LOCI; ++l) graph.pushHaps(chaplotype(1U), 1);
+    graph.site_missing = chaplotype(static_cast<unsigned>(N_LOCI));
+    set.vecG.push_back(graph);
+    worker_team team(1);
+    tree_selector selector(set, 5, 20, 10000.0, team);
+    random_source draws(1);
+    selector.prepare(true, draws);
+    const std::vector<int>& borders = selector.borders();
+    ASSERT_EQ(borders.size(), 4U);
+    const std::vector<phasing_job> jobs = selector.list_jobs(draws);
+    ASSERT_EQ(jobs.size(), 3U);
+    for (int w = 0; w < 3; ++w) {
+        const int last = std::min(borders[w + 1], N_LOCI - 1);
+        EXPECT_EQ(jobs[w].individual, 0);
+        EXPECT_EQ(jobs[w].window, w);
+        EXPECT_EQ(jobs[w].range, (segment_range{borders[w], last, borders[w], last}));
     }
 }
 
