@@ -272,6 +272,30 @@ TEST_P(column_kernels_of, RescaleByVerySmallAndVeryLargeSums) {
         }
 }
 
+// Rows of which one lane only is denormal, and its quotient is in the middle of two denormal numbers: the
+// nearest even one is right, which products with the reciprocal miss.
+TEST_P(column_kernels_of, RescaleOfOneDenormalLane) {
+    constexpr double SMALLEST = 4.9406564584124654e-324;
+    constexpr int K = 40;
+    for (const int odd : {3, 5, 7, 11, 13})
+        for (int lane = 0; lane < LANES; ++lane) {
+            const double total = 2.0 * odd;
+            std::vector<lanes> column(K);
+            for (int k = 0; k < K; ++k)
+                for (int c = 0; c < LANES; ++c)
+                    column[k][c] = c == lane ? SMALLEST * odd * (2 * k + 1) : 1.0 / (c + 1);
+            std::vector<lanes> expected = column;
+            for (lanes& row : expected)
+                for (double& value : row.value) value /= total;
+            lanes sums{};
+            sums[0] = total;
+            kernels.rescale(LANES, K, column.data(), sums);
+            for (int k = 0; k < K; ++k)
+                for (int c = 0; c < LANES; ++c)
+                    ASSERT_EQ(bits_of(column[k][c]), bits_of(expected[k][c])) << total << ", lane " << lane;
+        }
+}
+
 TEST_P(column_kernels_of, PairSums) {
     for_all_sizes([&](int n_left, int K) {
         for (int n_right = 1; n_right <= LANES; ++n_right) {
