@@ -86,15 +86,18 @@ TEST(WorkerTeam, EachWorkerNumberIsOneThread) {
 TEST(WorkerTeam, ThreadsRunConcurrently) {
     constexpr int N = 5;
     std::atomic<int> arrived = 0, met = 0;
+    std::array<std::atomic<int>, N> n_items{};
     worker_team team(N);
-    // Each worker waits until all others have started, for at most twenty seconds.
-    team.run(N, [&](int, int) {
+    // Each worker waits until all others have started, for at most twenty seconds. So each gets one item.
+    team.run(N, [&](int, int worker) {
         ++arrived;
+        ++n_items[worker];
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (arrived < N && std::chrono::steady_clock::now() < end) std::this_thread::yield();
         met += arrived == N;
     });
     EXPECT_EQ(met, N);
+    for (const auto& n : n_items) EXPECT_EQ(n, 1) << "each thread has a number of its own";
 }
 
 // Two threads that start together and take many items with hardly any work. Without synchronisation they
