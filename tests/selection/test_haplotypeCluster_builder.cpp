@@ -77,6 +77,23 @@ TEST(Build, ToppedUpMembersComeFromOtherClusters) {
     EXPECT_GE(n_topped_up, 15);
 }
 
+TEST(Build, DeepestLevelIsNotSplit) {
+    // A hundred haplotypes of zeros, and 34 groups of four that have ones at two bytes of their own. Each
+    // split separates one group from all others. There is one split at level 0 and one at each level from 2
+    // to 30, so four groups stay with the zeros. Cluster numbers of another level would not fit in an int.
+    constexpr int N_ZEROS = 100, N_GROUPS = 34, GROUP = 4, N_LOCI = 16 * N_GROUPS;
+    std::vector<chaplotype> H(N_ZEROS + GROUP * N_GROUPS, chaplotype(static_cast<unsigned>(N_LOCI)));
+    for (int i = 0; i < GROUP * N_GROUPS; ++i)
+        for (int l = 0; l < 16; ++l) H[N_ZEROS + i].set(16 * (i / GROUP) + l, true);
+    for (int seed = 1; seed <= 5; ++seed) {
+        const haplotypeCluster tree = built(H, 0, N_LOCI, 60, 2, seed);
+        EXPECT_EQ(tree.clusters().size(), 31U);
+        for (const auto& entry : tree.clusters()) EXPECT_GE(entry.first, 0);
+        const auto rest = static_cast<std::size_t>(N_ZEROS + 4 * GROUP);
+        EXPECT_EQ(tree.clusters().at(tree.assign()[0]).size(), rest) << "seed " << seed;
+    }
+}
+
 TEST(Build, ClusterSizeOfAllHaplotypesStopsTheRun) {
     const std::string message =
         "2*nsamples < cluster_size (c1).\n"

@@ -22,6 +22,14 @@ genhap_set cohort(int n_loci = 320) {
     return {std::move(snps), {}, std::move(H)};
 }
 
+/// An individual whose graph has a segment for each of the 320 loci, so that a segment starts at each border.
+genotype_graph graph_of_single_loci() {
+    genotype_graph graph("NA1");
+    for (int l = 0; l < 320; ++l) graph.pushHaps(chaplotype(1U), 1);
+    graph.site_missing = chaplotype(320U);
+    return graph;
+}
+
 std::string line(int done, int total) {
     return "\rClustering in window [" + std::to_string(done) + "/" + std::to_string(total) + "]";
 }
@@ -97,13 +105,8 @@ TEST(TreeSelector, WithThreadsEveryWindowHasItsTree) {
 // windows always share a segment.
 TEST(TreeSelector, JobsOfNeighbouringWindowsShareASegment) {
     const log_capture silenced;
-    constexpr int N_LOCI = 320;
-    genhap_set set = cohort(N_LOCI);
-    // A segment for each locus: a segment starts at each border.
-    genotype_graph graph("NA1");
-    for (int l = 0; l < N_LOCI; ++l) graph.pushHaps(chaplotype(1U), 1);
-    graph.site_missing = chaplotype(static_cast<unsigned>(N_LOCI));
-    set.vecG.push_back(graph);
+    genhap_set set = cohort();
+    set.vecG.push_back(graph_of_single_loci());
     worker_team team(1);
     tree_selector selector(set, 5, 20, 10000.0, team);
     random_source draws(1);
@@ -113,7 +116,7 @@ TEST(TreeSelector, JobsOfNeighbouringWindowsShareASegment) {
     const std::vector<phasing_job> jobs = selector.list_jobs(draws);
     ASSERT_EQ(jobs.size(), 3U);
     for (int w = 0; w < 3; ++w) {
-        const int last = std::min(borders[w + 1], N_LOCI - 1);
+        const int last = std::min(borders[w + 1], 319);
         EXPECT_EQ(jobs[w].individual, 0);
         EXPECT_EQ(jobs[w].window, w);
         EXPECT_EQ(jobs[w].range, (segment_range{borders[w], last, borders[w], last}));
@@ -123,6 +126,7 @@ TEST(TreeSelector, JobsOfNeighbouringWindowsShareASegment) {
 TEST(TreeSelector, FewerWindowsKeepTheSurplusTrees) {
     const log_capture silenced;
     genhap_set set = cohort();
+    set.vecG.push_back(graph_of_single_loci());
     worker_team team(1);
     tree_selector selector(set, 5, 20, 10000.0, team);
     random_source draws(1);
@@ -137,6 +141,9 @@ TEST(TreeSelector, FewerWindowsKeepTheSurplusTrees) {
     EXPECT_EQ(selector.trees()[2].start(), last.start());
     EXPECT_EQ(selector.trees()[2].stop(), last.stop());
     EXPECT_EQ(selector.trees()[2].clusters(), last.clusters());
+    const std::vector<phasing_job> jobs = selector.list_jobs(draws);
+    ASSERT_EQ(jobs.size(), 3U) << "the surplus window has its job too";
+    EXPECT_EQ(jobs[2].range.first_locus, last.start());
 }
 
 }  // namespace
