@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cmath>
 #include <map>
 #include <mutex>
@@ -15,6 +14,7 @@
 #include "support/child_process.h"
 #include "support/graph_text.h"
 #include "support/population.h"
+#include "support/wait_until.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ TEST(PhasingJobs, EachThreadHasItsWorkerAndEachIndividualItsThread) {
     std::map<int, thread_set> threads_of_individual;
     std::mutex lock;
     std::atomic<int> n_threads = 0;
-    // Each thread waits in its first job until the other one has started too, for at most twenty seconds.
+    // Each thread waits in its first job until the other one has started too.
     j.selector.observe = [&](const void* worker, const phasing_job& job) {
         const auto self = std::this_thread::get_id();
         {
@@ -76,8 +76,7 @@ TEST(PhasingJobs, EachThreadHasItsWorkerAndEachIndividualItsThread) {
             threads_of_individual[job.individual].insert(self);
             n_threads = static_cast<int>(threads.size());
         }
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (n_threads < N_THREADS && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+        support::wait_until([&] { return n_threads == N_THREADS; });
     };
     j.jobs->run(true, false);
     EXPECT_EQ(n_threads, N_THREADS);
