@@ -81,6 +81,26 @@ TEST(TreeSelector, KeepsItsTreesUntilTheyAreRenewed) {
     EXPECT_NE(selector.trees()[1].assign(), assign);
 }
 
+// Halves of the first split are smaller than a cluster of 110. Their lists are filled up with entries that
+// the builder of the window has kept, also from its tree before a renewal.
+TEST(TreeSelector, EachWindowKeepsItsBuilder) {
+    const log_capture silenced;
+    const genhap_set set = cohort();
+    worker_team team(1);
+    tree_selector selector(set, 5, 110, 10000.0, team);
+    random_source draws(1), plain(1);
+    std::vector<haplotypeCluster_builder> builders(3, haplotypeCluster_builder(set.vecH, 110, 5));
+    for (int renewal = 0; renewal < 3; ++renewal) {
+        selector.prepare(true, draws);
+        const std::vector<int> borders = set.snps.rpartition(10000.0, plain);
+        ASSERT_EQ(borders.size(), 4U);
+        for (int w = 0; w < 3; ++w)
+            EXPECT_EQ(selector.trees()[w].clusters(),
+                      builders[w].build(borders[w], borders[w + 1], plain).clusters())
+                << "renewal " << renewal << ", window " << w;
+    }
+}
+
 TEST(TreeSelector, WithThreadsEveryWindowHasItsTree) {
     for (const int n_threads : {2, 7}) {
         const log_capture capture;
