@@ -22,8 +22,9 @@ genotype_counts count_genotypes(const genotype_store& store) {
             const std::uint64_t missing = store.missing[i].get64(first);
             n.ind_missing[i] += std::popcount(missing);
             count_bits(missing, first, n.snp_missing);
+            // Both alleles of a missing genotype are stored as a0.
             for (const auto* alleles : {&store.allele_a, &store.allele_b})
-                count_bits((*alleles)[i].get64(first) & ~missing, first, n.count_a1);
+                count_bits((*alleles)[i].get64(first), first, n.count_a1);
         }
     for (int v = 0; v < n_snp; ++v)
         n.count_a0[v] = 2 * (static_cast<int>(n_ind) - n.snp_missing[v]) - n.count_a1[v];

@@ -122,8 +122,10 @@ void genotype_graph::buildGuesses(std::vector<chaplotype>& haps, const haplotype
 
 unsigned int genotype_graph::consolide(std::vector<bool>& kept) const {
     unsigned int n_set = 0;
-    for (int g = 0; g + 1 < n_groups(); ++g)
-        n_set += keep_links(kept, g, true) + keep_links(kept, g + 1, false);
+    for (int g = 0; g + 1 < n_groups(); ++g) {
+        n_set += keep_links(kept, g, true);
+        n_set += keep_links(kept, g + 1, false);
+    }
     return n_set;
 }
 

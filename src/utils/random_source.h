@@ -19,7 +19,7 @@ class random_source {
     /// floor(draw() * n): from 0 to n - 1.
     int draw_below(int n);
     /// An index, with probability weights[i] / sum. Always takes one draw. Returns the last index if rounding
-    /// leaves the draw above all partial sums.
+    /// leaves the draw above all partial sums, and 0 if there are no weights.
     int draw_index(const std::vector<double>& weights, double sum);
 
   private:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <set>
@@ -34,12 +35,16 @@ class fixed_selector : public conditioning_selector {
     int n_selected = -1;  // haplotypes to select; -1 for all others
     std::vector<bool> renewals;
     mutable std::atomic<int> n_chosen = 0;
+    std::function<void(const worker*, const phasing_job&)> observe;  // called by each measurement
 
   private:
     class all_others : public worker {
       public:
         explicit all_others(const fixed_selector& selector) : owner(selector) {}
-        void measure(const phasing_job& job) override { measured = job.individual; }
+        void measure(const phasing_job& job) override {
+            measured = job.individual;
+            if (owner.observe) owner.observe(this, job);
+        }
         int choose(const phasing_job& job, random_source& /*random*/, std::vector<int>& idx) override {
             EXPECT_EQ(measured, job.individual) << "measure comes before choose";
             ++owner.n_chosen;

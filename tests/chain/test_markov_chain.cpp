@@ -128,6 +128,12 @@ TEST(MarkovChain, StepOfZeroRaisesSIGFPE) {
     });
     EXPECT_FALSE(end.returned);
     EXPECT_EQ(end.signal, SIGFPE);
+    const support::child_end although_ignored = support::run_in_child([] {
+        std::signal(SIGFPE, SIG_IGN);
+        chain_of c;
+        c.run({{1, 0}, {1, 1}, {1, 1}, false});
+    });
+    EXPECT_EQ(although_ignored.signal, SIGFPE);
 }
 
 }  // namespace

@@ -3,12 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <map>
+#include <mutex>
+#include <numeric>
+#include <set>
+#include <thread>
 
 #include "fixed_selector.h"
+#include "modules/stages.h"
 #include "support/child_process.h"
 #include "support/graph_text.h"
 #include "support/population.h"
+#include "support/wait_until.h"
 
 namespace {
 
@@ -48,6 +56,82 @@ TEST(PhasingJobs, RunTheModelOnEachWindowInOrder) {
         EXPECT_EQ(j.p.state(), expected.p.state()) << n_threads << " threads";
         EXPECT_NE(j.p.state(), before);
         EXPECT_EQ(j.selector.n_chosen, static_cast<int>(jobs.size()));
+    }
+}
+
+// The selector returns the haplotypes in descending order. The order changes the sums in their last bits,
+// which a probability of type float hides unless it is at the border of two floats. So the test first looks
+// for a mismatch probability for which the order shows.
+TEST(PhasingJobs, TheModelTakesHaplotypesInAscendingOrder) {
+    jobs_of j(1, 10);
+    sample_haplotypes(j.p.set, true, j.team, j.draws);
+    const std::vector<phasing_job> jobs = j.selector.list_jobs(j.draws);
+    std::vector<int> ascending(18);
+    std::iota(ascending.begin(), ascending.end(), 2);
+    const std::vector<int> descending(ascending.rbegin(), ascending.rend());
+    segment_buffers buffers;
+    const auto probabilities = [&](const std::vector<int>& order) {
+        genotype_graph graph = j.p.set.vecG[0];
+        for (const phasing_job& job : {jobs[0], jobs[1]})
+            haplotype_segment(j.p.set.vecH, order, job.range, buffers).expectation(j.hmm, &graph);
+        return graph.trans_prob;
+    };
+
+    double& mismatch = j.hmm.em_mismatch;
+    double low = 0.01, high = 0.02;  // the first probability changes between these
+    mismatch = low;
+    const float before = probabilities(ascending)[0];
+    while (std::nextafter(low, high) < high) {
+        mismatch = low + (high - low) / 2;
+        (probabilities(ascending)[0] == before ? low : high) = mismatch;
+    }
+    for (int i = 0; i < 20; ++i) mismatch = std::nextafter(mismatch, 0.0);
+    for (int i = 0; probabilities(ascending) == probabilities(descending); ++i) {
+        ASSERT_LT(i, 40) << "no mismatch probability for which the order shows";
+        mismatch = std::nextafter(mismatch, 1.0);
+    }
+    j.jobs->run(true, false);
+    EXPECT_EQ(j.p.set.vecG[0].trans_prob, probabilities(ascending));
+}
+
+TEST(PhasingJobs, EachThreadHasItsWorkerAndEachIndividualItsThread) {
+    constexpr int N_THREADS = 2;
+    jobs_of j(N_THREADS);
+    using thread_set = std::set<std::thread::id>;
+    thread_set threads;
+    std::map<const void*, thread_set> threads_of_worker;
+    std::map<int, thread_set> threads_of_individual;
+    std::mutex lock;
+    std::atomic<int> n_threads = 0;
+    // Each thread waits in its first job until the other one has started too.
+    j.selector.observe = [&](const void* worker, const phasing_job& job) {
+        const auto self = std::this_thread::get_id();
+        {
+            const std::lock_guard guard(lock);
+            threads.insert(self);
+            threads_of_worker[worker].insert(self);
+            threads_of_individual[job.individual].insert(self);
+            n_threads = static_cast<int>(threads.size());
+        }
+        support::wait_until([&] { return n_threads == N_THREADS; });
+    };
+    j.jobs->run(true, false);
+    EXPECT_EQ(n_threads, N_THREADS);
+    EXPECT_EQ(threads_of_worker.size(), static_cast<std::size_t>(N_THREADS));
+    for (const auto& [worker, of_worker] : threads_of_worker) EXPECT_EQ(of_worker.size(), 1U);
+    for (const auto& [ind, of_individual] : threads_of_individual)
+        EXPECT_EQ(of_individual.size(), 1U) << "jobs of individual " << ind;
+}
+
+// Iterations long enough that the threads work side by side. Memory that they share would mix their results.
+TEST(PhasingJobs, ThreadsThatWorkSideBySideGiveTheSameGraphs) {
+    jobs_of alone(1, 40);
+    alone.jobs->run(true, false);
+    const std::string expected = alone.p.state();
+    jobs_of j(2, 40);
+    for (int iteration = 0; iteration < 10; ++iteration) {
+        j.jobs->run(true, false);
+        ASSERT_TRUE(j.p.state() == expected) << "iteration " << iteration;
     }
 }
 

@@ -13,6 +13,7 @@
 
 namespace {
 
+using column_kernels::HALF;
 using column_kernels::kernel_set;
 using column_kernels::lanes;
 using column_kernels::LANES;
@@ -246,6 +247,52 @@ TEST_P(column_kernels_of, RescaleRoundsLikeADivision) {
                 for (int c = 0; c < n; ++c)
                     ASSERT_EQ(bits_of(column[k][c]), bits_of(expected[k][c])) << total;
             ASSERT_EQ(sums[0], 1.0);
+        }
+}
+
+// Sums so small or so large that their reciprocal is not a normal number, while the column is far from both.
+TEST_P(column_kernels_of, RescaleByVerySmallAndVeryLargeSums) {
+    constexpr int K = 20;
+    for (const double total : {4.9406564584124654e-324, 1e-310, 0x1p-1022, 1e308, 0x1.fffffffffffffp1023})
+        for (const int n : {1, HALF, LANES}) {
+            std::vector<lanes> column(K);
+            for (lanes& row : column)
+                for (double& value : row.value)
+                    value = std::ldexp(1.0 + static_cast<double>(random() % 1000) / 1024.0,
+                                       -60 - static_cast<int>(random() % 60));
+            std::vector<lanes> expected = column;
+            for (lanes& row : expected)
+                for (double& value : row.value) value /= total;
+            lanes sums{};
+            sums[0] = total;
+            kernels.rescale(n, K, column.data(), sums);
+            for (int k = 0; k < K; ++k)
+                for (int c = 0; c < n; ++c)
+                    ASSERT_EQ(bits_of(column[k][c]), bits_of(expected[k][c])) << total;
+        }
+}
+
+// Rows of which one lane only is denormal, and its quotient is in the middle of two denormal numbers: the
+// nearest even one is right, which products with the reciprocal miss.
+TEST_P(column_kernels_of, RescaleOfOneDenormalLane) {
+    constexpr double SMALLEST = 4.9406564584124654e-324;
+    constexpr int K = 40;
+    for (const int odd : {3, 5, 7, 11, 13})
+        for (int lane = 0; lane < LANES; ++lane) {
+            const double total = 2.0 * odd;
+            std::vector<lanes> column(K);
+            for (int k = 0; k < K; ++k)
+                for (int c = 0; c < LANES; ++c)
+                    column[k][c] = c == lane ? SMALLEST * odd * (2 * k + 1) : 1.0 / (c + 1);
+            std::vector<lanes> expected = column;
+            for (lanes& row : expected)
+                for (double& value : row.value) value /= total;
+            lanes sums{};
+            sums[0] = total;
+            kernels.rescale(LANES, K, column.data(), sums);
+            for (int k = 0; k < K; ++k)
+                for (int c = 0; c < LANES; ++c)
+                    ASSERT_EQ(bits_of(column[k][c]), bits_of(expected[k][c])) << total << ", lane " << lane;
         }
 }
 

@@ -538,6 +538,27 @@ TEST(Expectation, UnderflowingProductsAreReplacedBySums) {
     EXPECT_FLOAT_EQ(graph.trans_prob[3], 0.5F);
 }
 
+TEST(Expectation, CountsTheUnderflowsOfAllGroups) {
+    struct underflow_row {
+        const char* first;  // steps of the first inner group
+        const char* second;
+        int n_underflows;
+    };
+    const char* const common = "0>0 0>0";
+    const char* const rare = "1>1 1>1 | 1>0 1>1 | 1>1 1>0";
+    const std::vector<chaplotype> H = support::haplotypes({"000", "000", "000", "000", "000"});
+    hmm_parameters M = model(3, 0.5, 0.0, 5);
+    M.em_mismatch = 1e-200;
+    M.em_mismatch_n = 1e-200 / 5;
+    for (const underflow_row& r : {underflow_row{common, common, 0}, underflow_row{rare, common, 1},
+                                   underflow_row{common, rare, 1}, underflow_row{rare, rare, 2}}) {
+        genotype_graph graph =
+            graph_from(std::string(">0 >1\n[0 1]\n") + r.first + "\n[0 1]\n" + r.second + "\n[0 1]\n0> 1>\n");
+        EXPECT_EQ(expect_over(graph, whole(graph), M, H, all_of(H)), r.n_underflows)
+            << r.first << " and " << r.second;
+    }
+}
+
 TEST(Expectation, SumsWeightBothChromosomesEqually) {
     genotype_graph graph = graph_from(R"(
         >0 >1
@@ -643,6 +664,25 @@ TEST(Expectation, GroupsHaveUpTo8192Transitions) {
             genotype_graph larger = graph_with_large_group(8193, group);
             expect_over(larger, whole(larger), M, H, all_of(H));
         }));
+    }
+}
+
+// ---- work
+
+TEST(ModelWork, AddsUp) {
+    model_work sum, other;
+    for (int c = 0; c <= column_kernels::LANES; ++c) {
+        sum.rows[c] = c + 1;
+        other.rows[c] = 10L * c;
+        for (int d = 0; d <= column_kernels::LANES; ++d) {
+            sum.pair_rows[c][d] = 100L * c + d + 1;
+            other.pair_rows[c][d] = 1000L * c;
+        }
+    }
+    sum += other;
+    for (int c = 0; c <= column_kernels::LANES; ++c) {
+        EXPECT_EQ(sum.rows[c], 11L * c + 1);
+        for (int d = 0; d <= column_kernels::LANES; ++d) EXPECT_EQ(sum.pair_rows[c][d], 1100L * c + d + 1);
     }
 }
 

@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <iostream>
 #include <mutex>
 #include <set>
+#include <streambuf>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/log_capture.h"
@@ -74,6 +78,35 @@ TEST(Pass, SeveralThreadsCountStartedItems) {
             }
             EXPECT_EQ(rest.size(), length) << "each line once and complete, in any order";
         }
+}
+
+/// A console that gives way to other threads in the middle of each text, and counts texts that come in
+/// while another one is being written.
+class slow_console : public std::streambuf {
+  public:
+    int n_collisions() const { return collisions; }
+
+  protected:
+    std::streamsize xsputn(const char* /*text*/, std::streamsize n) override {
+        collisions += is_writing.exchange(true);
+        for (int i = 0; i < 5; ++i) std::this_thread::yield();
+        is_writing = false;
+        return n;
+    }
+    int overflow(int c) override { return c; }
+
+  private:
+    std::atomic<bool> is_writing = false;
+    std::atomic<int> collisions = 0;
+};
+
+TEST(Pass, SeveralThreadsPrintOneAfterTheOther) {
+    const log_capture capture;
+    slow_console console;
+    std::streambuf* const before = std::cout.rdbuf(&console);
+    EXPECT_EQ(treated(4, 2000), numbers(2000));
+    std::cout.rdbuf(before);
+    EXPECT_EQ(console.n_collisions(), 0);
 }
 
 }  // namespace

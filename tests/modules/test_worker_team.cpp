@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <new>
@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/child_process.h"
+#include "support/wait_until.h"
 #include "utils/lfile.h"
 
 namespace {
@@ -86,15 +87,41 @@ TEST(WorkerTeam, EachWorkerNumberIsOneThread) {
 TEST(WorkerTeam, ThreadsRunConcurrently) {
     constexpr int N = 5;
     std::atomic<int> arrived = 0, met = 0;
+    std::array<std::atomic<int>, N> n_items{};
     worker_team team(N);
-    // Each worker waits until all others have started, for at most twenty seconds.
-    team.run(N, [&](int, int) {
+    // Each worker waits until all others have started, so each gets one item.
+    team.run(N, [&](int, int worker) {
         ++arrived;
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (arrived < N && std::chrono::steady_clock::now() < end) std::this_thread::yield();
-        met += arrived == N;
+        ++n_items[worker];
+        met += support::wait_until([&] { return arrived == N; });
     });
     EXPECT_EQ(met, N);
+    for (const auto& n : n_items) EXPECT_EQ(n, 1) << "each thread has a number of its own";
+}
+
+// Two threads that start together and take many items with hardly any work. Without synchronisation they
+// would take some of them twice.
+TEST(WorkerTeam, ThreadsThatCompeteForItemsTakeEachOnce) {
+    constexpr long N = 300000;
+    constexpr int N_THREADS = 2, N_PASSES = 15;
+    struct alignas(64) items_of {
+        long count = 0, sum = 0;
+    };
+    worker_team team(N_THREADS);
+    for (int pass = 0; pass < N_PASSES; ++pass) {
+        std::array<items_of, N_THREADS> taken;
+        std::atomic<int> started = 0;
+        team.run(N, [&](int item, int worker) {
+            if (taken[worker].count == 0) {
+                ++started;
+                support::wait_until([&] { return started == N_THREADS; });
+            }
+            ++taken[worker].count;
+            taken[worker].sum += item;
+        });
+        ASSERT_EQ(taken[0].count + taken[1].count, N);
+        ASSERT_EQ(taken[0].sum + taken[1].sum, N * (N - 1) / 2);
+    }
 }
 
 TEST(WorkerTeam, NextPassStartsFromTheFirstItem) {

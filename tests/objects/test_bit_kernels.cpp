@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <cstdint>
 #include <random>
@@ -37,8 +38,50 @@ TEST_P(bit_kernels_of, DistanceForAnyLengthAndStart) {
                 << n << " bytes from byte " << first;
 }
 
+TEST_P(bit_kernels_of, DistanceOfLongArrays) {
+    const std::string a = random_alleles(8 * 400, random), b = random_alleles(8 * 400, random);
+    const chaplotype x = haplotype(a), y = haplotype(b);
+    for (int n = 100; n < 400; ++n)
+        ASSERT_EQ(kernels.distance(x.data.data(), y.data.data(), n), plain_distance(a, b, 0, n))
+            << n << " bytes";
+}
+
+TEST_P(bit_kernels_of, ScanGivesTheDistancesOfEachTile) {
+    constexpr int N_TILES = 3;
+    for (const int n_words : {1, 2, 30, 31, 32, 33, 61, 62, 63, 64, 93, 94, 95, 100}) {
+        const int stride = n_words + 2;
+        const auto random_word = [&] { return std::uint64_t{random()} << 32 | random(); };
+        std::vector<bit_kernels::tile_line> lines(static_cast<std::size_t>(N_TILES) * stride);
+        for (auto& line : lines)
+            for (std::uint64_t& word : line.words) word = random_word();
+        std::vector<bit_kernels::target_words> targets(n_words);
+        for (auto& target : targets) target = {random_word(), random_word(), ~std::uint64_t{0}};
+        targets.front().counted <<= 24;
+        targets.back().counted >>= 16;
+        // One haplotype differs from the first target at all loci, and one equals it.
+        for (int w = 0; w < n_words; ++w) {
+            lines[stride + w].words[3] = ~targets[w].t0;
+            lines[stride + w].words[4] = targets[w].t0;
+        }
+        const std::vector<int> tiles = {2, 1};
+        std::vector<int> d0(8 * N_TILES, -1), d1(8 * N_TILES, -1);
+        kernels.scan(lines.data(), stride, tiles.data(), 2, targets.data(), n_words, d0.data(), d1.data());
+        for (int h = 0; h < 8 * N_TILES; ++h) {
+            int to0 = 0, to1 = 0;
+            for (int w = 0; w < n_words; ++w) {
+                const std::uint64_t word = lines[h / 8 * stride + w].words[h % 8];
+                to0 += std::popcount((word ^ targets[w].t0) & targets[w].counted);
+                to1 += std::popcount((word ^ targets[w].t1) & targets[w].counted);
+            }
+            const bool is_scanned = h >= 8;
+            ASSERT_EQ(d0[h], is_scanned ? to0 : -1) << n_words << " words, haplotype " << h;
+            ASSERT_EQ(d1[h], is_scanned ? to1 : -1) << n_words << " words, haplotype " << h;
+        }
+    }
+}
+
 TEST_P(bit_kernels_of, DistanceReadsNoByteOutside) {
-    for (int n = 0; n < 30; ++n) {
+    for (int n = 0; n < 300; ++n) {
         // In vectors of exactly this size, so that a sanitizer detects reads past the end.
         const std::vector<unsigned char> x(n, 0xF0), y(n, 0xCC);
         EXPECT_EQ(kernels.distance(x.data(), y.data(), n), 4 * n);

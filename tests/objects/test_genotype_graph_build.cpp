@@ -103,6 +103,14 @@ TEST(BuildUnr, LeavesProbabilitiesAtZero) {
     EXPECT_EQ(graph.trans_store, std::vector<float>(graph.trans_prob.size(), 0.0F));
 }
 
+TEST(BuildUnr, NoLociGiveAnEmptyGraph) {
+    const genotype_graph graph = built_from("");
+    EXPECT_EQ(graph.n_segments(), 0);
+    EXPECT_EQ(graph.n_groups(), 0);
+    EXPECT_EQ(graph.n_loci(), 0);
+    EXPECT_TRUE(graph.trans_nodes.empty());
+}
+
 TEST(BuildUnr, ReturnsZero) {
     const support::genotypes g = support::genotypes_from("01.");
     genotype_graph graph("NA1");

@@ -103,6 +103,21 @@ TEST(BedSource, FourGenotypesPerByte) {
     EXPECT_EQ(s.genotypes(), (std::vector<std::string>{"0", ".", "1", "2", "1"}));
 }
 
+TEST(BedSource, NoBitsRemainOfExcludedVariantsAtTheEnd) {
+    for (const char mode : {SNP_MAJOR, INDIVIDUAL_MAJOR}) {
+        const plink_set files(bed_file({"012", "10.", "211", "0.2"}, 3, mode), bim_file({100, 200, 300}),
+                              fam_file({"Ann", "Bob", "Cem", "Dan"}));
+        study s;
+        s.filter.snp_exclude[300] = true;
+        files.read_into(s);
+        const genotype_store expected = support::study_of({"01", "10", "21", "0."});
+        // The comparison includes the bits past the last variant, which have to be 0.
+        EXPECT_EQ(s.store.allele_a, expected.allele_a);
+        EXPECT_EQ(s.store.allele_b, expected.allele_b);
+        EXPECT_EQ(s.store.missing, expected.missing);
+    }
+}
+
 TEST(BedSource, OnlyBitZeroOfTheModeCounts) {
     struct row {
         char mode;

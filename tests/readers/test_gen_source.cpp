@@ -144,7 +144,14 @@ TEST(GenSource, ExamplesOfCalls) {
           call_row{"no information, most likely", "0 0 0", -1.0, "1"},
           call_row{"most likely", "0.2 0.3 0.5", -1.0, "2"},
           call_row{"ties go to the lower", "0.4 0.4 0.2", -1.0, "0"},
-          call_row{"text is 0", "x y 1", 0.9, "2"}, call_row{"other notations", "1e-3 .999 0x0", 0.9, "1"}}) {
+          call_row{"text is 0", "x y 1", 0.9, "2"}, call_row{"other notations", "1e-3 .999 0x0", 0.9, "1"},
+          // The sum is (p0 + p1) + p2, rounded to float twice. In another order, or for the first and the
+          // last one also in double precision, the sum and therefore the call would be another one.
+          call_row{"p0 + (p1 + p2) is smaller", "6.120 0.432 0.248", 0.9, "."},
+          call_row{"p0 + (p1 + p2) is larger", "8.604 0.943 0.013", 0.9, "0"},
+          call_row{"(p0 + p2) + p1 is larger", "0.737 0.085 7.398", 0.9, "2"},
+          call_row{"both are smaller", "0.723 0.676 12.591", 0.9, "."},
+          call_row{"both are larger", "0.565 7.686 0.289", 0.9, "1"}}) {
         const impute_pair files(std::string("snp1 rs1 100 A G ") + r.probabilities + "\n", "F1 Ann 0\n");
         study s;
         files.read_into(s, r.threshold);

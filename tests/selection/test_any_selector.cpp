@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
+#include <latch>
 #include <memory>
 #include <random>
+#include <thread>
 
 #include "modules/stages.h"
 #include "selection/scan_selector.h"
@@ -136,6 +139,50 @@ TEST_P(selectors, MeasuringAgainReplacesTheMeasurement) {
     second->measure(jobs[0]);
     second->choose(jobs[0], other, again);
     EXPECT_EQ(again, once);
+}
+
+TEST_P(selectors, WorkersKeepTheirMeasurements) {
+    selector->prepare(true, draws);
+    const std::vector<phasing_job> jobs = selector->list_jobs(draws);
+    const auto first = selector->make_worker(), second = selector->make_worker();
+    std::vector<int> alone, beside;
+    random_source one(3), other(3);
+    first->measure(jobs[0]);
+    first->choose(jobs[0], one, alone);
+    first->measure(jobs[0]);
+    second->measure(jobs.back());
+    first->choose(jobs[0], other, beside);
+    EXPECT_EQ(beside, alone);
+}
+
+// Both threads select for all individuals at the same time, each with its own worker and its own draws, so
+// each has to get what it gets alone. Memory that the workers share would mix their selections.
+TEST_P(selectors, WorkersOfTwoThreadsAreIndependent) {
+    constexpr int N_THREADS = 2, N_ROUNDS = 15;
+    selector->prepare(true, draws);
+    const std::vector<phasing_job> jobs = selector->list_jobs(draws);
+    const auto select_all = [&](conditioning_selector::worker& worker, bool backwards) {
+        random_source own(11);
+        std::vector<int> all, idx;
+        for (std::size_t i = 0; i < jobs.size(); ++i) {
+            const phasing_job& job = jobs[backwards ? jobs.size() - 1 - i : i];
+            worker.measure(job);
+            all.push_back(worker.choose(job, own, idx));
+            all.insert(all.end(), idx.begin(), idx.end());
+        }
+        return all;
+    };
+    std::latch start(N_THREADS);
+    std::array<int, N_THREADS> n_same{};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < N_THREADS; ++t)
+        threads.emplace_back([&, t, alone = select_all(*selector->make_worker(), t == 1)] {
+            const auto worker = selector->make_worker();
+            start.arrive_and_wait();
+            for (int round = 0; round < N_ROUNDS; ++round) n_same[t] += select_all(*worker, t == 1) == alone;
+        });
+    for (std::thread& thread : threads) thread.join();
+    for (int t = 0; t < N_THREADS; ++t) EXPECT_EQ(n_same[t], N_ROUNDS) << "thread " << t;
 }
 
 TEST_P(selectors, UseTheHaplotypesAsOfPrepare) {

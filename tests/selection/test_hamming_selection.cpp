@@ -398,6 +398,24 @@ TEST(HammingSelectionOfAMask, PanelIsOfferedWhateverItsMarks) {
     EXPECT_EQ(idx, (std::vector<int>{4, 4}));
 }
 
+TEST(HammingSelectionOfAMask, AppliesToItsMeasurementOnly) {
+    const haplotype_set haps(3, {"0000", "0000", "0001", "0001", "0011", "0011"});
+    hamming_selection selection(haps.H, haps.tiles, 3, 10);
+    random_source draws(1);
+    std::vector<int> idx;
+    const auto selected = [&] {
+        selection.choose(draws, idx);
+        return std::set<int>(idx.begin(), idx.end());
+    };
+    const haplotype_mask mask = {0, 1, 0, 0, 0, 1};
+    selection.measure(1, {0, 3, 0, 0}, mask);
+    EXPECT_EQ(selected(), (std::set<int>{1, 5}));
+    selection.measure(1, {0, 3, 0, 0});
+    EXPECT_EQ(selected(), (std::set<int>{0, 1, 4, 5}));
+    selection.measure(1, {0, 3, 0, 0}, mask);
+    EXPECT_EQ(selected(), (std::set<int>{1, 5}));
+}
+
 TEST(HammingSelectionOfAMask, SingleHaplotypesNeedNoDraws) {
     haplotype_set haps(3, {"0011", "1100", "0011", "1100", "0111", "1100"});
     random_source draws(4);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "support/haplotype_text.h"
@@ -19,6 +20,14 @@ genhap_set cohort(int n_loci = 320) {
     std::vector<chaplotype> H;
     for (int h = 0; h < 200; ++h) H.push_back(support::haplotype(support::random_alleles(n_loci, random)));
     return {std::move(snps), {}, std::move(H)};
+}
+
+/// An individual whose graph has a segment for each of the 320 loci, so that a segment starts at each border.
+genotype_graph graph_of_single_loci() {
+    genotype_graph graph("NA1");
+    for (int l = 0; l < 320; ++l) graph.pushHaps(chaplotype(1U), 1);
+    graph.site_missing = chaplotype(320U);
+    return graph;
 }
 
 std::string line(int done, int total) {
@@ -72,6 +81,26 @@ TEST(TreeSelector, KeepsItsTreesUntilTheyAreRenewed) {
     EXPECT_NE(selector.trees()[1].assign(), assign);
 }
 
+// Halves of the first split are smaller than a cluster of 110. Their lists are filled up with entries that
+// the builder of the window has kept, also from its tree before a renewal.
+TEST(TreeSelector, EachWindowKeepsItsBuilder) {
+    const log_capture silenced;
+    const genhap_set set = cohort();
+    worker_team team(1);
+    tree_selector selector(set, 5, 110, 10000.0, team);
+    random_source draws(1), plain(1);
+    std::vector<haplotypeCluster_builder> builders(3, haplotypeCluster_builder(set.vecH, 110, 5));
+    for (int renewal = 0; renewal < 3; ++renewal) {
+        selector.prepare(true, draws);
+        const std::vector<int> borders = set.snps.rpartition(10000.0, plain);
+        ASSERT_EQ(borders.size(), 4U);
+        for (int w = 0; w < 3; ++w)
+            EXPECT_EQ(selector.trees()[w].clusters(),
+                      builders[w].build(borders[w], borders[w + 1], plain).clusters())
+                << "renewal " << renewal << ", window " << w;
+    }
+}
+
 TEST(TreeSelector, WithThreadsEveryWindowHasItsTree) {
     for (const int n_threads : {2, 7}) {
         const log_capture capture;
@@ -92,9 +121,32 @@ TEST(TreeSelector, WithThreadsEveryWindowHasItsTree) {
     }
 }
 
+// The end of a window is exclusive, but a job also has the segment that starts there, so that neighbouring
+// windows always share a segment.
+TEST(TreeSelector, JobsOfNeighbouringWindowsShareASegment) {
+    const log_capture silenced;
+    genhap_set set = cohort();
+    set.vecG.push_back(graph_of_single_loci());
+    worker_team team(1);
+    tree_selector selector(set, 5, 20, 10000.0, team);
+    random_source draws(1);
+    selector.prepare(true, draws);
+    const std::vector<int>& borders = selector.borders();
+    ASSERT_EQ(borders.size(), 4U);
+    const std::vector<phasing_job> jobs = selector.list_jobs(draws);
+    ASSERT_EQ(jobs.size(), 3U);
+    for (int w = 0; w < 3; ++w) {
+        const int last = std::min(borders[w + 1], 319);
+        EXPECT_EQ(jobs[w].individual, 0);
+        EXPECT_EQ(jobs[w].window, w);
+        EXPECT_EQ(jobs[w].range, (segment_range{borders[w], last, borders[w], last}));
+    }
+}
+
 TEST(TreeSelector, FewerWindowsKeepTheSurplusTrees) {
     const log_capture silenced;
     genhap_set set = cohort();
+    set.vecG.push_back(graph_of_single_loci());
     worker_team team(1);
     tree_selector selector(set, 5, 20, 10000.0, team);
     random_source draws(1);
@@ -109,6 +161,9 @@ TEST(TreeSelector, FewerWindowsKeepTheSurplusTrees) {
     EXPECT_EQ(selector.trees()[2].start(), last.start());
     EXPECT_EQ(selector.trees()[2].stop(), last.stop());
     EXPECT_EQ(selector.trees()[2].clusters(), last.clusters());
+    const std::vector<phasing_job> jobs = selector.list_jobs(draws);
+    ASSERT_EQ(jobs.size(), 3U) << "the surplus window has its job too";
+    EXPECT_EQ(jobs[2].range.first_locus, last.start());
 }
 
 }  // namespace

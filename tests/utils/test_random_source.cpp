@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <latch>
 #include <set>
 #include <thread>
+#include <vector>
 
 #include "support/plain_generator.h"
 
@@ -97,6 +99,24 @@ TEST(RandomSource, ThreadsShareOneStream) {
     EXPECT_EQ(all, expected);
 }
 
+// So many draws that the threads interrupt each other many times. Without a lock, some draws would not move
+// the stream on.
+TEST(RandomSource, ThreadsThatDrawAtTheSameTimeTakeEachNumberOnce) {
+    constexpr int n_threads = 4, n_draws = 1500000;
+    random_source random(5);
+    std::latch start(n_threads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < n_threads; ++t)
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            for (int i = 0; i < n_draws; ++i) random.draw();
+        });
+    for (std::thread& thread : threads) thread.join();
+    support::plain_generator plain(5);
+    for (int i = 0; i < n_threads * n_draws; ++i) plain.draw();
+    EXPECT_EQ(random.draw(), plain.draw());
+}
+
 /// The first index at which the running sum exceeds u * sum; the last one is not tested.
 int sample_plainly(const std::vector<double>& values, double sum, double u) {
     std::size_t i = 0;
@@ -133,6 +153,11 @@ TEST(DrawIndex, RunningSumMustExceedTheBound) {
         EXPECT_EQ(above.draw_index({std::nextafter(u, 2.0), 1.0}, 1.0), 0)
             << "the running sum is just above the bound";
     }
+}
+
+TEST(DrawIndex, OfNoWeightsIsZero) {
+    random_source random(3);
+    EXPECT_EQ(random.draw_index({}, 0.0), 0);
 }
 
 TEST(DrawIndex, AlwaysTakesOneDraw) {

@@ -59,4 +59,15 @@ TEST(WriteAbsentVariants, WritesAllelesAndPositions) {
     EXPECT_EQ(read_file(folder.at("run.snp.strand.exclude")), "200\n400\n");
 }
 
+TEST(WriteAbsentVariants, FullDiskStopsTheRun) {
+    const genotype_store store = study_of({"0000"});
+    for (const std::string ending : {".snp.strand", ".snp.strand.exclude"}) {
+        const temporary_folder folder;
+        const std::string name = folder.at("run" + ending);
+        std::filesystem::create_symlink("/dev/full", name);
+        EXPECT_TRUE(stops_with(name + " could not be written: No space left on device",
+                               [&] { write_absent_variants({store.snps.getByIndex(1)}, folder.at("run")); }));
+    }
+}
+
 }  // namespace

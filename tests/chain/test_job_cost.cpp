@@ -1,0 +1,17 @@
+#include "chain/job_cost.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(JobCost, AddsUp) {
+    job_cost sum{1.0, 20.0, {}}, other{2.0, 30.0, {}};
+    sum.model.rows[3] = 5;
+    other.model.rows[3] = 7;
+    sum += other;
+    EXPECT_EQ(sum.selection_seconds, 3.0);
+    EXPECT_EQ(sum.model_seconds, 50.0);
+    EXPECT_EQ(sum.model.rows[3], 12);
+}
+
+}  // namespace
