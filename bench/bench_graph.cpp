@@ -58,12 +58,13 @@ void measure_graphs(double density) {
     for (const auto& [name, graph] : {std::pair{"fresh", &fresh}, {"pruned", &pruned}}) {
         graph->sample(H, OWN, false, draws);
         bench::expect(fits(data, *graph), "sample");
-        graph->maximize(H, OWN, draws);
-        bench::expect(fits(data, *graph), "maximize");
+        graph->buildGuesses(H, OWN, graph->best_path(), draws);
+        bench::expect(fits(data, *graph), "best path");
         const genotype_graph* g = graph;
         bench::alone(std::string("sample/") + name + size, n_loci,
                      [g, &H] { g->sample(H, OWN, false, draws); });
-        bench::alone(std::string("maximize/") + name + size, n_loci, [g, &H] { g->maximize(H, OWN, draws); });
+        bench::alone(std::string("best path/") + name + size, n_loci,
+                     [g, &H] { g->buildGuesses(H, OWN, g->best_path(), draws); });
     }
 }
 
@@ -92,7 +93,9 @@ void measure_trees(int individuals, int cluster_size) {
     const double n_haplotypes = 2.0 * individuals;
     const auto build = [&data, cluster_size, first = data.first_locus(), last = data.last_locus()] {
         random_source draws(1);
-        return haplotypeCluster_builder(data.haplotypes.vecH, cluster_size, 100).build(first, last, draws);
+        worker_team alone(1);
+        return haplotypeCluster_builder(data.haplotypes.vecH, cluster_size, 100, alone)
+            .build(first, last, draws);
     };
     std::size_t n_members = 0;
     const haplotypeCluster tree = build();

@@ -44,10 +44,8 @@ class plain_selection {
         }
         bool take[2] = {nearest[0] < limit, nearest[1] < limit};
         if (take[0] && take[1] && (to[0][1] < to[0][0]) != (to[1][1] < to[1][0])) {
-            const int verdict = non_overlapping_hamming_distance(H[h], H[h + 1], H[2 * ind], H[2 * ind + 1],
-                                                                 first, last, random);
-            take[0] = verdict == 2 || verdict == 0;
-            take[1] = verdict == 2 || verdict == 1;
+            const auto chance = chances_of_pair(H[h], H[h + 1], H[2 * ind], H[2 * ind + 1], first, last);
+            for (int c = 0; c < 2; ++c) take[c] = chance[c] > random.draw();
         }
         for (int c = 0; c < 2; ++c)
             if (take[c]) {
@@ -88,6 +86,7 @@ struct subject {
     std::optional<random_source> random{1};
     haplotype_mask mask;
     haplotype_mask all = haplotype_mask(data.haplotypes.vecH.size(), 1);
+    candidate_list list;
     std::vector<int> idx;
     int ind = 0;
 };
@@ -106,8 +105,12 @@ void compare(int individuals, double density) {
                 .among(mask);
         };
         const auto program = [&s, masked] {
-            masked ? s.selection.measure(s.next(), s.range, s.mask) : s.selection.measure(s.next(), s.range);
-            s.selection.choose(*s.random, s.idx);
+            if (masked)
+                s.selection.measure(s.next(), s.range, s.mask, 0, s.list);
+            else
+                s.selection.measure(s.next(), s.range, s.list);
+            s.selection.draw(*s.random, s.list);
+            s.selection.choose(s.list, s.idx);
         };
         for (int trial = 0; trial < 20; ++trial) {
             const int before = s.ind;

@@ -114,7 +114,7 @@ struct person {
     void solve() {
         graph.normalize();
         check_probabilities(graph.trans_store);
-        graph.maximize(haps, {own, own + 1}, random);
+        graph.buildGuesses(haps, {own, own + 1}, graph.best_path(), random);
         check_haplotypes();
     }
 

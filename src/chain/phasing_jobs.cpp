@@ -41,8 +41,7 @@ struct phasing_jobs::worker {
     std::vector<int> idxH;  // conditioning haplotypes
     segment_buffers buffers;
     int n_underflows = 0;  // of the current iteration
-    double selection_seconds = 0.0;
-    double model_seconds = 0.0;
+    job_cost cost;         // without the work of the model, which the buffers count
 };
 
 phasing_jobs::phasing_jobs(genhap_set& set, const hmm_parameters& parameters,
@@ -78,40 +77,60 @@ std::string phasing_jobs::advice_on_few(const phasing_job& job, std::size_t n) c
 }
 
 int phasing_jobs::run(bool renew, bool skip_matched) {
+    stopwatch watch;
     selector.prepare(renew, random);
     const std::vector<phasing_job> jobs = selector.list_jobs(random);
     const std::vector<int> starts = starts_of_individuals(jobs);
     for (worker& w : workers) w.n_underflows = 0;
+    preparing_seconds += watch.lap();
+    turn_order turns(team.size());
     team.run(static_cast<int>(starts.size()) - 1, [&](int i, int number) {
-        run_individual(jobs.data() + starts[i], jobs.data() + starts[i + 1], skip_matched, workers[number]);
+        const std::span of_individual(jobs.begin() + starts[i], jobs.begin() + starts[i + 1]);
+        run_individual(i, of_individual, turns, skip_matched, workers[number]);
     });
     int n_underflows = 0;
     for (const worker& w : workers) n_underflows += w.n_underflows;
     return n_underflows;
 }
 
-void phasing_jobs::run_individual(const phasing_job* first, const phasing_job* end, bool skip_matched,
-                                  worker& w) {
+void phasing_jobs::run_individual(int item, std::span<const phasing_job> jobs, turn_order& turns,
+                                  bool skip_matched, worker& w) {
     stopwatch watch;
-    for (const phasing_job* job = first; job != end; ++job) {
-        w.selection->measure(*job);
-        const int distance = w.selection->choose(*job, random, w.idxH);
-        TOLVANE_REQUIRE(w.idxH.size() > 4, "idxH.size()>4", advice_on_few(*job, w.idxH.size()));
+    w.selection->measure(jobs);
+    w.cost.selection_seconds += watch.lap();
+    turns.take(item, [&] {
+        watch.lap();  // the time of waiting is nobody's
+        w.selection->draw(random);
+        w.cost.drawing_seconds += watch.lap();
+    });
+    watch.lap();
+    for (std::size_t j = 0; j < jobs.size(); ++j) {
+        const int distance = w.selection->choose(static_cast<int>(j), w.idxH);
+        TOLVANE_REQUIRE(w.idxH.size() > 4, "idxH.size()>4", advice_on_few(jobs[j], w.idxH.size()));
         std::sort(w.idxH.begin(), w.idxH.end());
-        w.selection_seconds += watch.lap();
+        w.cost.selection_seconds += watch.lap();
         if (skip_matched && distance < 1) continue;
-        try {
-            haplotype_segment segment(GH.vecH, w.idxH, job->range, w.buffers);
-            w.n_underflows += segment.expectation(hmm, &GH.vecG[job->individual]);
-        } catch (const myException& failure) {
-            LOG.error(failure.msg);
-        }
-        w.model_seconds += watch.lap();
+        run_model(jobs[j], w);
+        w.cost.model_seconds += watch.lap();
+    }
+}
+
+/// Runs the model of a job on the selected haplotypes.
+void phasing_jobs::run_model(const phasing_job& job, worker& w) {
+    try {
+        haplotype_segment segment(GH.vecH, w.idxH, job.range, w.buffers);
+        w.n_underflows += segment.expectation(hmm, &GH.vecG[job.individual]);
+    } catch (const myException& failure) {
+        LOG.error(failure.msg);
     }
 }
 
 job_cost phasing_jobs::cost() const {
     job_cost total;
-    for (const worker& w : workers) total += {w.selection_seconds, w.model_seconds, w.buffers.work};
+    total.preparing_seconds = preparing_seconds;
+    for (const worker& w : workers) {
+        total += w.cost;
+        total.model += w.buffers.work;
+    }
     return total;
 }

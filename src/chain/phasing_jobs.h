@@ -1,12 +1,15 @@
 #pragma once
 
 #include <memory>
+#include <span>
+#include <string>
 #include <vector>
 
 #include "chain/job_cost.h"
 #include "containers/genhap_set.h"
 #include "models/haplotype_segment.h"
 #include "models/hmm_parameters.h"
+#include "modules/turn_order.h"
 #include "modules/worker_team.h"
 #include "selection/conditioning_selector.h"
 #include "utils/random_source.h"
@@ -37,7 +40,9 @@ class phasing_jobs {
     struct worker;
 
     std::string advice_on_few(const phasing_job& job, std::size_t n) const;
-    void run_individual(const phasing_job* first, const phasing_job* end, bool skip_matched, worker& w);
+    void run_individual(int item, std::span<const phasing_job> jobs, turn_order& turns, bool skip_matched,
+                        worker& w);
+    void run_model(const phasing_job& job, worker& w);
 
     genhap_set& GH;
     const hmm_parameters& hmm;
@@ -45,4 +50,5 @@ class phasing_jobs {
     worker_team& team;
     random_source& random;
     std::vector<worker> workers;  // one per thread
+    double preparing_seconds = 0.0;
 };

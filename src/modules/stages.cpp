@@ -1,6 +1,7 @@
 #include "modules/stages.h"
 
 #include "modules/pass.h"
+#include "modules/turn_order.h"
 #include "utils/lfile.h"
 #include "utils/my_exception.h"
 
@@ -14,6 +15,22 @@ void sample_individual(genhap_set& set, int ind, bool uniform, random_source& ra
     }
 }
 
+/// Samples the haplotypes of an individual. In its turn it takes its numbers from the source, in a copy. If
+/// it is not known beforehand how many it needs, the next individual has to wait until it is finished.
+void sample_in_turn(genhap_set& set, int ind, bool uniform, turn_order& turns, random_source& random) {
+    const int n_draws = set.vecG[ind].n_draws_of_sample();
+    random_source own = random_source(0);
+    turns.take(ind, [&] {
+        if (n_draws < 0) {
+            sample_individual(set, ind, uniform, random);
+        } else {
+            own = random;
+            random.skip(n_draws);
+        }
+    });
+    if (n_draws >= 0) sample_individual(set, ind, uniform, own);
+}
+
 }  // namespace
 
 std::vector<genotype_graph> build_graphs(const genotype_store& genotypes, worker_team& team) {
@@ -25,13 +42,15 @@ std::vector<genotype_graph> build_graphs(const genotype_store& genotypes, worker
 }
 
 void sample_haplotypes(genhap_set& set, bool uniform, worker_team& team, random_source& random) {
+    turn_order turns(team.size());
     team.run(set.n_individuals(),
-             [&](int ind, int /*worker*/) { sample_individual(set, ind, uniform, random); });
+             [&](int ind, int /*worker*/) { sample_in_turn(set, ind, uniform, turns, random); });
 }
 
 void sample_first_haplotypes(genhap_set& set, worker_team& team, random_source& random) {
+    turn_order turns(team.size());
     run_pass(team, {"Sampling haplotypes", "Sampling haplotypes"}, set.n_individuals(),
-             [&](int ind) { sample_individual(set, ind, true, random); });
+             [&](int ind) { sample_in_turn(set, ind, true, turns, random); });
 }
 
 void prune_graphs(genhap_set& set, double kept_share, worker_team& team) {
@@ -45,6 +64,9 @@ void normalise_graphs(genhap_set& set, worker_team& team) {
 }
 
 void solve_haplotypes(genhap_set& set, worker_team& team, random_source& random) {
-    run_pass(team, {"Solving haplotypes", "Solving haplotypes"}, set.n_individuals(),
-             [&](int ind) { set.vecG[ind].maximize(set.vecH, haplotypes_of(ind), random); });
+    turn_order turns(team.size());
+    run_pass(team, {"Solving haplotypes", "Solving haplotypes"}, set.n_individuals(), [&](int ind) {
+        const std::vector<int> path = set.vecG[ind].best_path();
+        turns.take(ind, [&] { set.vecG[ind].buildGuesses(set.vecH, haplotypes_of(ind), path, random); });
+    });
 }

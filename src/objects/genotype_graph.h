@@ -104,9 +104,12 @@ class genotype_graph {
     /// NaN.
     void sample(std::vector<chaplotype>& haps, const haplotype_indexes& indexes, bool uniform,
                 random_source& random) const;
-    /// Finds the best walk over trans_store (Viterbi 1967) and writes its haplotypes.
-    void maximize(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,
-                  random_source& random) const;
+    /// Number of draws that sample takes, if it is the same for all walks, else -1. It depends on the walk if
+    /// some segment has candidate pairs of two equal and of two different candidates: a segment without
+    /// heterozygous loci, but with missing genotypes.
+    int n_draws_of_sample() const;
+    /// Finds the best walk over trans_store (Viterbi 1967): the position of its transition in each group.
+    std::vector<int> best_path() const;
     /// Writes the haplotypes of a walk; path[g] is the position of its transition within group g. Where both
     /// chromosomes come from the same candidate, a random draw decides which one takes which step.
     void buildGuesses(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,

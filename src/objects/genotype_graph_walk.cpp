@@ -60,8 +60,20 @@ void genotype_graph::check_weights(const std::vector<double>& w, double sum, int
                       " / i=" + name + " b=" + sutils::int2str(g) + " sp=" + sutils::double2str(sum, 10));
 }
 
-void genotype_graph::maximize(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,
-                              random_source& random) const {
+int genotype_graph::n_draws_of_sample() const {
+    int n = 1 + n_groups();  // the direction, and one transition of each group
+    for (int s = 1; s < n_segments(); ++s) {
+        // Draws of buildGuesses.
+        unsigned n_equal = 0;
+        for (unsigned t = trans_offset[s]; t < trans_offset[s] + trans_count[s]; ++t)
+            n_equal += (trans_nodes[2 * t] & 15) == (trans_nodes[2 * t + 1] & 15);
+        if (n_equal > 0 && n_equal < trans_count[s]) return -1;
+        n += n_equal > 0;
+    }
+    return n;
+}
+
+std::vector<int> genotype_graph::best_path() const {
     std::vector<std::vector<double>> delta(n_groups());
     std::vector<std::vector<int>> back(n_groups());
     for (int g = 0; g < n_groups(); ++g) {
@@ -89,7 +101,7 @@ void genotype_graph::maximize(std::vector<chaplotype>& haps, const haplotype_ind
         path[g] = back[g + 1][path[g + 1]];
         TOLVANE_ASSERT(path[g] >= 0, "path[g] >= 0");
     }
-    buildGuesses(haps, indexes, path, random);
+    return path;
 }
 
 void genotype_graph::buildGuesses(std::vector<chaplotype>& haps, const haplotype_indexes& indexes,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "objects/genotype_graph.h"
@@ -17,10 +18,11 @@ struct phasing_job {
 /// chromosome is cut into windows, and which haplotypes an individual is compared with in each.
 ///
 /// The haplotypes do not change within an iteration, so only the random draws need an order: first those of
-/// prepare, then those of list_jobs, then those of choose in the order of the jobs.
+/// prepare, then those of list_jobs, then those of the jobs, one after another. So the jobs give the same
+/// result with any number of threads.
 class conditioning_selector {
   public:
-    /// Selects with the working memory of one thread, one job after another.
+    /// Selects for all jobs of an individual, in three steps, with the working memory of one thread.
     class worker {
       public:
         worker() = default;
@@ -28,12 +30,15 @@ class conditioning_selector {
         worker(const worker&) = delete;
         worker& operator=(const worker&) = delete;
 
-        /// Does the part of a selection that needs no random draws. May run at any time within the iteration.
-        virtual void measure(const phasing_job& job) = 0;
-        /// Finishes the selection of the last measured job. `idx` receives the conditioning haplotypes as
-        /// indexes in genhap_set::vecH. Returns the smallest distance among them, or the number of loci in
-        /// the range minus 1 if that is smaller.
-        virtual int choose(const phasing_job& job, random_source& random, std::vector<int>& idx) = 0;
+        /// Does the part of the selections that needs no random draws, which should be most of it. May run at
+        /// any time within the iteration.
+        virtual void measure(std::span<const phasing_job> jobs) = 0;
+        /// Takes the draws of the measured jobs. Individuals come here one after another.
+        virtual void draw(random_source& random) = 0;
+        /// Finishes the selection of the i-th measured job. May run at any time. `idx` receives the
+        /// conditioning haplotypes as indexes in genhap_set::vecH. Returns the smallest distance among them,
+        /// or the number of loci in the range minus 1 if that is smaller.
+        virtual int choose(int i, std::vector<int>& idx) = 0;
     };
 
     conditioning_selector() = default;

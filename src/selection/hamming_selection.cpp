@@ -5,131 +5,182 @@
 #include "objects/bit_kernels.h"
 #include "utils/assertion.h"
 
+namespace {
+
+constexpr int BYTE_LOCI = 8;
+
+int first_byte(const segment_range& range) {
+    return range.first_locus / BYTE_LOCI;
+}
+int n_bytes(const segment_range& range) {
+    return range.last_locus / BYTE_LOCI - first_byte(range) + 1;
+}
+/// Distances count all loci of the bytes that the range touches.
+int largest_distance(const segment_range& range) {
+    return BYTE_LOCI * n_bytes(range);
+}
+
+}  // namespace
+
 hamming_selection::hamming_selection(const std::vector<chaplotype>& haplotypes,
                                      const haplotype_tiles& snapshot, int n_individuals, int K)
     : H(haplotypes), tiles(snapshot), n_study(2 * n_individuals), n_wanted(K) {}
 
-void hamming_selection::begin(int ind, const segment_range& range) {
-    TOLVANE_ASSERT(tiles.size() == static_cast<int>(H.size()), "tiles.size() == vecH.size()");
-    individual = ind;
-    first_locus = range.first_locus;
-    last_locus = range.last_locus;
+void hamming_selection::measure(int ind, const segment_range& range, candidate_list& out) {
+    begin(ind, range, out);
+    scan(tiles.all(), out);
+    list_pairs(nullptr, 0, out);
 }
 
-void hamming_selection::measure(int ind, const segment_range& range) {
-    begin(ind, range);
-    is_masked = false;
-    scan(tiles.all());
-}
-
-void hamming_selection::measure(int ind, const segment_range& range, const haplotype_mask& mask) {
-    begin(ind, range);
+void hamming_selection::measure(int ind, const segment_range& range, const haplotype_mask& mask, int n_more,
+                                candidate_list& out) {
     TOLVANE_ASSERT(mask.size() == H.size(), "mask.size() == vecH.size()");
-    is_masked = true;
-    list_marked(mask);
-    scan(marked_tiles);
+    begin(ind, range, out);
+    list_tiles(mask);
+    scan(marked_tiles, out);
+    list_pairs(&mask, n_more, out);
 }
 
-/// Lists the marked haplotypes of individuals, and the tiles that hold any of them or any of the panel.
-/// Branch-free, since branches would be mispredicted too often: writes every entry and advances only past
-/// those to keep.
-void hamming_selection::list_marked(const haplotype_mask& mask) {
-    marked.resize(n_study / 2 + 1);
+void hamming_selection::begin(int ind, const segment_range& range, candidate_list& out) {
+    TOLVANE_ASSERT(tiles.size() == static_cast<int>(H.size()), "tiles.size() == vecH.size()");
+    out.individual = ind;
+    out.range = range;
+    out.pairs.clear();
+}
+
+/// Lists the tiles that hold a marked haplotype of an individual, or any of the panel. Branch-free, since
+/// branches would be mispredicted too often: writes every entry and advances only past those to keep.
+void hamming_selection::list_tiles(const haplotype_mask& mask) {
+    const int n_tiles = static_cast<int>(tiles.all().size());
+    marked_tiles.resize(n_tiles);
     std::size_t n = 0;
-    for (int h = 0; h < n_study; h += 2) {
-        marked[n] = {h, mask[h] + 2 * mask[h + 1]};
-        n += marked[n].marks != 0;
-    }
-    marked.resize(n);
-    marked_tiles.resize((mask.size() + bit_kernels::TILE - 1) / bit_kernels::TILE + 1);
-    n = 0;
-    const auto add = [this, &n](int tile) {
+    for (int tile = 0; tile < n_tiles; ++tile) {
+        const int start = tile * bit_kernels::TILE,
+                  end = std::min(start + bit_kernels::TILE, static_cast<int>(mask.size()));
+        unsigned char any = end > n_study;
+        for (int h = start; h < end; ++h) any |= mask[h];
         marked_tiles[n] = tile;
-        n += n == 0 || marked_tiles[n - 1] != tile;
-    };
-    for (const marked_pair& pair : marked) add(pair.first / bit_kernels::TILE);
-    for (int h = n_study; h < static_cast<int>(mask.size()); ++h) add(h / bit_kernels::TILE);
+        n += any != 0;
+    }
     marked_tiles.resize(n);
 }
 
-void hamming_selection::scan(const std::vector<int>& of_tiles) {
-    const int first_byte = first_locus >> 3, n_bytes = (last_locus >> 3) - first_byte + 1;
-    tiles.distances(of_tiles, 2 * individual, 2 * individual + 1, first_byte, n_bytes, distances);
+void hamming_selection::scan(const std::vector<int>& of_tiles, const candidate_list& list) {
+    tiles.distances(of_tiles, 2 * list.individual, 2 * list.individual + 1, first_byte(list.range),
+                    n_bytes(list.range), distances);
 }
 
-int hamming_selection::choose(random_source& random, std::vector<int>& idx) {
+/// Lists the pairs that can be below the limit of the heap, and copies the distances of the panel.
+///
+/// Whatever the draws will decide, the limit is at most that of a heap which gets only the haplotypes that
+/// are taken without draws. Each of `n_more` haplotypes can later turn one of these into a member of a pair
+/// that is drawn, which leaves at least the limit of a heap that is larger by n_more.
+void hamming_selection::list_pairs(const haplotype_mask* mask, int n_more, candidate_list& list) {
+    bound.restart(n_wanted > 0 ? n_wanted + n_more : 0, largest_distance(list.range));
+    for (int first = 0; first < n_study; first += 2) {
+        const bool has0 = mask == nullptr || (*mask)[first] != 0,
+                   has1 = mask == nullptr || (*mask)[first + 1] != 0;
+        const int limit = bound.limit(), least = std::min(has0 ? nearest(first) : DISTANCE_BEYOND_LIMIT,
+                                                          has1 ? nearest(first + 1) : DISTANCE_BEYOND_LIMIT);
+        if (least >= limit || first == 2 * list.individual) continue;
+        list.pairs.push_back(candidate(first, mask, limit, list));
+        if (has0 && has1 && !have_one_target(first)) continue;
+        if (has0) bound.add(nearest(first));
+        if (has1) bound.add(nearest(first + 1));
+    }
+    list.panel[0].assign(distances.d0.begin() + n_study, distances.d0.begin() + static_cast<long>(H.size()));
+    list.panel[1].assign(distances.d1.begin() + n_study, distances.d1.begin() + static_cast<long>(H.size()));
+}
+
+/// The candidate for a pair of which at least one haplotype is marked. `limit` is one that the limit of the
+/// heap does not exceed at this pair.
+pair_candidate hamming_selection::candidate(int first, const haplotype_mask* mask, int limit,
+                                            const candidate_list& list) const {
+    pair_candidate pair{first, {DISTANCE_BEYOND_LIMIT, DISTANCE_BEYOND_LIMIT}, false, {}};
+    for (int i = 0; i < 2; ++i)
+        if (mask == nullptr || (*mask)[first + i] != 0) pair.distance[i] = nearest(first + i);
+    pair.needs_draws = std::max(pair.distance[0], pair.distance[1]) < limit && !have_one_target(first);
+    if (pair.needs_draws) pair.chance = chances(first, list);
+    return pair;
+}
+
+/// Whether both haplotypes of a pair are closest to the same target. Equal distances count as closest to the
+/// first one.
+bool hamming_selection::have_one_target(int first) const {
+    const std::vector<int>&d0 = distances.d0, &d1 = distances.d1;
+    return (d1[first] < d0[first]) == (d1[first + 1] < d0[first + 1]);
+}
+
+std::array<double, 2> hamming_selection::chances(int first, const candidate_list& list) const {
+    const chaplotype *target = &H[2 * list.individual], *pair = &H[first];
+    return chances_of_pair(pair[0], pair[1], target[0], target[1], list.range.first_locus,
+                           list.range.last_locus);
+}
+
+void hamming_selection::add(std::vector<int>& more, const haplotype_mask& mask, candidate_list& list) {
+    std::sort(more.begin(), more.end());
+    marked_tiles.clear();
+    for (const int h : more) {
+        const int tile = h / bit_kernels::TILE;
+        if (marked_tiles.empty() || marked_tiles.back() != tile) marked_tiles.push_back(tile);
+    }
+    scan(marked_tiles, list);
+    added.clear();
+    for (const int h : more) {
+        const int first = h & ~1;
+        const bool is_other = h < n_study && first != 2 * list.individual;
+        if (is_other && (added.empty() || added.back().first != first))
+            added.push_back(candidate(first, &mask, DISTANCE_BEYOND_LIMIT, list));
+    }
+    // The added ones come first in a tie, and replace what was listed for the same pair.
+    merged.resize(added.size() + list.pairs.size());
+    const auto is_before = [](const pair_candidate& a, const pair_candidate& b) { return a.first < b.first; };
+    const auto is_same = [](const pair_candidate& a, const pair_candidate& b) { return a.first == b.first; };
+    std::merge(added.begin(), added.end(), list.pairs.begin(), list.pairs.end(), merged.begin(), is_before);
+    merged.erase(std::unique(merged.begin(), merged.end(), is_same), merged.end());
+    list.pairs.swap(merged);
+}
+
+void hamming_selection::draw(random_source& random, candidate_list& list) {
+    bound.restart(n_wanted, largest_distance(list.range));
+    for (pair_candidate& pair : list.pairs) {
+        const int limit = bound.limit();
+        const bool is_near[2] = {pair.distance[0] < limit, pair.distance[1] < limit};
+        if (is_near[0] && is_near[1] && pair.needs_draws)
+            for (int i = 0; i < 2; ++i) pair.is_taken[i] = pair.chance[i] > random.draw();
+        for (int i = 0; i < 2; ++i)
+            if (is_near[i] && pair.is_taken[i]) bound.add(pair.distance[i]);
+    }
+}
+
+int hamming_selection::choose(const candidate_list& list, std::vector<int>& idx) {
     idx.clear();
     closest_heap found(n_wanted, heap);
-    if (is_masked)
-        offer_marked(found, random);
-    else
-        offer_all(found, random);
-    for (int h = n_study; h < static_cast<int>(H.size()); ++h) offer_reference(found, h);
-    return found.drain(idx, last_locus - first_locus);
-}
-
-void hamming_selection::offer_all(closest_heap& found, random_source& random) const {
-    for (int h = 0; h < n_study; h += 2)
-        if (h != 2 * individual) offer_pair(found, h, random);
-}
-
-void hamming_selection::offer_marked(closest_heap& found, random_source& random) const {
-    for (const auto [pair, marks] : marked) {
-        if (marks == 3)
-            offer_pair(found, pair, random);
-        else
-            offer_single(found, pair + (marks >> 1));
+    for (const pair_candidate& pair : list.pairs) offer_pair(pair, found);
+    // A haplotype of the panel is offered once for each target; both entries may stay. It is pushed whatever
+    // the limit, and the heap is trimmed.
+    for (int h = n_study; h < static_cast<int>(H.size()); ++h) {
+        const int limit = found.limit();
+        for (const std::vector<int>& distance : list.panel) {
+            const int d = distance[h - n_study];
+            found.push(h, d > limit ? DISTANCE_BEYOND_LIMIT : d);
+        }
+        found.trim();
     }
+    return found.drain(idx, list.range.last_locus - list.range.first_locus);
 }
 
-/// Offers both haplotypes of another individual, `c0` and c0 + 1. If they are closest to different targets,
-/// non_overlapping_hamming_distance decides which of them to take.
-void hamming_selection::offer_pair(closest_heap& found, int c0, random_source& random) const {
-    const std::vector<int>&d0 = distances.d0, &d1 = distances.d1;
-    const int c1 = c0 + 1, limit = found.limit();
-    if (std::min(nearest(c0), nearest(c1)) >= limit) return;
-    bool take0 = nearest(c0) < limit, take1 = nearest(c1) < limit;
-    // Equal distances count as closest to the first target.
-    const bool same_target = (d1[c0] < d0[c0]) == (d1[c1] < d0[c1]);
-    if (take0 && take1 && !same_target) {
-        const int verdict = non_overlapping_hamming_distance(
-            H[c0], H[c1], H[2 * individual], H[2 * individual + 1], first_locus, last_locus, random);
-        take0 = verdict == 2 || verdict == 0;
-        take1 = verdict == 2 || verdict == 1;
-    }
-    if (take0) found.push(c0, nearest(c0));
-    if (take1) found.push(c1, nearest(c1));
-    found.trim();
-}
-
-/// Offers one haplotype of another individual.
-void hamming_selection::offer_single(closest_heap& found, int h) const {
-    if (nearest(h) >= found.limit()) return;
-    found.push(h, nearest(h));
-    found.trim();
-}
-
-/// Offers a haplotype of the panel once for each target; both entries may stay. It is pushed whatever the
-/// limit, and the heap is trimmed.
-void hamming_selection::offer_reference(closest_heap& found, int h) const {
-    const std::vector<int>&d0 = distances.d0, &d1 = distances.d1;
+void hamming_selection::offer_pair(const pair_candidate& pair, closest_heap& found) const {
     const int limit = found.limit();
-    found.push(h, d0[h] > limit ? DISTANCE_BEYOND_LIMIT : d0[h]);
-    found.push(h, d1[h] > limit ? DISTANCE_BEYOND_LIMIT : d1[h]);
+    for (int i = 0; i < 2; ++i)
+        if (pair.distance[i] < limit && pair.is_taken[i]) found.push(pair.first + i, pair.distance[i]);
     found.trim();
 }
 
-int non_overlapping_hamming_distance(const chaplotype& c0, const chaplotype& c1, const chaplotype& h0,
-                                     const chaplotype& h1, int first, int last, random_source& random) {
+std::array<double, 2> chances_of_pair(const chaplotype& c0, const chaplotype& c1, const chaplotype& h0,
+                                      const chaplotype& h1, int first, int last) {
     const auto [only0, only1, both] = bit_kernels::kernels().overlap(
         c0.data.data(), c1.data.data(), h0.data.data(), h1.data.data(), first, last);
-    // 0 / 0 is NaN, which is not above any draw.
-    const double p0 = static_cast<double>(only0) / (only0 + both);
-    const double p1 = static_cast<double>(only1) / (only1 + both);
-    const double r0 = random.draw();
-    const double r1 = random.draw();
-    const bool keep0 = p0 > r0, keep1 = p1 > r1;
-    if (keep0 && keep1) return 2;
-    if (keep1) return 1;
-    return keep0 ? 0 : -1;
+    // 0 / 0 is NaN.
+    return {static_cast<double>(only0) / (only0 + both), static_cast<double>(only1) / (only1 + both)};
 }

@@ -30,9 +30,14 @@ class haplotypeCluster {
     const std::map<int, std::vector<int>>& clusters() const { return tree.clusters; }
     const std::vector<int>& assign() const { return tree.assign; }
 
-    /// Marks the haplotypes to scan for an individual: those of the clusters of its two haplotypes plus
-    /// n_random random ones, without its own two.
-    void mask(int individual, random_source& random, haplotype_mask& out) const;
+    /// Marks the haplotypes of the clusters of an individual's two haplotypes, or all if there are no more
+    /// than a cluster has. Returns the number of marks.
+    int mark_clusters(int individual, haplotype_mask& out) const;
+    /// Marks up to n_random() other haplotypes, drawn at random, and lists them in `drawn`. `n_marked` is the
+    /// number of marks before.
+    void mark_random(int individual, int n_marked, random_source& random, haplotype_mask& out,
+                     std::vector<int>& drawn) const;
+    int n_random() const { return tree.n_random; }
 
   private:
     const std::vector<int>& members_of_cluster_with(int haplotype) const;

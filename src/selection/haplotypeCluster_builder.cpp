@@ -10,12 +10,13 @@ namespace {
 constexpr int MOST_ITERATIONS = 20;  // of one split
 constexpr int DEEPEST_LEVEL = 30;    // at deeper levels a cluster number would not fit in an int
 constexpr int BYTE_LOCI = 8;
+constexpr long LEAST_COMPARISONS = 20000;  // of loci, for which another thread is worth its wake-up
 
 }  // namespace
 
 haplotypeCluster_builder::haplotypeCluster_builder(const std::vector<chaplotype>& haplotypes,
-                                                   int cluster_size, int least)
-    : H(haplotypes), cond_size(std::max(least, cluster_size)), min_size(least) {}
+                                                   int cluster_size, int least, worker_team& workers)
+    : H(haplotypes), team(workers), cond_size(std::max(least, cluster_size)), min_size(least) {}
 
 haplotypeCluster haplotypeCluster_builder::build(int a, int b, random_source& random) {
     TOLVANE_ASSERT(a < b, "a<b");
@@ -72,19 +73,40 @@ std::pair<int, int> haplotypeCluster_builder::split(unsigned int c, int level, r
 
     std::pair<int, int> sizes;
     for (int iteration = 0; iteration < MOST_ITERATIONS; ++iteration) {
-        halves->tabulate_distances();
-        bool has_changed = false;
-        for (const int h : branch) {
-            // A tie goes to the second half.
-            const int number = halves->distance(h, 1) > halves->distance(h, 0) ? first_id : second_id;
-            has_changed |= assign[h] != number;
-            assign[h] = number;
-        }
-        sizes = halves->update(branch, [&](int h) { return assign[h] == first_id; });
+        half_sums sums(halves->n_loci());
+        const bool has_changed = assign_branch(first_id, second_id, sums);
+        halves->update(sums);
+        sizes = {sums.n_members[0], sums.n_members[1]};
         if (!has_changed) break;
     }
     TOLVANE_ASSERT(sizes.first > 0 || sizes.second > 0, "cluster_size.first>0 || cluster_size.second>0");
     return sizes;
+}
+
+/// Assigns each member of the branch to the nearer half, and adds it to its sums. Returns whether any has
+/// changed its half.
+bool haplotypeCluster_builder::assign_branch(int first_id, int second_id, half_sums& sums) {
+    const int n = static_cast<int>(branch.size());
+    const long n_comparisons = 2L * n * (halves->n_loci() + 1);
+    const int n_parts = static_cast<int>(std::clamp(n_comparisons / LEAST_COMPARISONS, 1L, 4L * team.size()));
+    for (std::vector<float>& d : distances) d.resize(n);
+    std::vector<half_sums> part_sums(n_parts, half_sums(halves->n_loci()));
+    std::vector<unsigned char> has_changed(n_parts, 0);
+    team.run(n_parts, [&](int part, int /*worker*/) {
+        const auto start = [&](int p) { return static_cast<int>(static_cast<long>(n) * p / n_parts); };
+        for (int i = start(part); i < start(part + 1); ++i) {
+            const int h = branch[i];
+            for (int m = 0; m < 2; ++m) distances[m][i] = halves->distance(h, m);
+            // A tie goes to the second half.
+            const int half = distances[1][i] > distances[0][i] ? 0 : 1,
+                      number = half == 0 ? first_id : second_id;
+            if (assign[h] != number) has_changed[part] = 1;
+            assign[h] = number;
+            halves->add(h, half, part_sums[part]);
+        }
+    });
+    for (const half_sums& part : part_sums) sums += part;
+    return std::find(has_changed.begin(), has_changed.end(), 1) != has_changed.end();
 }
 
 void haplotypeCluster_builder::take_branch(unsigned int c) {
@@ -103,8 +125,7 @@ void haplotypeCluster_builder::make_leaf(int c) {
 void haplotypeCluster_builder::close_half(int m, int c) {
     // If the branch has fewer members, the rest of the list keeps the entries of the previous branch. The
     // list is used as a set, and `assign` does not change, so this only widens a scan.
-    take_closest(
-        branch, cond_size, [this, m](int h) { return halves->distance(h, m); }, closest);
+    take_closest(branch, distances[m], cond_size, closest);
     std::vector<int>& members = clusters[c];
     members.clear();
     for (const auto& [h, distance] : closest) members.push_back(h);

@@ -9,13 +9,21 @@ class scan_worker : public conditioning_selector::worker {
     scan_worker(const genhap_set& set, const haplotype_tiles& tiles, int K)
         : selection(set.vecH, tiles, set.n_individuals(), K) {}
 
-    void measure(const phasing_job& job) override { selection.measure(job.individual, job.range); }
-    int choose(const phasing_job& /*job*/, random_source& random, std::vector<int>& idx) override {
-        return selection.choose(random, idx);
+    void measure(std::span<const phasing_job> jobs) override {
+        n_jobs = jobs.size();
+        if (lists.size() < n_jobs) lists.resize(n_jobs);
+        for (std::size_t i = 0; i < n_jobs; ++i)
+            selection.measure(jobs[i].individual, jobs[i].range, lists[i]);
     }
+    void draw(random_source& random) override {
+        for (std::size_t i = 0; i < n_jobs; ++i) selection.draw(random, lists[i]);
+    }
+    int choose(int i, std::vector<int>& idx) override { return selection.choose(lists[i], idx); }
 
   private:
     hamming_selection selection;
+    std::vector<candidate_list> lists;  // of the measured jobs, and memory for more
+    std::size_t n_jobs = 0;
 };
 
 }  // namespace

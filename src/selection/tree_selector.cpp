@@ -12,18 +12,39 @@ class tree_worker : public conditioning_selector::worker {
                 const std::vector<haplotypeCluster>& window_trees)
         : trees(window_trees), selection(set.vecH, tiles, set.n_individuals(), K) {}
 
-    /// Does nothing: which haplotypes to measure depends on the draws of choose.
-    void measure(const phasing_job& /*job*/) override {}
-    int choose(const phasing_job& job, random_source& random, std::vector<int>& idx) override {
-        trees[job.window].mask(job.individual, random, mask);
-        selection.measure(job.individual, job.range, mask);
-        return selection.choose(random, idx);
+    void measure(std::span<const phasing_job> jobs) override {
+        n_jobs = jobs.size();
+        if (states.size() < n_jobs) states.resize(n_jobs);
+        for (std::size_t i = 0; i < n_jobs; ++i) {
+            job_state& s = states[i];
+            s.tree = &trees[jobs[i].window];
+            s.n_marked = s.tree->mark_clusters(jobs[i].individual, s.mask);
+            selection.measure(jobs[i].individual, jobs[i].range, s.mask, s.tree->n_random(), s.list);
+        }
     }
+    void draw(random_source& random) override {
+        for (std::size_t i = 0; i < n_jobs; ++i) {
+            job_state& s = states[i];
+            s.tree->mark_random(s.list.individual, s.n_marked, random, s.mask, drawn);
+            selection.add(drawn, s.mask, s.list);
+            selection.draw(random, s.list);
+        }
+    }
+    int choose(int i, std::vector<int>& idx) override { return selection.choose(states[i].list, idx); }
 
   private:
+    struct job_state {
+        const haplotypeCluster* tree;
+        haplotype_mask mask;
+        int n_marked;  // in the clusters
+        candidate_list list;
+    };
+
     const std::vector<haplotypeCluster>& trees;
-    haplotype_mask mask;
     hamming_selection selection;
+    std::vector<job_state> states;  // of the measured jobs, and memory for more
+    std::size_t n_jobs = 0;
+    std::vector<int> drawn;
 };
 
 }  // namespace
@@ -42,10 +63,12 @@ void tree_selector::build_trees(random_source& random) {
     window_borders = GH.snps.rpartition(window_bp, random);
     LOG.println("Building " + std::to_string(window_borders.size()) + " haplotypeCluster objects");
     const std::size_t n_windows = window_borders.size() - 1;
-    while (builders.size() < n_windows) builders.emplace_back(GH.vecH, n_in_cluster, n_wanted);
+    while (builders.size() < n_windows) builders.emplace_back(GH.vecH, n_in_cluster, n_wanted, team);
     if (window_trees.size() < n_windows) window_trees.resize(n_windows);
-    run_pass(team, {"Clustering in window ... ", "Clustering in window"}, static_cast<int>(n_windows),
-             [&](int w) {
+    // The draws of one tree follow those of another. The team works together on each tree.
+    worker_team one_after_another(1);
+    run_pass(one_after_another, {"Clustering in window ... ", "Clustering in window"},
+             static_cast<int>(n_windows), [&](int w) {
                  window_trees[w] = builders[w].build(window_borders[w], window_borders[w + 1], random);
              });
 }

@@ -68,3 +68,41 @@ float two_means::distance(int h, int m) const {
     for (int j = 0; j < thinned.size(); ++j) sum += squared_distances[m][2 * j + thinned.allele(h, j)];
     return sum;
 }
+
+half_sums& half_sums::operator+=(const half_sums& other) {
+    for (int m = 0; m < 2; ++m) {
+        n_members[m] += other.n_members[m];
+        for (std::size_t j = 0; j < alleles[m].size(); ++j) alleles[m][j] += other.alleles[m][j];
+    }
+    return *this;
+}
+
+void two_means::add(int h, int m, half_sums& sums) const {
+    ++sums.n_members[m];
+    for (int j = 0; j < thinned.size(); ++j) sums.alleles[m][j] += thinned.allele(h, j);
+}
+
+void two_means::update(const half_sums& sums) {
+    for (int m = 0; m < 2; ++m)
+        for (int j = 0; j < thinned.size(); ++j)
+            mu[m][j] = static_cast<float>(sums.alleles[m][j]) / static_cast<float>(sums.n_members[m]);
+    tabulate_distances();
+}
+
+void take_closest(const std::vector<int>& branch, const std::vector<float>& distances, int n,
+                  std::vector<std::pair<int, float>>& out) {
+    out.resize(n);
+    float worst = -1.0F;
+    int worst_place = -1;
+    for (int i = 0; i < static_cast<int>(branch.size()); ++i) {
+        const std::pair<int, float> member = {branch[i], distances[i]};
+        const bool filling = i < n;
+        if (member.second > worst) {
+            worst = member.second;
+            if (filling) worst_place = i;
+            // A later member replaces only the farthest entry, and only if it is farther still.
+            if (!filling && worst_place >= 0) out[worst_place] = member;
+        }
+        if (filling) out[i] = member;
+    }
+}

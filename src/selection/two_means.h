@@ -34,63 +34,41 @@ class thinned_loci {
 bool draw_distant_pair(const std::vector<int>& branch, const thinned_loci& loci, random_source& random,
                        std::pair<int, int>& seeds);
 
+/// Numbers of haplotypes and of alleles 1 in both halves of a branch.
+struct half_sums {
+    std::array<int, 2> n_members{};
+    std::array<std::vector<int>, 2> alleles;  // one value per thinned locus
+
+    explicit half_sums(int n_loci) : alleles{std::vector<int>(n_loci), std::vector<int>(n_loci)} {}
+    half_sums& operator+=(const half_sums& other);
+};
+
 /// Two means of haplotypes over thinned loci (MacQueen 1967), and the distances to them.
 class two_means {
   public:
     /// Starts from two haplotypes.
     two_means(const thinned_loci& loci, std::pair<int, int> seeds);
 
-    /// Makes distance() use the current means.
-    void tabulate_distances();
-    /// Squared distance of haplotype `h` to mean `m`, 0 or 1, as of the last call of tabulate_distances().
+    int n_loci() const { return thinned.size(); }
+    /// Squared distance of haplotype `h` to mean `m`, 0 or 1.
     float distance(int h, int m) const;
-    /// Recomputes both means from the members of a branch; is_first(h) is true for members of the first half.
-    /// Returns the sizes of the halves. The mean of an empty half is NaN.
-    template <class IsFirst>
-    std::pair<int, int> update(const std::vector<int>& branch, IsFirst is_first);
+    /// Adds a haplotype to half `m`.
+    void add(int h, int m, half_sums& sums) const;
+    /// Moves the means to those of the halves. The mean of an empty half is NaN.
+    void update(const half_sums& sums);
 
     const std::array<std::vector<float>, 2>& means() const { return mu; }
 
   private:
+    void tabulate_distances();
+
     thinned_loci thinned;
     std::array<std::vector<float>, 2> mu;                 // one value per thinned locus
     std::array<std::vector<float>, 2> squared_distances;  // to mu, at 2 * thinned locus + allele
 };
 
-/// Fills `out` with the first `n` members of `branch`, each with distance(member). Then the farthest of the
-/// later members replaces the farthest of those, if it is farther still. Entries past the end of a shorter
-/// branch stay unchanged.
-template <class Distance>
-void take_closest(const std::vector<int>& branch, int n, Distance distance,
-                  std::vector<std::pair<int, float>>& out) {
-    out.resize(n);
-    float worst = -1.0F;
-    int worst_place = -1, count = 0;
-    for (const int h : branch) {
-        const float d = distance(h);
-        const bool filling = count < n;
-        if (d > worst) {
-            worst = d;
-            if (filling) worst_place = count;
-            // A later member replaces only the farthest entry, and only if it is farther still.
-            if (!filling && worst_place >= 0) out[worst_place] = {h, d};
-        }
-        if (filling) out[count] = {h, d};
-        ++count;
-    }
-}
-
-template <class IsFirst>
-std::pair<int, int> two_means::update(const std::vector<int>& branch, IsFirst is_first) {
-    for (std::vector<float>& mean : mu) mean.assign(thinned.size(), 0.0F);
-    std::pair<int, int> sizes = {0, 0};
-    for (const int h : branch) {
-        const bool in_first = is_first(h);
-        std::vector<float>& mean = mu[in_first ? 0 : 1];
-        for (int j = 0; j < thinned.size(); ++j) mean[j] += static_cast<float>(thinned.allele(h, j));
-        ++(in_first ? sizes.first : sizes.second);
-    }
-    for (float& x : mu[0]) x /= static_cast<float>(sizes.first);
-    for (float& x : mu[1]) x /= static_cast<float>(sizes.second);
-    return sizes;
-}
+/// Fills `out` with the first `n` members of `branch` and their distances, which have one entry for each
+/// member. Then the farthest of the later members replaces the farthest of those, if it is farther still.
+/// Entries past the end of a shorter branch stay unchanged.
+void take_closest(const std::vector<int>& branch, const std::vector<float>& distances, int n,
+                  std::vector<std::pair<int, float>>& out);

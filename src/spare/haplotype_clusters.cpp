@@ -88,9 +88,10 @@ void top_up_closest(const std::vector<chaplotype>& H, locus_span span, const std
         for (int h = 0; h < static_cast<int>(H.size()); ++h)
             (assign[h] == number ? inside : outside).push_back(h);
         const std::vector<float> mean = allele_frequencies(H, inside, span);
+        std::vector<float> distances;
+        for (const int h : outside) distances.push_back(squared_distance(H[h], mean, span));
         std::vector<std::pair<int, float>> closest;
-        take_closest(
-            outside, lacking, [&](int h) { return squared_distance(H[h], mean, span); }, closest);
+        take_closest(outside, distances, lacking, closest);
         for (const auto& [h, distance] : closest) members.push_back(h);
     }
 }

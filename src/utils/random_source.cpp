@@ -35,7 +35,6 @@ void random_source::restart() {
 }
 
 double random_source::draw() {
-    const std::lock_guard lock(drawing);
     if (state <= 0 || last_output == 0) restart();
     step();
     const long j = last_output / TABLE_DIVISOR;
@@ -46,6 +45,10 @@ double random_source::draw() {
 
 int random_source::draw_below(int n) {
     return static_cast<int>(std::floor(draw() * n));
+}
+
+void random_source::skip(int n) {
+    for (int i = 0; i < n; ++i) draw();
 }
 
 int random_source::draw_index(const std::vector<double>& weights, double sum) {

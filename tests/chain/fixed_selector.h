@@ -5,6 +5,8 @@
 #include <memory>
 #include <numeric>
 #include <set>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "containers/genhap_set.h"
@@ -35,30 +37,34 @@ class fixed_selector : public conditioning_selector {
     int n_selected = -1;  // haplotypes to select; -1 for all others
     std::vector<bool> renewals;
     mutable std::atomic<int> n_chosen = 0;
+    mutable std::vector<std::pair<int, double>> draws;               // of each individual
     std::function<void(const worker*, const phasing_job&)> observe;  // called by each measurement
 
   private:
     class all_others : public worker {
       public:
         explicit all_others(const fixed_selector& selector) : owner(selector) {}
-        void measure(const phasing_job& job) override {
-            measured = job.individual;
-            if (owner.observe) owner.observe(this, job);
+        void measure(std::span<const phasing_job> jobs) override {
+            measured = jobs;
+            for (const phasing_job& job : jobs)
+                if (owner.observe) owner.observe(this, job);
         }
-        int choose(const phasing_job& job, random_source& /*random*/, std::vector<int>& idx) override {
-            EXPECT_EQ(measured, job.individual) << "measure comes before choose";
+        void draw(random_source& random) override {
+            owner.draws.emplace_back(measured.front().individual, random.draw());
+        }
+        int choose(int i, std::vector<int>& idx) override {
             ++owner.n_chosen;
             idx.clear();
             // In descending order: the jobs must sort them.
             for (int h = owner.GH.n_haplotypes() - 1; h >= 0; --h)
-                if (h / 2 != job.individual) idx.push_back(h);
+                if (h / 2 != measured[i].individual) idx.push_back(h);
             if (owner.n_selected >= 0) idx.resize(owner.n_selected);
             return owner.distance;
         }
 
       private:
         const fixed_selector& owner;
-        int measured = -1;
+        std::span<const phasing_job> measured;
     };
 
     static segment_range range_of(const genotype_graph& graph, int first, int last) {

@@ -135,6 +135,17 @@ TEST(PhasingJobs, ThreadsThatWorkSideBySideGiveTheSameGraphs) {
     }
 }
 
+TEST(PhasingJobs, IndividualsDrawInOrder) {
+    for (const int n_threads : {1, 2, 7}) {
+        jobs_of j(n_threads, 40);
+        j.jobs->run(true, false);
+        random_source same(1);
+        ASSERT_EQ(j.selector.draws.size(), 40U);
+        for (int ind = 0; ind < 40; ++ind)
+            EXPECT_EQ(j.selector.draws[ind], std::pair(ind, same.draw())) << n_threads << " threads";
+    }
+}
+
 TEST(PhasingJobs, PassTheRenewalToTheSelector) {
     jobs_of j(1);
     for (const bool renew : {true, false, true}) j.jobs->run(renew, false);

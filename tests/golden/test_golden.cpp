@@ -43,30 +43,55 @@ void run_program(const support::temporary_folder& folder, const std::string& arg
     ASSERT_EQ(end.status, 0) << end.out << end.err;
 }
 
-/// The log without date and running time.
+/// The log without date, running time and the number of threads.
 std::string comparable(const std::string& log) {
-    const std::string dated = std::regex_replace(log, std::regex("Date    : [^\n]*"), "Date    : <date>");
-    return std::regex_replace(dated, std::regex("Running time: [0-9]+"), "Running time: <n>");
+    std::string text = std::regex_replace(log, std::regex("Date    : [^\n]*"), "Date    : <date>");
+    text = std::regex_replace(text, std::regex("Running time: [0-9]+"), "Running time: <n>");
+    text = std::regex_replace(text, std::regex("(Options :.*) -T [0-9]+ "), "$1 ");
+    return std::regex_replace(text, std::regex("Parallelisation: [0-9]+"), "Parallelisation: 1");
+}
+
+void link_data(const support::temporary_folder& folder) {
+    for (const auto& entry : std::filesystem::directory_iterator(GOLDEN_FOLDER "/data"))
+        std::filesystem::create_symlink(entry.path(), folder.at(entry.path().filename().string()));
+}
+
+std::filesystem::path expected_of(const golden_case& c) {
+    return std::filesystem::path(GOLDEN_FOLDER "/expected") / c.name;
+}
+
+void expect_recorded(const support::temporary_folder& folder, const golden_case& c) {
+    EXPECT_EQ(comparable(support::read_file(folder.at("run.log"))),
+              support::read_file(expected_of(c) / "run.log"));
+    EXPECT_TRUE(support::read_file(folder.at("out.haps")) ==
+                support::gunzip(support::read_file(expected_of(c) / "out.haps.gz")))
+        << "haplotypes differ";
 }
 
 class golden : public testing::TestWithParam<golden_case> {};
 
 TEST_P(golden, gives_the_same_bytes) {
     const support::temporary_folder folder;
-    for (const auto& entry : std::filesystem::directory_iterator(GOLDEN_FOLDER "/data"))
-        std::filesystem::create_symlink(entry.path(), folder.at(entry.path().filename().string()));
+    link_data(folder);
     run_program(folder, GetParam().arguments);
-    const std::filesystem::path expected = std::filesystem::path(GOLDEN_FOLDER "/expected") / GetParam().name;
+    const std::filesystem::path expected = expected_of(GetParam());
     if (std::getenv("TOLVANE_RECORD_GOLDEN") != nullptr) {
         std::filesystem::create_directories(expected);
         std::ofstream(expected / "out.haps.gz") << support::gzip(support::read_file(folder.at("out.haps")));
         std::ofstream(expected / "run.log") << comparable(support::read_file(folder.at("run.log")));
         GTEST_SKIP() << "recorded";
     }
-    EXPECT_EQ(comparable(support::read_file(folder.at("run.log"))), support::read_file(expected / "run.log"));
-    EXPECT_TRUE(support::read_file(folder.at("out.haps")) ==
-                support::gunzip(support::read_file(expected / "out.haps.gz")))
-        << "haplotypes differ";
+    expect_recorded(folder, GetParam());
+}
+
+TEST_P(golden, gives_the_same_bytes_with_threads) {
+    for (const int n_threads : {2, 3, 8, 33}) {
+        SCOPED_TRACE(n_threads);
+        const support::temporary_folder folder;
+        link_data(folder);
+        run_program(folder, GetParam().arguments + " -T " + std::to_string(n_threads));
+        expect_recorded(folder, GetParam());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(runs, golden, testing::ValuesIn(read_cases()),

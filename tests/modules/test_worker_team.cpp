@@ -64,13 +64,39 @@ TEST(WorkerTeam, OneThreadRunsOnTheCallerInOrder) {
     }
 }
 
-TEST(WorkerTeam, SeveralThreadsDoNotRunOnTheCaller) {
+TEST(WorkerTeam, TheCallerIsOneOfTheThreads) {
     worker_team team(3);
     EXPECT_FALSE(team.is_single());
     EXPECT_EQ(team.size(), 3);
+    std::atomic<int> n_started = 0;
     record r;
-    team.run(50, [&](int item, int worker) { r.note(item, worker); });
-    EXPECT_FALSE(r.threads.contains(std::this_thread::get_id()));
+    // Each thread waits until all have an item.
+    team.run(3, [&](int item, int worker) {
+        ++n_started;
+        support::wait_until([&] { return n_started == 3; });
+        r.note(item, worker);
+    });
+    EXPECT_EQ(r.threads.size(), 3U);
+    EXPECT_TRUE(r.threads.contains(std::this_thread::get_id()));
+}
+
+TEST(WorkerTeam, ASingleItemRunsOnTheCaller) {
+    worker_team team(3);
+    record r;
+    team.run(1, [&](int item, int worker) { r.note(item, worker); });
+    EXPECT_EQ(r.threads, (std::set<std::thread::id>{std::this_thread::get_id()}));
+}
+
+TEST(WorkerTeam, ThreadsServeOnePassAfterAnother) {
+    worker_team team(4);
+    std::set<std::thread::id> all;
+    for (int pass = 0; pass < 500; ++pass) {
+        record r;
+        team.run(1 + pass % 9, [&](int item, int worker) { r.note(item, worker); });
+        EXPECT_EQ(std::multiset<int>(r.items.begin(), r.items.end()), numbers(1 + pass % 9));
+        all.insert(r.threads.begin(), r.threads.end());
+    }
+    EXPECT_LE(all.size(), 4U) << "no pass starts new threads";
 }
 
 TEST(WorkerTeam, EachWorkerNumberIsOneThread) {

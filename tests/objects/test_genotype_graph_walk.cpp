@@ -457,16 +457,16 @@ TEST(SampleFailure, NaN) {
     }
 }
 
-// ---- maximize
+// ---- best path
 
 ordered_pair maximised(const genotype_graph& graph) {
     random_source draws(1);
     std::vector<chaplotype> haps = blank_pair(graph);
-    graph.maximize(haps, {0, 1}, draws);
+    graph.buildGuesses(haps, {0, 1}, graph.best_path(), draws);
     return texts_of(haps);
 }
 
-TEST(Maximize, FindsTheBestOfAllWalks) {
+TEST(BestPath, FindsTheBestOfAllWalks) {
     std::mt19937 random(6);
     for (int trial = 0; trial < 150; ++trial) {
         genotype_graph graph =
@@ -530,7 +530,7 @@ std::vector<int> best_path(const genotype_graph& graph) {
 
 // Weights of 0.1, 0.2 and 0.3 give many walks with the same product. The rounding of each step decides which
 // one is taken.
-TEST(Maximize, AgreesWithReferenceOnTies) {
+TEST(BestPath, AgreesWithReferenceOnTies) {
     std::mt19937 random(8);
     for (int trial = 0; trial < 400; ++trial) {
         genotype_graph graph = built_from(support::random_genotypes(150, 50, 10, random));
@@ -540,7 +540,7 @@ TEST(Maximize, AgreesWithReferenceOnTies) {
     }
 }
 
-TEST(Maximize, FirstOfEqualWalksWins) {
+TEST(BestPath, FirstOfEqualWalksWins) {
     // All weights are equal. The exit (0, 1) comes first, and it is reached from the first entry.
     EXPECT_EQ(maximised(graph_from(R"(
                   >0 >1 =1 | >1 >0 =1 | >2 >3 =1
@@ -563,13 +563,13 @@ TEST(Maximize, FirstOfEqualWalksWins) {
               ordered_pair("11", "00"));
 }
 
-TEST(Maximize, Homozygote) {
+TEST(BestPath, Homozygote) {
     genotype_graph graph = built_from("0220");
     std::fill(graph.trans_store.begin(), graph.trans_store.end(), 1.0F);
     EXPECT_EQ(maximised(graph), ordered_pair("0110", "0110"));
 }
 
-TEST(Maximize, LongGraphsDoNotUnderflow) {
+TEST(BestPath, LongGraphsDoNotUnderflow) {
     std::mt19937 random(7);
     const std::string genotypes = support::random_genotypes(4000, 50, 2, random);
     genotype_graph graph = built_from(genotypes);
@@ -579,7 +579,7 @@ TEST(Maximize, LongGraphsDoNotUnderflow) {
     EXPECT_TRUE(support::fits(genotypes, pair));
 }
 
-TEST(Maximize, NoPossibleWalkAborts) {
+TEST(BestPath, NoPossibleWalkAborts) {
     const genotype_graph graph = graph_from(R"(
         >0 >1 =0
         [0 1]

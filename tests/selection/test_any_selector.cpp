@@ -59,6 +59,14 @@ const std::vector<any_form> FORMS = {
                 worker_team& team) { return std::make_unique<tree_selector>(set, K, 40, 8000.0, team); }},
 };
 
+/// All three steps of a selection for one job.
+int select(conditioning_selector::worker& worker, const phasing_job& job, random_source& random,
+           std::vector<int>& idx) {
+    worker.measure({&job, 1});
+    worker.draw(random);
+    return worker.choose(0, idx);
+}
+
 class selectors : public ::testing::TestWithParam<any_form> {
   protected:
     support::log_capture silenced;
@@ -96,8 +104,7 @@ TEST_P(selectors, SelectOthersAndThePanel) {
     bool is_panel_selected = false;
     for (const phasing_job& job : selector->list_jobs(draws)) {
         std::vector<int> idx = {-5};
-        worker->measure(job);
-        worker->choose(job, draws, idx);
+        select(*worker, job, draws, idx);
         EXPECT_EQ(idx.size(), static_cast<std::size_t>(K));
         for (const int h : idx) {
             EXPECT_GE(h, 0);
@@ -118,13 +125,31 @@ TEST_P(selectors, SameDrawsGiveTheSameSelectionInAnyWorker) {
         std::vector<int> all, idx;
         for (const phasing_job& job : fresh->list_jobs(same)) {
             if (!with_one_worker) worker = fresh->make_worker();
-            worker->measure(job);
-            all.push_back(worker->choose(job, same, idx));
+            all.push_back(select(*worker, job, same, idx));
             all.insert(all.end(), idx.begin(), idx.end());
         }
         return all;
     };
     EXPECT_EQ(select_all(true), select_all(false));
+}
+
+TEST_P(selectors, JobsTogetherAreSelectedAsOneByOne) {
+    selector->prepare(true, draws);
+    const std::vector<phasing_job> jobs = selector->list_jobs(draws);
+    const auto together = selector->make_worker(), alone = selector->make_worker();
+    random_source one(3), other(3);
+    std::vector<int> idx, expected;
+    for (std::size_t first = 0, end = 0; first < jobs.size(); first = end) {
+        while (end < jobs.size() && jobs[end].individual == jobs[first].individual) ++end;
+        together->measure({jobs.data() + first, end - first});
+        together->draw(one);
+        for (std::size_t j = first; j < end; ++j) {
+            const int distance = select(*alone, jobs[j], other, expected);
+            EXPECT_EQ(together->choose(static_cast<int>(j - first), idx), distance);
+            EXPECT_EQ(idx, expected);
+        }
+    }
+    EXPECT_EQ(one.draw(), other.draw());
 }
 
 TEST_P(selectors, MeasuringAgainReplacesTheMeasurement) {
@@ -133,11 +158,9 @@ TEST_P(selectors, MeasuringAgainReplacesTheMeasurement) {
     const auto first = selector->make_worker(), second = selector->make_worker();
     std::vector<int> once, again;
     random_source one(3), other(3);
-    first->measure(jobs[0]);
-    first->choose(jobs[0], one, once);
-    second->measure(jobs[1]);
-    second->measure(jobs[0]);
-    second->choose(jobs[0], other, again);
+    select(*first, jobs[0], one, once);
+    second->measure({jobs.data() + 1, 2});
+    select(*second, jobs[0], other, again);
     EXPECT_EQ(again, once);
 }
 
@@ -147,11 +170,11 @@ TEST_P(selectors, WorkersKeepTheirMeasurements) {
     const auto first = selector->make_worker(), second = selector->make_worker();
     std::vector<int> alone, beside;
     random_source one(3), other(3);
-    first->measure(jobs[0]);
-    first->choose(jobs[0], one, alone);
-    first->measure(jobs[0]);
-    second->measure(jobs.back());
-    first->choose(jobs[0], other, beside);
+    select(*first, jobs[0], one, alone);
+    first->measure({jobs.data(), 1});
+    second->measure({&jobs.back(), 1});
+    first->draw(other);
+    first->choose(0, beside);
     EXPECT_EQ(beside, alone);
 }
 
@@ -166,8 +189,7 @@ TEST_P(selectors, WorkersOfTwoThreadsAreIndependent) {
         std::vector<int> all, idx;
         for (std::size_t i = 0; i < jobs.size(); ++i) {
             const phasing_job& job = jobs[backwards ? jobs.size() - 1 - i : i];
-            worker.measure(job);
-            all.push_back(worker.choose(job, own, idx));
+            all.push_back(select(worker, job, own, idx));
             all.insert(all.end(), idx.begin(), idx.end());
         }
         return all;
@@ -190,16 +212,13 @@ TEST_P(selectors, UseTheHaplotypesAsOfPrepare) {
     const phasing_job job = selector->list_jobs(draws)[0];
     const auto worker = selector->make_worker();
     std::vector<int> idx;
-    worker->measure(job);
-    const int before = worker->choose(job, draws, idx);
+    const int before = select(*worker, job, draws, idx);
     EXPECT_GT(before, 0);
     // All others become equal to the individual's first haplotype, which counts from the next prepare on.
     for (int h = 2; h < set.n_haplotypes(); ++h) set.vecH[h] = set.vecH[0];
-    worker->measure(job);
-    EXPECT_GT(worker->choose(job, draws, idx), 0);
+    EXPECT_GT(select(*worker, job, draws, idx), 0);
     selector->prepare(false, draws);
-    worker->measure(job);
-    EXPECT_EQ(worker->choose(job, draws, idx), 0) << "the nearest haplotype is equal";
+    EXPECT_EQ(select(*worker, job, draws, idx), 0) << "the nearest haplotype is equal";
 }
 
 INSTANTIATE_TEST_SUITE_P(Selection, selectors, ::testing::ValuesIn(FORMS),

@@ -198,20 +198,35 @@ struct haplotype_set {
     /// Selects among all haplotypes, or among the marked ones.
     int select(int ind, int K, int first, int last, random_source& random, std::vector<int>& idx) {
         hamming_selection selection(H, tiles, n_individuals, K);
-        selection.measure(ind, {first, last, 0, 0});
-        return selection.choose(random, idx);
+        selection.measure(ind, {first, last, 0, 0}, list);
+        selection.draw(random, list);
+        return selection.choose(list, idx);
     }
     int select(const haplotype_mask& mask, int ind, int K, int first, int last, random_source& random,
                std::vector<int>& idx) {
         hamming_selection selection(H, tiles, n_individuals, K);
-        selection.measure(ind, {first, last, 0, 0}, mask);
-        return selection.choose(random, idx);
+        selection.measure(ind, {first, last, 0, 0}, mask, 0, list);
+        selection.draw(random, list);
+        return selection.choose(list, idx);
+    }
+    /// The same if only `early` is marked at first, and `later` is added. Together they are `mask`.
+    int select(const haplotype_mask& early, std::vector<int> later, const haplotype_mask& mask, int ind,
+               int K, int first, int last, random_source& random, std::vector<int>& idx) {
+        hamming_selection selection(H, tiles, n_individuals, K);
+        selection.measure(ind, {first, last, 0, 0}, early, static_cast<int>(later.size()), list);
+        // The memory of another measurement in between must not matter.
+        candidate_list other;
+        selection.measure((ind + 1) % n_individuals, {0, last, 0, 0}, other);
+        selection.add(later, mask, list);
+        selection.draw(random, list);
+        return selection.choose(list, idx);
     }
 
     std::vector<std::string> text;
     int n_individuals;
     std::vector<chaplotype> H;
     haplotype_tiles tiles;
+    candidate_list list;
 };
 
 std::vector<std::string> random_haplotypes(int n, int n_loci, std::mt19937& random) {
@@ -268,11 +283,18 @@ TEST(HammingSelection, AgreesWithReference) {
             expected = K > 0 ? plain.among_all() : std::vector<int>{};
             best = haps.select(ind, K, first, last, draws, idx);
         } else {
-            haplotype_mask mask(haps.text.size());
+            haplotype_mask mask(haps.text.size()), early(haps.text.size());
             for (std::size_t h = 0; h < mask.size(); ++h) mask[h] = random() % 3 > 0;
             mask[2 * ind] = mask[2 * ind + 1] = false;
             expected = K > 0 ? plain.among_marked(mask) : std::vector<int>{};
-            best = haps.select(mask, ind, K, first, last, draws, idx);
+            std::vector<int> later;
+            for (std::size_t h = 0; h < mask.size(); ++h) {
+                early[h] = mask[h] != 0 && random() % 2 > 0;
+                if (mask[h] != early[h]) later.push_back(static_cast<int>(h));
+            }
+            std::shuffle(later.begin(), later.end(), random);
+            best = trial % 4 == 1 ? haps.select(mask, ind, K, first, last, draws, idx)
+                                  : haps.select(early, later, mask, ind, K, first, last, draws, idx);
         }
         ASSERT_EQ(idx, expected) << "trial " << trial;
         if (K == 0) continue;  // nothing is selected, so the distance has no meaning
@@ -281,6 +303,40 @@ TEST(HammingSelection, AgreesWithReference) {
         n_full += static_cast<int>(idx.size()) == K;
     }
     EXPECT_GT(n_full, 200) << "the trials cover a full heap";
+}
+
+// Sets so large that most pairs are beyond any limit and are not listed.
+TEST(HammingSelection, AgreesWithReferenceInLargeSets) {
+    std::mt19937 random(3);
+    constexpr int N = 300, N_LOCI = 60;
+    for (int trial = 0; trial < 40; ++trial) {
+        haplotype_set haps(N, random_haplotypes(2 * N + 20, N_LOCI, random));
+        const int ind = static_cast<int>(random() % N), K = 5 + static_cast<int>(random() % 30);
+        plain_generator generator(trial);
+        plain_selection plain(haps.text, N, ind, K, 0, N_LOCI - 1, generator);
+        std::vector<int> expected, idx;
+        random_source draws(trial);
+        if (trial % 2 == 0) {
+            expected = plain.among_all();
+            haps.select(ind, K, 0, N_LOCI - 1, draws, idx);
+            EXPECT_LT(haps.list.pairs.size(), N / 2U);
+        } else {
+            haplotype_mask mask(haps.text.size()), early(haps.text.size());
+            for (std::size_t h = 0; h < mask.size(); ++h) early[h] = mask[h] = random() % 3 == 0;
+            std::vector<int> later;
+            while (later.size() < static_cast<std::size_t>(K)) {
+                const int h = static_cast<int>(random() % mask.size());
+                if (mask[h] != 0 || h / 2 == ind) continue;
+                mask[h] = 1;
+                later.push_back(h);
+            }
+            for (const int own : {2 * ind, 2 * ind + 1}) early[own] = mask[own] = 0;
+            expected = plain.among_marked(mask);
+            haps.select(early, later, mask, ind, K, 0, N_LOCI - 1, draws, idx);
+        }
+        ASSERT_EQ(idx, expected) << "trial " << trial;
+        ASSERT_EQ(draws.draw(), generator.draw()) << "trial " << trial;
+    }
 }
 
 TEST(HammingSelection, KLargerThanTheSet) {
@@ -403,16 +459,18 @@ TEST(HammingSelectionOfAMask, AppliesToItsMeasurementOnly) {
     hamming_selection selection(haps.H, haps.tiles, 3, 10);
     random_source draws(1);
     std::vector<int> idx;
+    candidate_list list;
     const auto selected = [&] {
-        selection.choose(draws, idx);
+        selection.draw(draws, list);
+        selection.choose(list, idx);
         return std::set<int>(idx.begin(), idx.end());
     };
     const haplotype_mask mask = {0, 1, 0, 0, 0, 1};
-    selection.measure(1, {0, 3, 0, 0}, mask);
+    selection.measure(1, {0, 3, 0, 0}, mask, 0, list);
     EXPECT_EQ(selected(), (std::set<int>{1, 5}));
-    selection.measure(1, {0, 3, 0, 0});
+    selection.measure(1, {0, 3, 0, 0}, list);
     EXPECT_EQ(selected(), (std::set<int>{0, 1, 4, 5}));
-    selection.measure(1, {0, 3, 0, 0}, mask);
+    selection.measure(1, {0, 3, 0, 0}, mask, 0, list);
     EXPECT_EQ(selected(), (std::set<int>{1, 5}));
 }
 
@@ -427,7 +485,17 @@ TEST(HammingSelectionOfAMask, SingleHaplotypesNeedNoDraws) {
 
 // ---- overlap of matches
 
-TEST(NonOverlapping, AgreesWithReference) {
+/// Draws which haplotypes of a pair are taken: 2 for both, 1 for c1 only, 0 for c0 only, -1 for neither.
+int verdict(const chaplotype& c0, const chaplotype& c1, const chaplotype& h0, const chaplotype& h1, int first,
+            int last, random_source& random) {
+    const std::array<double, 2> chance = chances_of_pair(c0, c1, h0, h1, first, last);
+    const bool take0 = chance[0] > random.draw(), take1 = chance[1] > random.draw();
+    if (take0 && take1) return 2;
+    if (take1) return 1;
+    return take0 ? 0 : -1;
+}
+
+TEST(ChancesOfPair, AgreesWithReference) {
     std::mt19937 random(4);
     std::set<int> results;
     for (int trial = 0; trial < 1000; ++trial) {
@@ -438,9 +506,9 @@ TEST(NonOverlapping, AgreesWithReference) {
         plain_generator generator(trial);
         const int expected = overlap_plainly(t[0], t[1], t[2], t[3], first, last, generator);
         random_source draws(trial);
-        ASSERT_EQ(non_overlapping_hamming_distance(haplotype(t[0]), haplotype(t[1]), haplotype(t[2]),
-                                                   haplotype(t[3]), first, last, draws),
-                  expected)
+        ASSERT_EQ(
+            verdict(haplotype(t[0]), haplotype(t[1]), haplotype(t[2]), haplotype(t[3]), first, last, draws),
+            expected)
             << "trial " << trial;
         ASSERT_EQ(draws.draw(), generator.draw()) << "takes two draws";
         results.insert(expected);
@@ -448,45 +516,45 @@ TEST(NonOverlapping, AgreesWithReference) {
     EXPECT_EQ(results, (std::set<int>{-1, 0, 1, 2}));
 }
 
-TEST(NonOverlapping, NoInformativeLocusTakesNeither) {
+TEST(ChancesOfPair, NoInformativeLocusTakesNeither) {
     for (int seed = 1; seed <= 20; ++seed) {
         random_source draws(seed);
         // All four are equal everywhere.
-        EXPECT_EQ(non_overlapping_hamming_distance(haplotype("0101"), haplotype("0101"), haplotype("0101"),
-                                                   haplotype("0101"), 0, 3, draws),
-                  -1);
+        EXPECT_EQ(
+            verdict(haplotype("0101"), haplotype("0101"), haplotype("0101"), haplotype("0101"), 0, 3, draws),
+            -1);
         // No match anywhere.
-        EXPECT_EQ(non_overlapping_hamming_distance(haplotype("1111"), haplotype("1111"), haplotype("0000"),
-                                                   haplotype("0000"), 0, 3, draws),
-                  -1);
+        EXPECT_EQ(
+            verdict(haplotype("1111"), haplotype("1111"), haplotype("0000"), haplotype("0000"), 0, 3, draws),
+            -1);
         plain_generator plain(seed);
         for (int draw = 0; draw < 4; ++draw) plain.draw();
         EXPECT_EQ(draws.draw(), plain.draw()) << "takes two draws each";
     }
 }
 
-TEST(NonOverlapping, MatchesOfOneOnlyAlwaysTakeIt) {
+TEST(ChancesOfPair, MatchesOfOneOnlyAlwaysTakeIt) {
     for (int seed = 1; seed <= 20; ++seed) {
         random_source draws(seed);
         // c0 matches h0 at every locus, c1 never matches h1; then the reverse; then each matches half of the
         // loci.
-        EXPECT_EQ(non_overlapping_hamming_distance(haplotype("0000"), haplotype("0000"), haplotype("0000"),
-                                                   haplotype("1111"), 0, 3, draws),
-                  0);
-        EXPECT_EQ(non_overlapping_hamming_distance(haplotype("1111"), haplotype("1111"), haplotype("0000"),
-                                                   haplotype("1111"), 0, 3, draws),
-                  1);
-        EXPECT_EQ(non_overlapping_hamming_distance(haplotype("0011"), haplotype("0011"), haplotype("0000"),
-                                                   haplotype("1111"), 0, 3, draws),
-                  2);
+        EXPECT_EQ(
+            verdict(haplotype("0000"), haplotype("0000"), haplotype("0000"), haplotype("1111"), 0, 3, draws),
+            0);
+        EXPECT_EQ(
+            verdict(haplotype("1111"), haplotype("1111"), haplotype("0000"), haplotype("1111"), 0, 3, draws),
+            1);
+        EXPECT_EQ(
+            verdict(haplotype("0011"), haplotype("0011"), haplotype("0000"), haplotype("1111"), 0, 3, draws),
+            2);
     }
 }
 
-TEST(NonOverlapping, CountsOnlyLociInTheRange) {
+TEST(ChancesOfPair, CountsOnlyLociInTheRange) {
     random_source draws(1);
     // Outside the range but within its byte, c1 matches everything.
-    EXPECT_EQ(non_overlapping_hamming_distance(haplotype("11001111"), haplotype("11001111"),
-                                               haplotype("00000000"), haplotype("11111111"), 2, 3, draws),
+    EXPECT_EQ(verdict(haplotype("11001111"), haplotype("11001111"), haplotype("00000000"),
+                      haplotype("11111111"), 2, 3, draws),
               0);
 }
 

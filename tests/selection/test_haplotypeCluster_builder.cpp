@@ -26,8 +26,9 @@ std::vector<chaplotype> random_haplotypes(int n, int n_loci, unsigned seed) {
 /// Builds one tree with its own random source.
 haplotypeCluster built(const std::vector<chaplotype>& H, int a, int b, int cluster_size, int least,
                        int seed = 1) {
+    worker_team team(1);
     random_source draws(seed);
-    return haplotypeCluster_builder(H, cluster_size, least).build(a, b, draws);
+    return haplotypeCluster_builder(H, cluster_size, least, team).build(a, b, draws);
 }
 
 TEST(Build, KeepsItsWindow) {
@@ -270,6 +271,7 @@ class plain_tree {
 TEST(Build, AgreesWithReference) {
     std::mt19937 random(1);
     int n_refused = 0, n_closed = 0;
+    std::array<worker_team, 2> teams{worker_team(1), worker_team(3)};
     for (int trial = 0; trial < 60; ++trial) {
         const int n = 200 + static_cast<int>(random() % 500), n_loci = 40 + static_cast<int>(random() % 150);
         // Haplotypes derived from a few founders, so that there are clusters to find.
@@ -288,7 +290,8 @@ TEST(Build, AgreesWithReference) {
         plain_tree plain(texts, start8, span, std::max(K, size), K, generator);
         plain.build();
         random_source draws(trial);
-        const haplotypeCluster tree = haplotypeCluster_builder(H, size, K).build(a, b, draws);
+        const haplotypeCluster tree =
+            haplotypeCluster_builder(H, size, K, teams[trial % 2]).build(a, b, draws);
         ASSERT_EQ(tree.clusters(), plain.clusters) << "trial " << trial;
         ASSERT_EQ(tree.assign(), plain.assign) << "trial " << trial;
         ASSERT_EQ(draws.draw(), generator.draw()) << "trial " << trial;
@@ -299,9 +302,22 @@ TEST(Build, AgreesWithReference) {
     EXPECT_GT(n_refused, 100);
 }
 
+// Branches so large that the threads share them.
+TEST(Build, ThreadsGiveTheSameTree) {
+    const std::vector<chaplotype> H = random_haplotypes(3000, 400, 4);
+    worker_team alone(1), team(3);
+    random_source one(5), other(5);
+    const haplotypeCluster expected = haplotypeCluster_builder(H, 200, 50, alone).build(0, 400, one),
+                           tree = haplotypeCluster_builder(H, 200, 50, team).build(0, 400, other);
+    EXPECT_EQ(tree.clusters(), expected.clusters());
+    EXPECT_EQ(tree.assign(), expected.assign());
+    EXPECT_EQ(one.draw(), other.draw());
+}
+
 TEST(Build, SecondTreeIsIndependent) {
     const std::vector<chaplotype> H = random_haplotypes(200, 64, 2);
-    haplotypeCluster_builder twice(H, 10, 3);
+    worker_team team(1);
+    haplotypeCluster_builder twice(H, 10, 3, team);
     random_source first(1), second(2);
     twice.build(0, 32, first);
     const haplotypeCluster tree = twice.build(0, 64, second), once = built(H, 0, 64, 10, 3, 2);

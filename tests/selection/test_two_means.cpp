@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <map>
 #include <string>
 
 #include "support/haplotype_text.h"
@@ -49,11 +49,15 @@ TEST(TwoMeans, UpdateBothHalves) {
     const auto H =
         haplotypes({"10000000 00000000", "10000000 10000000", "00000000 10000000", "00000000 00000000"});
     two_means means(thinned_loci(H, 0, 2, 0), {0, 1});
-    EXPECT_EQ(means.update(numbers(4), [](int h) { return h != 2; }), std::pair(3, 1));
+    half_sums sums(means.n_loci()), more(means.n_loci());
+    for (const int h : {0, 1}) means.add(h, 0, sums);
+    means.add(2, 1, sums);
+    means.add(3, 0, more);
+    sums += more;
+    EXPECT_EQ(sums.n_members, (std::array<int, 2>{3, 1}));
+    means.update(sums);
     EXPECT_EQ(means.means()[0], (std::vector<float>{2.0F / 3.0F, 1.0F / 3.0F}));
     EXPECT_EQ(means.means()[1], (std::vector<float>{0.0F, 1.0F}));
-    EXPECT_EQ(means.distance(0, 0), 0.0F) << "distances change only when they are tabulated";
-    means.tabulate_distances();
     const float third = 1.0F / 3.0F, to_one = 2.0F / 3.0F - 1.0F;
     EXPECT_EQ(means.distance(0, 0), to_one * to_one + third * third);
     EXPECT_EQ(means.distance(0, 1), 2.0F);
@@ -62,7 +66,9 @@ TEST(TwoMeans, UpdateBothHalves) {
 TEST(TwoMeans, MeanOfAnEmptyHalfIsNaN) {
     const auto H = haplotypes({"10000000", "00000000"});
     two_means means(thinned_loci(H, 0, 1, 0), {0, 1});
-    EXPECT_EQ(means.update({0}, [](int) { return true; }), std::pair(1, 0));
+    half_sums sums(means.n_loci());
+    means.add(0, 0, sums);
+    means.update(sums);
     EXPECT_EQ(means.means()[0][0], 1.0F);
     EXPECT_TRUE(std::isnan(means.means()[1][0]));
 }
@@ -102,18 +108,16 @@ TEST(DrawDistantPair, FindsTwoKinds) {
 // ---- lists of the closest
 
 TEST(TakeClosest, FirstMembersThenOnlyFartherOnes) {
-    const std::map<int, float> distances = {{0, 1}, {1, 3}, {2, 0}, {3, 2}, {4, 4}, {5, 3}};
-    const auto distance = [&](int h) { return distances.at(h); };
     using list = std::vector<std::pair<int, float>>;
     list out;
-    take_closest(numbers(6), 3, distance, out);
+    take_closest(numbers(6), {1, 3, 0, 2, 4, 3}, 3, out);
     // 0, 1 and 2 fill it; 3 is nearer than the farthest, 4 replaces 1, and 5 is nearer than 4.
     EXPECT_EQ(out, (list{{0, 1.0F}, {4, 4.0F}, {2, 0.0F}}));
     out = {{9, 9.0F}, {9, 9.0F}, {9, 9.0F}, {9, 9.0F}};
-    take_closest({2, 0}, 4, distance, out);
+    take_closest({2, 0}, {0, 1}, 4, out);
     EXPECT_EQ(out, (list{{2, 0.0F}, {0, 1.0F}, {9, 9.0F}, {9, 9.0F}})) << "the rest is unchanged";
     out.clear();
-    take_closest({}, 2, distance, out);
+    take_closest({}, {}, 2, out);
     EXPECT_EQ(out, (list{{0, 0.0F}, {0, 0.0F}}));
 }
 

@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <latch>
-#include <set>
-#include <thread>
 #include <vector>
 
 #include "support/plain_generator.h"
@@ -81,40 +78,23 @@ TEST(RandomSource, DrawBelowIsTheFloorOfTheProduct) {
     }
 }
 
-TEST(RandomSource, ThreadsShareOneStream) {
-    constexpr int n_threads = 4, n_draws = 2000;
-    support::plain_generator plain(5);
-    std::multiset<double> expected;
-    for (int i = 0; i < n_threads * n_draws; ++i) expected.insert(plain.draw());
-    random_source random(5);
-    std::vector<std::vector<double>> draws(n_threads);
-    std::vector<std::thread> threads;
-    for (auto& own : draws)
-        threads.emplace_back([&own, &random] {
-            for (int i = 0; i < n_draws; ++i) own.push_back(random.draw());
-        });
-    for (std::thread& thread : threads) thread.join();
-    std::multiset<double> all;
-    for (const auto& own : draws) all.insert(own.begin(), own.end());
-    EXPECT_EQ(all, expected);
+TEST(RandomSource, ACopyGivesTheSameNumbers) {
+    for (const int n_before : {0, 1, 50}) {
+        random_source random(5);
+        random.skip(n_before);
+        random_source copy = random;
+        for (int i = 0; i < 100; ++i) EXPECT_EQ(copy.draw(), random.draw());
+    }
 }
 
-// So many draws that the threads interrupt each other many times. Without a lock, some draws would not move
-// the stream on.
-TEST(RandomSource, ThreadsThatDrawAtTheSameTimeTakeEachNumberOnce) {
-    constexpr int n_threads = 4, n_draws = 1500000;
-    random_source random(5);
-    std::latch start(n_threads);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < n_threads; ++t)
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            for (int i = 0; i < n_draws; ++i) random.draw();
-        });
-    for (std::thread& thread : threads) thread.join();
+TEST(RandomSource, SkipLeavesOutNumbers) {
     support::plain_generator plain(5);
-    for (int i = 0; i < n_threads * n_draws; ++i) plain.draw();
-    EXPECT_EQ(random.draw(), plain.draw());
+    random_source random(5);
+    for (const int n : {0, 1, 31, 32, 33, 1000}) {
+        random.skip(n);
+        for (int i = 0; i < n; ++i) plain.draw();
+        EXPECT_EQ(random.draw(), plain.draw()) << n;
+    }
 }
 
 /// The first index at which the running sum exceeds u * sum; the last one is not tested.
