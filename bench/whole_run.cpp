@@ -78,6 +78,17 @@ long pair_products(const model_work& work) {
     return n;
 }
 
+/// Prints the share of the time in which only one thread can work, and the speed-up to be expected from it
+/// (Amdahl 1967). Threads that wait for the last items of a pass are not in it.
+void print_expected_speed_up(const team_seconds& team, double wall, std::FILE* out) {
+    const double alone = (wall - team.in_passes + team.in_turns) / wall;
+    std::fprintf(out, "    one after another: %.2f %% of the time, %.2f %% in turns; speed-up", 100.0 * alone,
+                 100.0 * team.in_turns / wall);
+    for (const int n : {2, 16, 64, 128})
+        std::fprintf(out, ", %d threads: %.1f", n, 1.0 / (alone + (1.0 - alone) / n));
+    std::fprintf(out, "\n");
+}
+
 /// Runs in a process of its own, so that the memory is that of this run only, and writes one line to `out`.
 void measure(const settings& s, const std::string& folder, std::FILE* out) {
     std::istringstream line("-B " + folder + "/study -M " + folder + "/study.map -O " + folder + "/out -L " +
@@ -107,6 +118,7 @@ void measure(const settings& s, const std::string& folder, std::FILE* out) {
         static_cast<double>(values(cost.model)), static_cast<double>(pair_products(cost.model)),
         kernels / cpu, share(t.start), share(cost.selection_seconds), share(cost.model_seconds), share(rest),
         share(t.end));
+    if (s.threads == 1) print_expected_speed_up(run.seconds_of_team(), t.wall, out);
     if (s.each_kernel)
         for (const bench::kernel_time& time : times_of_kernels)
             std::fprintf(out, "    %-13s %9.3g values of %.3f ns: %5.2f s\n", time.kernel.c_str(),

@@ -1,29 +1,15 @@
 #include "chain/phasing_jobs.h"
 
 #include <algorithm>
-#include <chrono>
 
 #include "utils/assertion.h"
 #include "utils/lfile.h"
 #include "utils/my_exception.h"
+#include "utils/stopwatch.h"
 
 namespace {
 
 constexpr double MOST_AMBIGUOUS = 0.9;  // share of variants at which real people are heterozygous or missing
-
-/// Measures the seconds between calls of lap().
-class stopwatch {
-  public:
-    double lap() {
-        const clock::time_point before = now;
-        now = clock::now();
-        return std::chrono::duration<double>(now - before).count();
-    }
-
-  private:
-    using clock = std::chrono::steady_clock;
-    clock::time_point now = clock::now();
-};
 
 /// Index of the first job of each individual, then the number of jobs.
 std::vector<int> starts_of_individuals(const std::vector<phasing_job>& jobs) {
@@ -83,7 +69,7 @@ int phasing_jobs::run(bool renew, bool skip_matched) {
     const std::vector<int> starts = starts_of_individuals(jobs);
     for (worker& w : workers) w.n_underflows = 0;
     preparing_seconds += watch.lap();
-    turn_order turns(team.size());
+    turn_order turns(team);
     team.run(static_cast<int>(starts.size()) - 1, [&](int i, int number) {
         const std::span of_individual(jobs.begin() + starts[i], jobs.begin() + starts[i + 1]);
         run_individual(i, of_individual, turns, skip_matched, workers[number]);

@@ -37,6 +37,9 @@ class phaser {
     /// Cost of all jobs of the chain so far, for benchmarks.
     job_cost cost_of_jobs() const { return jobs->cost(); }
 
+    /// Time that threads can share, for benchmarks.
+    team_seconds seconds_of_team() const { return team.seconds; }
+
   private:
     void check_input();
 

@@ -42,13 +42,13 @@ std::vector<genotype_graph> build_graphs(const genotype_store& genotypes, worker
 }
 
 void sample_haplotypes(genhap_set& set, bool uniform, worker_team& team, random_source& random) {
-    turn_order turns(team.size());
+    turn_order turns(team);
     team.run(set.n_individuals(),
              [&](int ind, int /*worker*/) { sample_in_turn(set, ind, uniform, turns, random); });
 }
 
 void sample_first_haplotypes(genhap_set& set, worker_team& team, random_source& random) {
-    turn_order turns(team.size());
+    turn_order turns(team);
     run_pass(team, {"Sampling haplotypes", "Sampling haplotypes"}, set.n_individuals(),
              [&](int ind) { sample_in_turn(set, ind, true, turns, random); });
 }
@@ -64,7 +64,7 @@ void normalise_graphs(genhap_set& set, worker_team& team) {
 }
 
 void solve_haplotypes(genhap_set& set, worker_team& team, random_source& random) {
-    turn_order turns(team.size());
+    turn_order turns(team);
     run_pass(team, {"Solving haplotypes", "Solving haplotypes"}, set.n_individuals(), [&](int ind) {
         const std::vector<int> path = set.vecG[ind].best_path();
         turns.take(ind, [&] { set.vecG[ind].buildGuesses(set.vecH, haplotypes_of(ind), path, random); });

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "utils/lfile.h"
+#include "utils/stopwatch.h"
 
 worker_team::worker_team(int n_threads) : n_workers(std::max(n_threads, 1)) {}
 
@@ -30,7 +31,17 @@ void worker_team::start_threads() {
 }
 
 void worker_team::run(int n_items, const std::function<void(int item, int worker)>& work) {
-    if (is_single() || n_items < 2) {
+    if (n_items < 2) {
+        if (n_items == 1) work(0, 0);
+        return;
+    }
+    stopwatch watch;
+    run_items(n_items, work);
+    seconds.in_passes += watch.lap();
+}
+
+void worker_team::run_items(int n_items, const std::function<void(int item, int worker)>& work) {
+    if (is_single()) {
         for (int item = 0; item < n_items; ++item) work(item, 0);
         return;
     }

@@ -7,6 +7,13 @@
 #include <thread>
 #include <vector>
 
+/// Where the time of a team of one thread goes, for benchmarks. What is in passes, but not in turns, can be
+/// done by any number of threads at the same time.
+struct team_seconds {
+    double in_passes = 0.0;  // of two items or more
+    double in_turns = 0.0;   // of those, the parts that turn_order puts in order
+};
+
 /// The threads of a run. They take the items of a pass one by one, since items differ widely in cost. The
 /// calling thread is one of them; the others are started by the first pass that needs them and then wait for
 /// the next one, so that a pass can be short.
@@ -27,7 +34,10 @@ class worker_team {
     /// size() - 1. Returns when all items are done. Ends the run if threads run out. Passes must not overlap.
     void run(int n_items, const std::function<void(int item, int worker)>& work);
 
+    team_seconds seconds;
+
   private:
+    void run_items(int n_items, const std::function<void(int item, int worker)>& work);
     void start_threads();
     void wait_for_passes(int worker);
     void take_items(int worker);

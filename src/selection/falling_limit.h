@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <numeric>
 #include <vector>
 
 #include "objects/chaplotype.h"
@@ -17,6 +18,10 @@ class falling_limit {
         counts.assign(largest + 1, 0);
     }
     int limit() const { return n > 0 && n >= capacity ? top : DISTANCE_BEYOND_LIMIT; }
+    /// Number of distances seen that are at most `distance`, which must be below the limit.
+    int n_up_to(int distance) const {
+        return std::accumulate(counts.begin(), counts.begin() + distance + 1, 0);
+    }
     void add(int distance) {
         if (capacity < 1 || distance >= limit()) return;
         ++counts[distance];

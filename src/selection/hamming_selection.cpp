@@ -46,6 +46,7 @@ void hamming_selection::begin(int ind, const segment_range& range, candidate_lis
     out.individual = ind;
     out.range = range;
     out.pairs.clear();
+    out.to_draw.clear();
 }
 
 /// Lists the tiles that hold a marked haplotype of an individual, or any of the panel. Branch-free, since
@@ -83,10 +84,14 @@ void hamming_selection::list_pairs(const haplotype_mask* mask, int n_more, candi
         const int limit = bound.limit(), least = std::min(has0 ? nearest(first) : DISTANCE_BEYOND_LIMIT,
                                                           has1 ? nearest(first + 1) : DISTANCE_BEYOND_LIMIT);
         if (least >= limit || first == 2 * list.individual) continue;
-        list.pairs.push_back(candidate(first, mask, limit, list));
-        if (has0 && has1 && !have_one_target(first)) continue;
-        if (has0) bound.add(nearest(first));
-        if (has1) bound.add(nearest(first + 1));
+        pair_candidate pair = candidate(first, mask, limit, list);
+        if (pair.needs_draws) {
+            for (int i = 0; i < 2; ++i) pair.n_nearer[i] = bound.n_up_to(pair.distance[i]);
+            list.to_draw.push_back(static_cast<int>(list.pairs.size()));
+        } else {
+            for (const int distance : pair.distance) bound.add(distance);
+        }
+        list.pairs.push_back(pair);
     }
     list.panel[0].assign(distances.d0.begin() + n_study, distances.d0.begin() + static_cast<long>(H.size()));
     list.panel[1].assign(distances.d1.begin() + n_study, distances.d1.begin() + static_cast<long>(H.size()));
@@ -96,7 +101,7 @@ void hamming_selection::list_pairs(const haplotype_mask* mask, int n_more, candi
 /// heap does not exceed at this pair.
 pair_candidate hamming_selection::candidate(int first, const haplotype_mask* mask, int limit,
                                             const candidate_list& list) const {
-    pair_candidate pair{first, {DISTANCE_BEYOND_LIMIT, DISTANCE_BEYOND_LIMIT}, false, {}};
+    pair_candidate pair{first, {DISTANCE_BEYOND_LIMIT, DISTANCE_BEYOND_LIMIT}, limit};
     for (int i = 0; i < 2; ++i)
         if (mask == nullptr || (*mask)[first + i] != 0) pair.distance[i] = nearest(first + i);
     pair.needs_draws = std::max(pair.distance[0], pair.distance[1]) < limit && !have_one_target(first);
@@ -125,32 +130,72 @@ void hamming_selection::add(std::vector<int>& more, const haplotype_mask& mask, 
         if (marked_tiles.empty() || marked_tiles.back() != tile) marked_tiles.push_back(tile);
     }
     scan(marked_tiles, list);
-    added.clear();
-    for (const int h : more) {
-        const int first = h & ~1;
-        const bool is_other = h < n_study && first != 2 * list.individual;
-        if (is_other && (added.empty() || added.back().first != first))
-            added.push_back(candidate(first, &mask, DISTANCE_BEYOND_LIMIT, list));
+
+    // Merges the pairs of `more` into the list, where they replace what was listed for the same pair.
+    merged.clear();
+    list.to_draw.clear();
+    const auto take = [&](const pair_candidate& pair, bool concerns_draws) {
+        if (concerns_draws) list.to_draw.push_back(static_cast<int>(merged.size()));
+        merged.push_back(pair);
+    };
+    std::size_t next = 0;
+    const auto take_listed_before = [&](int first) {
+        for (; next < list.pairs.size() && list.pairs[next].first < first; ++next)
+            take(list.pairs[next], list.pairs[next].needs_draws);
+    };
+    for (std::size_t i = 0; i < more.size() && more[i] < n_study; ++i) {
+        const int first = more[i] & ~1;
+        const bool is_second = i > 0 && (more[i - 1] & ~1) == first;
+        if (is_second || first == 2 * list.individual) continue;
+        take_listed_before(first);
+        pair_candidate pair = added_pair(first, mask, {list.pairs.data(), next}, list);
+        if (next < list.pairs.size() && list.pairs[next].first == first) {
+            const auto [d0, d1] = list.pairs[next++].distance;
+            pair.replaced = std::min(d0, d1);
+        }
+        take(pair, true);
     }
-    // The added ones come first in a tie, and replace what was listed for the same pair.
-    merged.resize(added.size() + list.pairs.size());
-    const auto is_before = [](const pair_candidate& a, const pair_candidate& b) { return a.first < b.first; };
-    const auto is_same = [](const pair_candidate& a, const pair_candidate& b) { return a.first == b.first; };
-    std::merge(added.begin(), added.end(), list.pairs.begin(), list.pairs.end(), merged.begin(), is_before);
-    merged.erase(std::unique(merged.begin(), merged.end(), is_same), merged.end());
+    take_listed_before(n_study);
     list.pairs.swap(merged);
 }
 
+/// The candidate for an added pair. `before` are those that were listed for earlier pairs.
+pair_candidate hamming_selection::added_pair(int first, const haplotype_mask& mask,
+                                             std::span<const pair_candidate> before,
+                                             const candidate_list& list) const {
+    const int limit = before.empty() ? DISTANCE_BEYOND_LIMIT : before.back().limit;
+    pair_candidate pair = candidate(first, &mask, limit, list);
+    for (std::size_t j = 0; pair.needs_draws && j < before.size(); ++j)
+        for (int i = 0; !before[j].needs_draws && i < 2; ++i)
+            pair.n_nearer[i] += int{before[j].distance[0] <= pair.distance[i]} +
+                                int{before[j].distance[1] <= pair.distance[i]};
+    return pair;
+}
+
 void hamming_selection::draw(random_source& random, candidate_list& list) {
-    bound.restart(n_wanted, largest_distance(list.range));
-    for (pair_candidate& pair : list.pairs) {
-        const int limit = bound.limit();
-        const bool is_near[2] = {pair.distance[0] < limit, pair.distance[1] < limit};
-        if (is_near[0] && is_near[1] && pair.needs_draws)
+    offered.clear();
+    withdrawn.clear();
+    for (const int number : list.to_draw) {
+        pair_candidate& pair = list.pairs[number];
+        if (pair.needs_draws && is_near(pair, 0) && is_near(pair, 1))
             for (int i = 0; i < 2; ++i) pair.is_taken[i] = pair.chance[i] > random.draw();
         for (int i = 0; i < 2; ++i)
-            if (is_near[i] && pair.is_taken[i]) bound.add(pair.distance[i]);
+            if (pair.is_taken[i]) offered.push_back(pair.distance[i]);
+        if (pair.replaced != DISTANCE_BEYOND_LIMIT) withdrawn.push_back(pair.replaced);
     }
+}
+
+/// Whether haplotype `i` of a pair is below the limit of the heap: whether fewer than K of those offered
+/// before are at most as far. It does not matter that this also counts those which were beyond the limit
+/// themselves, since then K others are nearer.
+bool hamming_selection::is_near(const pair_candidate& pair, int i) const {
+    const int distance = pair.distance[i];
+    const auto n_up_to = [distance](const std::vector<int>& some) {
+        int n = 0;
+        for (const int d : some) n += d <= distance;
+        return n;
+    };
+    return n_wanted < 1 || pair.n_nearer[i] + n_up_to(offered) - n_up_to(withdrawn) < n_wanted;
 }
 
 int hamming_selection::choose(const candidate_list& list, std::vector<int>& idx) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <vector>
 
 #include "objects/chaplotype.h"
@@ -16,11 +17,17 @@ using haplotype_mask = std::vector<unsigned char>;
 
 /// The two haplotypes of another individual that may be near enough to be selected.
 struct pair_candidate {
-    int first;                     // the first haplotype; the second one is first + 1
-    std::array<int, 2> distance;   // to the nearer target; DISTANCE_BEYOND_LIMIT if it is not offered
-    bool needs_draws;              // whether, if both are near enough, draws decide which of them are taken
-    std::array<double, 2> chance;  // of each to be taken by a draw
+    int first;                    // the first haplotype; the second one is first + 1
+    std::array<int, 2> distance;  // to the nearer target; DISTANCE_BEYOND_LIMIT if it is not offered
+    int limit;                    // at least that of the heap when the pair is offered
+    /// Whether, if both are near enough, draws decide which of them are taken.
+    bool needs_draws = false;
+    std::array<double, 2> chance{};               // of each to be taken by a draw
     std::array<bool, 2> is_taken = {true, true};  // what the draws decided
+    /// For each, the number of haplotypes offered before that need no draws and are at most as far.
+    std::array<int, 2> n_nearer{};
+    /// The distance of the haplotype that the list had instead of this pair; DISTANCE_BEYOND_LIMIT if none.
+    int replaced = DISTANCE_BEYOND_LIMIT;
 };
 
 /// A selection in progress: the candidates for one individual in one range of loci, in ascending order.
@@ -28,6 +35,7 @@ struct candidate_list {
     int individual = -1;
     segment_range range{};
     std::vector<pair_candidate> pairs;
+    std::vector<int> to_draw;               // of those, the ones that concern the draws
     std::array<std::vector<int>, 2> panel;  // distances of the panel's haplotypes to each target
 };
 
@@ -42,7 +50,8 @@ struct candidate_list {
 ///
 /// 1. measure computes all distances in one scan of the packed haplotypes, and lists the pairs that can be
 ///    below the limit whatever the draws will be;
-/// 2. draw follows the limit along that list and takes the draws;
+/// 2. draw looks at the listed pairs that may need draws: a haplotype is below the limit if fewer than K of
+///    those offered before it are at most as far. Most of these are known from step 1;
 /// 3. choose offers the list to the heap.
 ///
 /// Use one object for many selections: it keeps its memory, so that a selection allocates nothing.
@@ -77,6 +86,9 @@ class hamming_selection {
     void list_pairs(const haplotype_mask* mask, int n_more, candidate_list& list);
     pair_candidate candidate(int first, const haplotype_mask* mask, int limit,
                              const candidate_list& list) const;
+    pair_candidate added_pair(int first, const haplotype_mask& mask, std::span<const pair_candidate> before,
+                              const candidate_list& list) const;
+    bool is_near(const pair_candidate& pair, int i) const;
     bool have_one_target(int first) const;
     std::array<double, 2> chances(int first, const candidate_list& list) const;
     void offer_pair(const pair_candidate& pair, closest_heap& found) const;
@@ -90,7 +102,8 @@ class hamming_selection {
     std::vector<int> marked_tiles;
     target_distances distances;
     falling_limit bound;
-    std::vector<pair_candidate> added, merged;
+    std::vector<pair_candidate> merged;
+    std::vector<int> offered, withdrawn;  // distances, in addition to those that n_nearer counts
     std::vector<haplotype_distance> heap;
 };
 

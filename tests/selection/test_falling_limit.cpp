@@ -18,6 +18,8 @@ TEST(FallingLimit, IsTheKthSmallestDistance) {
             for (int i = 0; i < 400; ++i) {
                 const bool is_full = static_cast<int>(all.size()) >= K;
                 ASSERT_EQ(falling.limit(), is_full ? all[K - 1] : DISTANCE_BEYOND_LIMIT) << i << " of " << K;
+                for (int d = 0; d < std::min(falling.limit(), largest + 1); ++d)
+                    ASSERT_EQ(falling.n_up_to(d), std::upper_bound(all.begin(), all.end(), d) - all.begin());
                 all.push_back(static_cast<int>(random() % static_cast<unsigned>(largest + 1)));
                 falling.add(all.back());
                 std::sort(all.begin(), all.end());
