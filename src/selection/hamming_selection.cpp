@@ -47,6 +47,7 @@ void hamming_selection::begin(int ind, const segment_range& range, candidate_lis
     out.range = range;
     out.pairs.clear();
     out.to_draw.clear();
+    out.added.clear();
 }
 
 /// Lists the tiles that hold a marked haplotype of an individual, or any of the panel. Branch-free, since
@@ -131,32 +132,19 @@ void hamming_selection::add(std::vector<int>& more, const haplotype_mask& mask, 
     }
     scan(marked_tiles, list);
 
-    // Merges the pairs of `more` into the list, where they replace what was listed for the same pair.
-    merged.clear();
-    list.to_draw.clear();
-    const auto take = [&](const pair_candidate& pair, bool concerns_draws) {
-        if (concerns_draws) list.to_draw.push_back(static_cast<int>(merged.size()));
-        merged.push_back(pair);
-    };
-    std::size_t next = 0;
-    const auto take_listed_before = [&](int first) {
-        for (; next < list.pairs.size() && list.pairs[next].first < first; ++next)
-            take(list.pairs[next], list.pairs[next].needs_draws);
-    };
+    list.added.clear();
+    const auto is_before = [](const pair_candidate& pair, int first) { return pair.first < first; };
+    auto listed = list.pairs.begin();
     for (std::size_t i = 0; i < more.size() && more[i] < n_study; ++i) {
         const int first = more[i] & ~1;
         const bool is_second = i > 0 && (more[i - 1] & ~1) == first;
         if (is_second || first == 2 * list.individual) continue;
-        take_listed_before(first);
-        pair_candidate pair = added_pair(first, mask, {list.pairs.data(), next}, list);
-        if (next < list.pairs.size() && list.pairs[next].first == first) {
-            const auto [d0, d1] = list.pairs[next++].distance;
-            pair.replaced = std::min(d0, d1);
-        }
-        take(pair, true);
+        listed = std::lower_bound(listed, list.pairs.end(), first, is_before);
+        pair_candidate pair = added_pair(first, mask, {list.pairs.begin(), listed}, list);
+        if (listed != list.pairs.end() && listed->first == first)
+            pair.replaced = std::min(listed->distance[0], listed->distance[1]);
+        list.added.push_back(pair);
     }
-    take_listed_before(n_study);
-    list.pairs.swap(merged);
 }
 
 /// The candidate for an added pair. `before` are those that were listed for earlier pairs.
@@ -175,14 +163,21 @@ pair_candidate hamming_selection::added_pair(int first, const haplotype_mask& ma
 void hamming_selection::draw(random_source& random, candidate_list& list) {
     offered.clear();
     withdrawn.clear();
+    auto added = list.added.begin();
     for (const int number : list.to_draw) {
-        pair_candidate& pair = list.pairs[number];
-        if (pair.needs_draws && is_near(pair, 0) && is_near(pair, 1))
-            for (int i = 0; i < 2; ++i) pair.is_taken[i] = pair.chance[i] > random.draw();
-        for (int i = 0; i < 2; ++i)
-            if (pair.is_taken[i]) offered.push_back(pair.distance[i]);
-        if (pair.replaced != DISTANCE_BEYOND_LIMIT) withdrawn.push_back(pair.replaced);
+        for (; added != list.added.end() && added->first < list.pairs[number].first; ++added)
+            draw_pair(*added, random);
+        draw_pair(list.pairs[number], random);
     }
+    for (; added != list.added.end(); ++added) draw_pair(*added, random);
+}
+
+void hamming_selection::draw_pair(pair_candidate& pair, random_source& random) {
+    if (pair.needs_draws && is_near(pair, 0) && is_near(pair, 1))
+        for (int i = 0; i < 2; ++i) pair.is_taken[i] = pair.chance[i] > random.draw();
+    for (int i = 0; i < 2; ++i)
+        if (pair.is_taken[i]) offered.push_back(pair.distance[i]);
+    if (pair.replaced != DISTANCE_BEYOND_LIMIT) withdrawn.push_back(pair.replaced);
 }
 
 /// Whether haplotype `i` of a pair is below the limit of the heap: whether fewer than K of those offered
@@ -201,7 +196,12 @@ bool hamming_selection::is_near(const pair_candidate& pair, int i) const {
 int hamming_selection::choose(const candidate_list& list, std::vector<int>& idx) {
     idx.clear();
     closest_heap found(n_wanted, heap);
-    for (const pair_candidate& pair : list.pairs) offer_pair(pair, found);
+    auto added = list.added.begin();
+    for (const pair_candidate& pair : list.pairs) {
+        for (; added != list.added.end() && added->first < pair.first; ++added) offer_pair(*added, found);
+        if (added == list.added.end() || added->first != pair.first) offer_pair(pair, found);
+    }
+    for (; added != list.added.end(); ++added) offer_pair(*added, found);
     // A haplotype of the panel is offered once for each target; both entries may stay. It is pushed whatever
     // the limit, and the heap is trimmed.
     for (int h = n_study; h < static_cast<int>(H.size()); ++h) {

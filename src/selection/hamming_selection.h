@@ -35,7 +35,8 @@ struct candidate_list {
     int individual = -1;
     segment_range range{};
     std::vector<pair_candidate> pairs;
-    std::vector<int> to_draw;               // of those, the ones that concern the draws
+    std::vector<int> to_draw;               // of those, the ones that may need draws
+    std::vector<pair_candidate> added;      // each stands for what `pairs` has for the same two haplotypes
     std::array<std::vector<int>, 2> panel;  // distances of the panel's haplotypes to each target
 };
 
@@ -88,6 +89,7 @@ class hamming_selection {
                              const candidate_list& list) const;
     pair_candidate added_pair(int first, const haplotype_mask& mask, std::span<const pair_candidate> before,
                               const candidate_list& list) const;
+    void draw_pair(pair_candidate& pair, random_source& random);
     bool is_near(const pair_candidate& pair, int i) const;
     bool have_one_target(int first) const;
     std::array<double, 2> chances(int first, const candidate_list& list) const;
@@ -102,7 +104,6 @@ class hamming_selection {
     std::vector<int> marked_tiles;
     target_distances distances;
     falling_limit bound;
-    std::vector<pair_candidate> merged;
     std::vector<int> offered, withdrawn;  // distances, in addition to those that n_nearer counts
     std::vector<haplotype_distance> heap;
 };
