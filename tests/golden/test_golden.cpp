@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -30,14 +31,21 @@ std::vector<golden_case> read_cases() {
     return cases;
 }
 
+/// The program that was built, or another one, such as the program under emulation.
+std::string program() {
+    const char* other = std::getenv("TOLVANE_GOLDEN_PROGRAM");
+    return other != nullptr ? other : TOLVANE_PROGRAM;
+}
+
 void run_program(const support::temporary_folder& folder, const std::string& arguments) {
+    const std::string name = program();
     const auto end = support::run_in_child([&] {
         std::istringstream stream(arguments + " -O out -L run.log");
         const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
-        std::vector<char*> argv{const_cast<char*>(TOLVANE_PROGRAM)};
+        std::vector<char*> argv{const_cast<char*>(name.c_str())};
         for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
         argv.push_back(nullptr);
-        if (::chdir(folder.path().c_str()) == 0) ::execv(TOLVANE_PROGRAM, argv.data());
+        if (::chdir(folder.path().c_str()) == 0) ::execv(name.c_str(), argv.data());
         ::_exit(127);
     });
     ASSERT_EQ(end.status, 0) << end.out << end.err;
