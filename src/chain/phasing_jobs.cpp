@@ -47,7 +47,7 @@ phasing_jobs::~phasing_jobs() = default;
 std::string phasing_jobs::advice_on_few(const phasing_job& job, std::size_t n) const {
     constexpr int LEAST_HAPLOTYPES = 12;  // of six people
     if (GH.n_haplotypes() < LEAST_HAPLOTYPES)
-        return "Phasing needs at least six people, or a reference panel (--input-ref).";
+        return "Phasing needs more individuals, or a reference panel (--input-ref).";
     const genotype_graph& graph = GH.vecG[job.individual];
     int n_ambiguous = 0;
     for (int l = job.range.first_locus; l <= job.range.last_locus; ++l)
@@ -59,7 +59,7 @@ std::string phasing_jobs::advice_on_few(const phasing_job& job, std::size_t n) c
         return found + ", who is heterozygous or missing at " + std::to_string(n_ambiguous) + " of " +
                std::to_string(n_loci) +
                " variants of a window. No real person is: check how the genotypes were called or converted.";
-    return found + ": use --states 5 or more.";
+    return found + ": use --states 5 or more, a larger --window, more individuals or a reference panel.";
 }
 
 int phasing_jobs::run(bool renew, bool skip_matched) {

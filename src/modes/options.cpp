@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <boost/program_options.hpp>
+#include <cctype>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <numeric>
 #include <ostream>
+#include <set>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -195,14 +197,42 @@ std::size_t edit_distance(const std::string& a, const std::string& b) {
     return row.back();
 }
 
-/// Message for a word that is no option and no value of one. Names the option that is spelled most like it.
+/// The option that a word may mean: one of which it is a part, or that is spelled nearly like it; else empty.
+std::string nearest_option(const std::string& word) {
+    std::string given = word.substr(std::min(word.find_first_not_of('-'), word.size()));
+    for (char& c : given) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    std::string nearest;
+    std::size_t least = given.size() / 2 + 1;  // a word of which half is wrong may mean anything
+    for (const option_row& row : OPTIONS) {
+        const std::string name = long_name(row);
+        const bool is_part = given.size() > 2 && name.find(given) != std::string::npos;
+        const std::size_t distance = is_part ? 0 : edit_distance(given, name);
+        if (distance >= least) continue;
+        least = distance;
+        nearest = name;
+    }
+    return nearest;
+}
+
+/// Message for a word that is no option and no value of one.
 std::string unexpected(const std::string& word) {
-    const std::string given = word.substr(std::min(word.find_first_not_of('-'), word.size()));
-    const auto distance = [&given](const option_row& row) { return edit_distance(given, long_name(row)); };
-    const auto nearest =
-        std::min_element(std::begin(OPTIONS), std::end(OPTIONS),
-                         [&](const auto& a, const auto& b) { return distance(a) < distance(b); });
-    return "unexpected word '" + word + "'; the nearest option is --" + long_name(*nearest);
+    const std::string nearest = nearest_option(word);
+    return "unexpected word '" + word + "'" + (nearest.empty() ? "" : "; did you mean --" + nearest + "?");
+}
+
+/// Message for the first mistake that the library accepts: a word that belongs to no option, an option in the
+/// place of a value, a "=" behind a short option, or an option given twice. Empty if there is none.
+std::string first_slip(const std::vector<po::option>& words) {
+    std::set<std::string> given;
+    for (const po::option& word : words) {
+        if (word.position_key >= 0) return unexpected(word.value.front());
+        if (!given.insert(word.string_key).second)
+            return "option '--" + word.string_key + "' cannot be specified more than once";
+        for (const std::string& value : word.value)
+            if (value.starts_with("--") || value.starts_with('='))
+                return "'" + value + "' is not a value of option '--" + word.string_key + "'";
+    }
+    return {};
 }
 
 /// Copies a value that the library has parsed.
@@ -224,8 +254,9 @@ double run_options::tree_size() const {
 bool is_strict(const std::vector<std::string>& args) {
     const auto asks = [](const std::string& word) {
         using std::operator""sv;
-        return (word.starts_with("--str") && "--strict"sv.starts_with(word)) ||
-               (word.starts_with("--ch") && "--check"sv.starts_with(word));
+        const std::string name = word.substr(0, word.find('='));
+        return (name.starts_with("--str") && "--strict"sv.starts_with(name)) ||
+               (name.starts_with("--ch") && "--check"sv.starts_with(name));
     };
     return std::any_of(args.begin(), args.end(), asks);
 }
@@ -237,9 +268,10 @@ std::string parse_options(const std::vector<std::string>& args, long start, run_
         po::variables_map parsed;
         const po::parsed_options words =
             po::command_line_parser(spelled_out(args)).options(descriptions).run();
-        if (is_strict(args))
-            for (const po::option& word : words.options)
-                if (word.position_key >= 0) return unexpected(word.value.front());
+        if (is_strict(args)) {
+            const std::string slip = first_slip(words.options);
+            if (!slip.empty()) return slip;
+        }
         po::store(words, parsed);
         po::notify(parsed);
         for (const option_row& row : OPTIONS)

@@ -22,6 +22,26 @@ namespace {
 constexpr double BYTES_PER_GENOTYPE = 50.0;  // until the first pruning
 constexpr double PROGRAM_GB = 0.01;
 
+/// Refuses options and data with which the run would end later, by an assertion or a signal.
+void refuse_failing(const run_options& o, const run_input& input) {
+    constexpr int LEAST_STATES = 5, LEAST_HAPLOTYPES = 12;
+    const auto expect_at_least = [](int least, int found, const std::string& what, const std::string& unit) {
+        if (found < least)
+            LOG.refuse("run-fails", what, 0, std::to_string(found) + unit,
+                       "at least " + std::to_string(least));
+    };
+    const int n_haplotypes =
+        2 * static_cast<int>(input.study.ind_ids.size()) + static_cast<int>(input.panel.size());
+    expect_at_least(LEAST_STATES, o.states.value, "--states", "");
+    expect_at_least(LEAST_HAPLOTYPES, n_haplotypes, "study and panel", " haplotypes");
+    if (o.burn.value > 0) expect_at_least(1, o.cluster_burn.value, "--cluster_burn", "");
+    expect_at_least(1, o.cluster_prune.value, "--cluster_prune", "");
+    expect_at_least(1, o.cluster_main.value, "--cluster_main", "");
+    if (o.uses_trees())
+        expect_at_least(std::max(o.states.value, static_cast<int>(o.tree_size())) + 1, n_haplotypes,
+                        "study and panel", " haplotypes for trees, whose clusters have at least --states");
+}
+
 /// The graphs represent the genotypes, which are freed on return.
 genhap_set build_graphs(run_input input, worker_team& team) {
     std::vector<genotype_graph> graphs = build_graphs(input.study, team);
@@ -70,6 +90,7 @@ void phaser::phase() {
 
 void phaser::check_input() {
     const run_input input = read_input(options, outputs);
+    refuse_failing(options, input);
     const double n_genotypes = static_cast<double>(input.study.ind_ids.size()) * input.study.snps.size();
     LOG.println("\nChecked " + std::to_string(input.study.ind_ids.size()) + " individuals and " +
                 std::to_string(input.study.snps.size()) + " variants");
@@ -81,7 +102,9 @@ void phaser::check_input() {
 }
 
 void phaser::read_files_and_initialise() {
-    haplotypes = build_graphs(read_input(options, outputs), team);
+    run_input input = read_input(options, outputs);
+    refuse_failing(options, input);
+    haplotypes = build_graphs(std::move(input), team);
     haplotypes.summarise();
     sample_first_haplotypes(haplotypes, team, random);
     const int n_haplotypes = haplotypes.n_haplotypes();

@@ -63,6 +63,16 @@ void check_name(const std::string& option, const std::string& name) {
         LOG.refuse("output-name", option, 0, "[" + name + "]", "a name with a letter before the extension");
 }
 
+/// Ends the run if an output can't be written. Creates nothing.
+void check_creatable(const std::string& name) {
+    const std::string folder = std::filesystem::path(futils::destination(name)).parent_path();
+    const bool exists = std::filesystem::exists(name);
+    const bool can_be_written =
+        exists ? !std::filesystem::is_directory(name) : std::filesystem::is_directory(folder);
+    if (!can_be_written || ::access(exists ? name.c_str() : folder.c_str(), W_OK) != 0)
+        LOG.error(futils::cannotCreate(name));
+}
+
 void check_readable(const std::string& file) {
     if (!futils::isFile(file)) LOG.error(futils::cannotOpen(file));
 }
@@ -135,6 +145,9 @@ void check_files(const run_options& o, output_files& outputs) {
     if (haplotypes.empty()) LOG.error("Incorrect number of arguments given to --output-max");
     for (const std::string& name : haplotypes) check_name("--output-max", name);
     check_name("--output-log", LOG.name());
-    if (!o.check.is_given)
-        for (const std::string& name : haplotypes) outputs.prepare(name);
+    for (const std::string& name : haplotypes)
+        if (o.check.is_given)
+            check_creatable(name);
+        else
+            outputs.prepare(name);
 }

@@ -75,8 +75,10 @@ void bed_source::read_bim(const std::string& bim) {
         intake.check_chromosome(variant.chromosome, {bim, number});
         return true;
     });
-    if (!variants.empty() && variants.back().bp == 0)
+    if (!variants.empty() && variants.back().bp == 0) {
+        LOG.refuse("bim-positions", bim, 0, "no position above 0", "the list of variants");
         LOG.warning("no variant has a position above 0: is [" + bim + "] the list of variants?");
+    }
 }
 
 void bed_source::read_fam(const std::string& fam) {

@@ -1,5 +1,6 @@
 #include "readers/gen_source.h"
 
+#include <bit>
 #include <cstdint>
 
 #include "utils/futils.h"
@@ -48,6 +49,12 @@ std::array<int, 8> certain_calls(double threshold) {
     return calls;
 }
 
+void check_sum(double sum, const input_line& at) {
+    if (sum > LARGEST_SUM)
+        LOG.refuse("probability-sum", at.file, at.number, sutils::double2str(sum, 3),
+                   "three probabilities with a sum of at most 1");
+}
+
 /// Refuses what are no probabilities of the three genotypes.
 void check_probabilities(const std::array<std::string_view, 3>& three, const input_line& at) {
     double sum = 0.0;
@@ -58,9 +65,7 @@ void check_probabilities(const std::array<std::string_view, 3>& three, const inp
                        "a number from 0 to 1");
         sum += p;
     }
-    if (sum > LARGEST_SUM)
-        LOG.refuse("probability-sum", at.file, at.number, sutils::double2str(sum, 3),
-                   "three probabilities with a sum of at most 1");
+    check_sum(sum, at);
 }
 
 std::string percentage(long part, long whole) {
@@ -150,7 +155,11 @@ bool gen_source::take_variant(sutils::field_cursor& cursor, genotype_block& bloc
 void gen_source::take_genotypes(sutils::field_cursor& cursor, genotype_block& block) {
     const auto next_call = [&] {
         const int bits = cursor.next_three_bits();
-        if (bits >= 0) return certain[bits];
+        if (bits >= 0) {
+            if (LOG.isStrict())
+                check_sum(std::popcount(static_cast<unsigned>(bits)), {stream.name(), n_lines});
+            return certain[bits];
+        }
         const std::array three = {cursor.next(), cursor.next(), cursor.next()};
         if (LOG.isStrict()) check_probabilities(three, {stream.name(), n_lines});
         const auto probability = [&three](int g) { return static_cast<float>(sutils::str2double(three[g])); };

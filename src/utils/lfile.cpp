@@ -1,5 +1,7 @@
 #include "utils/lfile.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -78,14 +80,14 @@ void lfile::warning(const std::string& message) {
 
 void lfile::error(const std::string& message) {
     const std::string line = message + "\n";
-    endRun((coloured("ERROR:") + " " + line).c_str(), ("ERROR: " + line).c_str());
+    endRun(coloured("ERROR:") + " " + line, "ERROR: " + line);
 }
 
 void lfile::outOfMemory() {
     endRun("\033[33mERROR:\033[0m Not enough memory\n", "ERROR: Not enough memory\n");
 }
 
-void lfile::endRun(const char* console_line, const char* log_line) {
+void lfile::endRun(std::string_view console_line, std::string_view log_line) {
     // Held until the process ends, so that only one of several failing threads ends it. The thread that holds
     // it can come here again if its memory runs out.
     static std::recursive_mutex first_error;
@@ -100,7 +102,10 @@ void lfile::refuse(const char* rule, const std::string& input, long line, const 
                    const std::string& expected) {
     if (!isStrict()) return;
     const std::string place = input + (line > 0 ? " line " + std::to_string(line) : "");
-    const std::string message = place + ": found " + found + ", expected " + expected + " [" + rule + "]";
+    std::string message = place + ": found " + found + ", expected " + expected + " [" + rule + "]";
+    // Names and fields of damaged files can hold anything.
+    std::replace_if(
+        message.begin(), message.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
     if (response == strictness::strict) error(message);
     constexpr long MOST_LISTED = 100;
     ++n_refused;

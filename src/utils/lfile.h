@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <string>
+#include <string_view>
 
 /// How a run responds to input that it accepts although it is probably wrong: it says nothing, ends, or lists
 /// it and goes on.
@@ -58,7 +59,7 @@ class lfile {
 
   private:
     void writeLog(const std::string& text);
-    [[noreturn]] void endRun(const char* console_line, const char* log_line);
+    [[noreturn]] void endRun(std::string_view console_line, std::string_view log_line);
     [[noreturn]] void stopOnFailure(int reason);
 
     std::string file;

@@ -107,7 +107,7 @@ bool ifile::getLine(std::string& line) {
     if (stream == nullptr) return false;
     try {
         const bool found = static_cast<bool>(std::getline(*stream, line));
-        if (at_start) stopAtCompression(line);
+        if (at_start) stopAtCompression(line, false);
         if (at_start && line.starts_with(BYTE_ORDER_MARK)) line.erase(0, BYTE_ORDER_MARK.size());
         at_start = false;
         return found;
@@ -121,7 +121,7 @@ bool ifile::readBytes(char* bytes, std::streamsize n) {
     try {
         const bool is_whole = static_cast<bool>(stream->read(bytes, n));
         if (std::exchange(at_start, false))
-            stopAtCompression({bytes, static_cast<std::size_t>(stream->gcount())});
+            stopAtCompression({bytes, static_cast<std::size_t>(stream->gcount())}, true);
         return is_whole;
     } catch (const std::exception& reason) {
         stopOnDamage(reason);
@@ -132,14 +132,15 @@ std::streamsize ifile::gcount() const {
     return stream == nullptr ? 0 : stream->gcount();
 }
 
-void ifile::stopAtCompression(std::string_view start) const {
+void ifile::stopAtCompression(std::string_view start, bool is_binary) const {
     const std::string extension = futils::extensionFile(file);
     const bool is_gzip = start.starts_with(GZIP_MARK);
-    const bool is_bzip2 =
-        start.size() > 4 && start.starts_with(BZIP2_MARK) && start.substr(4).starts_with(BZIP2_BLOCK);
+    // A text may begin with the same letters, so more of it is looked at.
+    const bool is_bzip2 = start.starts_with(BZIP2_MARK) &&
+                          (is_binary || (start.size() > 4 && start.substr(4).starts_with(BZIP2_BLOCK)));
     if (extension == "gz" || extension == "bz2" || (!is_gzip && !is_bzip2)) return;
     LOG.error(file + " is compressed, but its name does not end in " + (is_gzip ? ".gz" : ".bz2") +
-              ": rename it, or decompress it if it is a pipe");
+              ": rename it and give that name, or decompress it");
 }
 
 void ifile::stopOnDamage(const std::exception& reason) const {
@@ -204,13 +205,17 @@ void ofile::finish() {
     stopOnFailure(*failure);
 }
 
-void ofile::publish() {
-    if (pending != nullptr && !pending->publish()) {
-        const int reason = errno;
-        LOG.error(pending->keep() + " is complete but could not be renamed to " + file + ": " +
-                  std::strerror(reason));
-    }
+int ofile::tryPublish() {
+    if (pending == nullptr) return 0;
+    if (!pending->publish()) return errno;
     pending.reset();
+    return 0;
+}
+
+void ofile::publish() {
+    const int reason = tryPublish();
+    if (reason != 0)
+        LOG.error(keep() + " is complete but could not be renamed to " + file + ": " + std::strerror(reason));
 }
 
 void ofile::close() {

@@ -36,7 +36,7 @@ class ifile {
   private:
     struct chain;
 
-    void stopAtCompression(std::string_view start) const;
+    void stopAtCompression(std::string_view start, bool is_binary) const;
     [[noreturn]] void stopOnDamage(const std::exception& reason) const;
 
     std::string file;
@@ -70,11 +70,13 @@ class ofile {
 
     /// Ends the compressed stream and the file, and checks both.
     void finish();
-    /// Gives the finished file its name.
+    /// Gives the finished file its name. Returns 0, or the reason (errno) if that is impossible.
+    int tryPublish();
+    /// The same, and ends the run if that is impossible. The complete file stays under its temporary name.
     void publish();
     /// finish() and publish().
     void close();
-    /// Leaves the finished file under its temporary name, which is returned.
+    /// Leaves the finished file under the name that it has now, which is returned.
     std::string keep();
 
   private:

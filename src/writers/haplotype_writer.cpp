@@ -1,6 +1,7 @@
 #include "writers/haplotype_writer.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "objects/bit_kernels.h"
@@ -72,9 +73,17 @@ void haps_sink::write(const haplotype_block& block) {
 void haps_sink::close() {
     stream.finish();
     const std::string replaced = outputs.replaced();
-    if (!replaced.empty())
-        LOG.error(replaced + " was replaced while this run was working; its haplotypes are in " +
-                  stream.keep() + ", its list of individuals in " + people.keep());
-    people.publish();
-    stream.publish();
+    if (!replaced.empty()) stop_keeping(replaced + " was replaced while this run was working");
+    for (ofile* file : {&stream, &people}) {
+        const int reason = file->tryPublish();
+        if (reason != 0)
+            stop_keeping(file->name() +
+                         " could not be replaced by the result of this run: " + std::strerror(reason));
+    }
+}
+
+/// Ends the run, and leaves both complete files where they are.
+void haps_sink::stop_keeping(const std::string& failure) {
+    LOG.error(failure + "; its haplotypes are in " + stream.keep() + ", its list of individuals in " +
+              people.keep());
 }

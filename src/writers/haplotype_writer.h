@@ -40,6 +40,8 @@ class haps_sink : public haplotype_sink {
     void close() override;
 
   private:
+    [[noreturn]] void stop_keeping(const std::string& failure);
+
     output_files& outputs;
     std::string haps_name, sample_name;
     ofile people, stream;

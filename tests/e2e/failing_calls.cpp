@@ -5,6 +5,7 @@
 //   FAIL_FROM=n         so do all from the n-th on
 //   COUNT_FILE=name     the number of allocations is written there when the program returns from main
 //   FAIL_CLOSE=text     closing a file whose path contains the text fails with EIO
+//   FAIL_RENAME=n       the n-th renaming, counted from 1, fails with the errno RENAME_ERROR
 //   INTERRUPT_WRITES=1  every second write is interrupted by a signal before it has written anything
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -29,6 +30,7 @@ namespace {
 
 std::atomic<long> n_allocations = 0;
 std::atomic<long> n_writes = 0;
+std::atomic<long> n_renamings = 0;
 
 /// The number in an environment variable, 0 if it isn't set.
 long number(const char* variable) {
@@ -105,6 +107,13 @@ int fclose(std::FILE* file) {
     if (!failing) return result;
     errno = EIO;
     return EOF;
+}
+
+int rename(const char* from, const char* to) {
+    if (++n_renamings != number("FAIL_RENAME"))
+        return static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+    errno = static_cast<int>(number("RENAME_ERROR"));
+    return -1;
 }
 
 ssize_t write(int descriptor, const void* bytes, std::size_t n) {

@@ -248,7 +248,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(crash{"cluster_size_1", "--cluster-size 1", SIGABRT, "Assertion `cluster_size>1' failed",
                           "--cluster-size is the number of haplotypes in a cluster: use 2 or more"},
                     crash{"four_states", "--states 4", SIGABRT, IDX_H,
-                          "Only 4 conditioning haplotypes were found for S01: use --states 5 or more.\n"},
+                          "Only 4 conditioning haplotypes were found for S01: use --states 5 or more, "},
                     crash{"no_states", "--states 0", SIGABRT, IDX_H, "Only 0 conditioning haplotypes"},
                     crash{"negative_states", "--states -3", SIGABRT, IDX_H, "Only 0 conditioning haplotypes"},
                     crash{"cluster_burn_0", "--cluster_burn 0", SIGFPE, "", STEPS},

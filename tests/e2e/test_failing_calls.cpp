@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 
@@ -97,6 +98,46 @@ TEST(failing_calls, a_file_that_cannot_be_closed_ends_the_run) {
         EXPECT_EQ(unfinished_files(data), std::vector<std::string>()) << name;
     }
     EXPECT_NE(data.read("out.haps"), "") << "only the log failed in the last run";
+}
+
+// The side files are renamed first, then the haplotypes, then the list of individuals.
+constexpr int RENAMES_HAPS = 3, RENAMES_SAMPLE = 4;
+
+TEST(failing_calls, files_that_cannot_be_renamed_are_kept_and_named) {
+    for (const int which : {RENAMES_HAPS, RENAMES_SAMPLE}) {
+        const e2e::study data(8, 0.1);
+        const std::string line = "-B study -O out" + SHORT;
+        ASSERT_EQ(run_with(data, line, {}).status, 0);
+        const std::string haps = data.read("out.haps"), sample = data.read("out.sample");
+        data.write("out.haps", "old haps");
+        data.write("out.sample", "old sample");
+        const auto end = run_with(
+            data, line, {{"FAIL_RENAME", std::to_string(which)}, {"RENAME_ERROR", std::to_string(EIO)}});
+        EXPECT_EQ(end.status, 1);
+        const std::string message = e2e::last_line(end);
+        const auto kept = unfinished_files(data);
+        ASSERT_EQ(kept.size(), which == RENAMES_HAPS ? 2U : 1U);
+        for (const std::string& name : kept) {
+            EXPECT_NE(message.find(name), std::string::npos) << message;
+            EXPECT_EQ(data.read(name), name.starts_with("out.haps") ? haps : sample);
+        }
+        EXPECT_EQ(data.read("out.haps"), which == RENAMES_HAPS ? "old haps" : haps);
+        EXPECT_EQ(data.read("out.sample"), "old sample");
+    }
+}
+
+TEST(failing_calls, files_that_may_not_be_renamed_are_copied) {
+    for (const int reason : {EBUSY, EPERM, EACCES}) {
+        const e2e::study data(8, 0.1);
+        const std::string line = "-B study -O out" + SHORT;
+        ASSERT_EQ(run_with(data, line, {}).status, 0);
+        const std::string haps = data.read("out.haps");
+        data.write("out.haps", "old");
+        EXPECT_EQ(
+            run_with(data, line, {{"FAIL_RENAME", "3"}, {"RENAME_ERROR", std::to_string(reason)}}).status, 0);
+        EXPECT_EQ(data.read("out.haps"), haps);
+        EXPECT_TRUE(unfinished_files(data).empty());
+    }
 }
 
 TEST(failing_calls, interrupted_writes_are_repeated) {

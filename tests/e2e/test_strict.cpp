@@ -81,6 +81,10 @@ std::string first_id(const e2e::study& data) {
     return e2e::words(support::lines_of(data.read("study.fam"))[0])[1];
 }
 
+constexpr int BY_SIGNAL = -1;  // instead of a status
+
+void nothing(const e2e::study& /*data*/) {}
+
 std::multimap<std::string, breach> breaches() {
     const std::string position = "expected a whole number from 0 to 2147483647";
     return {
@@ -114,6 +118,21 @@ std::multimap<std::string, breach> breaches() {
               data.write("study.gen", gen);
           },
           GEN, "study.gen line 3: found 1.500, expected three probabilities with a sum of at most 1"}},
+        {"probability-sum",
+         {[](const e2e::study& data) {
+              std::string gen = data.read("study.gen");
+              for (const std::size_t field : {6U, 7U}) gen = with_field(gen, 3, field, "1");
+              data.write("study.gen", with_field(gen, 3, 8, "0"));
+          },
+          GEN, "study.gen line 3: found 2.000, expected three probabilities with a sum of at most 1"}},
+        {"bim-positions",
+         {[](const e2e::study& data) {
+              std::string bim = data.read("study.bim");
+              for (std::size_t l = 1; l <= support::lines_of(bim).size(); ++l)
+                  bim = with_field(bim, l, 4, "0");
+              data.write("study.bim", bim);
+          },
+          BED, "study.bim: found no position above 0, expected the list of variants"}},
         {"panel-allele",
          {change("panel.haps", 2, 3, "1*"), PANEL, "panel.haps line 2: found [1*], expected 0 or 1"}},
         {"panel-allele",
@@ -151,7 +170,7 @@ std::multimap<std::string, breach> breaches() {
          {change("study.bim", 2, 2, "rs\x01"), BED,
           "study.bim line 2: found an identifier with a control character"}},
         {"output-name",
-         {[](const e2e::study&) {}, "-B study -M study.map -O ./ -L run.log",
+         {nothing, "-B study -M study.map -O ./ -L run.log",
           "--output-max: found [./.haps], expected a name with a letter before the extension"}},
         {"map-header",
          {[](const e2e::study& data) {
@@ -160,12 +179,30 @@ std::multimap<std::string, breach> breaches() {
           },
           BED, "study.map line 1: found a point of the map, expected a header"}},
         {"map-order", {change("study.map", 2, 1, "999999999"), BED, "study.map line 3: found ", 1}},
+        {"map-header",
+         {[](const e2e::study& data) {
+              std::string map = data.read("study.map");
+              map = map.substr(map.find('\n') + 1);
+              data.write("study.map", with_field(map, 1, 2, "NA"));
+          },
+          BED, "study.map line 1: found a point of the map, expected a header"}},
         {"map-order",
          {write("study.map", "header\n5 0 -2\n9 0 1\n"), BED,
           "study.map line 2: found 5bp / -2.00000cM, expected no negative number", 1}},
         {"map-rates",
          {write("study.map", "header\n900000 0 0.5\n2000000 0 0.5\n"), BED,
           "study.map: found a map without any recombination"}},
+        {"run-fails",
+         {nothing, BED + " --cluster_main 0", "--cluster_main: found 0, expected at least 1", BY_SIGNAL}},
+        {"run-fails",
+         {write("few", "S1\nS2\nS3\n"), BED + " --include-ind few",
+          "study and panel: found 6 haplotypes, expected at least 12", BY_SIGNAL}},
+        {"run-fails",
+         {nothing, BED + " --cluster-size 16",
+          "study and panel: found 16 haplotypes for trees, whose clusters have at least --states, expected "
+          "at "
+          "least 17",
+          1}},
         {"no-genotypes", {empty_first_person, BED, "input: found individuals without any genotype: ", 1}},
     };
 }
@@ -284,6 +321,17 @@ TEST(strict, check_needs_no_output_and_writes_none) {
     }
 }
 
+TEST(strict, check_finds_outputs_that_cannot_be_written) {
+    const e2e::study data(8, 0.3);
+    for (const std::string output : {"missing/out", "study.bed/out"}) {
+        const auto end = run(data.folder(), "-B study -M study.map -L run.log --check -O " + output);
+        EXPECT_EQ(end.status, 1);
+        EXPECT_EQ(e2e::last_line(end),
+                  "ERROR: " + output + ".haps is impossible to create, check writing permissions");
+    }
+    EXPECT_FALSE(std::filesystem::exists(data.at("missing")));
+}
+
 TEST(strict, check_counts_what_it_lists) {
     const e2e::study data(8, 0.3);
     std::string bim = data.read("study.bim");
@@ -302,13 +350,21 @@ struct slip {
 TEST(strict, errors_of_the_command_line_have_status_2) {
     const e2e::study data(8, 0.3);
     for (const slip& s :
-         {slip{"--strict --brun 5", "unexpected word '--brun'; the nearest option is --burn"},
-          slip{"--strict --inputbed x", "unexpected word '--inputbed'; the nearest option is --input-bed"},
-          slip{"--seed 1 stray --strict", "unexpected word 'stray'; the nearest option is "},
-          slip{"windw --check", "unexpected word 'windw'; the nearest option is --window"},
+         {slip{"--strict --brun 5", "unexpected word '--brun'; did you mean --burn?"},
+          slip{"--strict --inputbed x", "unexpected word '--inputbed'; did you mean --input-bed?"},
+          slip{"--seed 1 stray --strict", "unexpected word 'stray'"},
+          slip{"windw --check", "unexpected word 'windw'; did you mean --window?"},
           slip{"--strict --burn seven", "the argument ('seven') for option '--burn' is invalid"},
           slip{"--strict --burn", "the required argument for option '--burn' is missing"},
           slip{"--strict --burn 1 --burn 2", "option '--burn' cannot be specified more than once"},
+          slip{"-L --strict", "'--strict' is not a value of option '--output-log'"},
+          slip{"--strict --seed --burn 1", "'--burn' is not a value of option '--seed'"},
+          slip{"--strict -O a -O b", "option '--output-max' cannot be specified more than once"},
+          slip{"--strict -O=a", "'=a' is not a value of option '--output-max'"},
+          slip{"--strict=yes", "option '--strict' does not take any arguments"},
+          slip{"--strict --log x", "unexpected word '--log'; did you mean --output-log?"},
+          slip{"--strict --BED x", "unexpected word '--BED'; did you mean --input-bed?"},
+          slip{"--strict --quiet", "unexpected word '--quiet' ("},
           slip{"--strict --inp x", "option '--inp' is ambiguous"}}) {
         const auto end = run(data.folder(), s.line);
         EXPECT_EQ(end.status, 2) << s.line;

@@ -1,5 +1,6 @@
 #include "utils/pending_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -145,12 +146,33 @@ TEST(PendingFile, IsWrittenInPlaceWhereNoOtherFileCanBeCreated) {
     ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
     EXPECT_EQ(end.status, 7);
     EXPECT_EQ(read_file(name), "new");
-    const std::string longest =
-        folder.at(std::string(250, 'x'));  // the name of a second file would be too long
+}
+
+TEST(PendingFile, LongNamesHaveTemporaryFilesToo) {
+    const temporary_folder folder;
+    const std::string longest = folder.put(std::string(255, 'x'), "old");
     pending_file file(longest);
     fill(file, "new");
+    EXPECT_EQ(read_file(longest), "old");
     ASSERT_TRUE(file.publish());
     EXPECT_EQ(read_file(longest), "new");
+    errno = 0;
+    EXPECT_EQ(pending_file(folder.at(std::string(256, 'x'))).descriptor(), -1);
+    EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+TEST(PendingFile, WritesThroughADescriptorThatIsNamed) {
+    const temporary_folder folder;
+    const std::string name = folder.put("gone", "");
+    const int descriptor = ::open(name.c_str(), O_RDWR | O_CLOEXEC);
+    std::filesystem::remove(name);
+    pending_file file("/dev/fd/" + std::to_string(descriptor));
+    fill(file, "new");
+    ASSERT_TRUE(file.publish());
+    char text[3];
+    EXPECT_EQ(::pread(descriptor, text, 3, 0), 3);
+    EXPECT_EQ(std::string(text, 3), "new");
+    EXPECT_TRUE(names_in(folder).empty());
 }
 
 TEST(PendingFile, WritesToDevicesInPlace) {

@@ -101,12 +101,17 @@ TEST(Ifile, CompressedDataUnderAnotherNameStopTheRun) {
     const temporary_folder folder;
     const std::string gz = folder.put("a.txt", gzip("text\n")), bz2 = folder.put("b", bzip2("text\n"));
     EXPECT_TRUE(
-        stops_with(gz + " is compressed, but its name does not end in .gz: rename it, or decompress it if "
-                        "it is a pipe",
+        stops_with(gz + " is compressed, but its name does not end in .gz: rename it and give that name, or "
+                        "decompress it",
                    [&] { lines_through(gz); }));
     EXPECT_TRUE(stops_naming({bz2, "does not end in .bz2"}, [&] { lines_through(bz2); }));
     EXPECT_TRUE(stops_naming({gz, "does not end in .gz"}, [&] {
         ifile file(gz, true);
+        char bytes[3];
+        file.readBytes(bytes, sizeof bytes);
+    }));
+    EXPECT_TRUE(stops_naming({bz2, "does not end in .bz2"}, [&] {
+        ifile file(bz2, true);
         char bytes[3];
         file.readBytes(bytes, sizeof bytes);
     }));
