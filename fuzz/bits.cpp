@@ -64,11 +64,15 @@ void check_access(const chaplotype& hap, const alleles& list, int cut) {
     FUZZ_LAW(in_words(list, cut) == hap && in_pieces(list, cut) == hap && joined(hap, cut) == hap);
     FUZZ_LAW(hap.count(cut, n - cut) == std::count(list.begin() + cut, list.end(), 1));
     chaplotype copy(static_cast<unsigned>(n));
-    for (int l = 0; l < n; ++l) {
+    std::uint64_t following = 0;  // 64 alleles from locus l on
+    int next = n;                 // locus with allele 1, from l on
+    for (int l = n - 1; l >= 0; --l) {
+        following = following << 1 | list[l];
+        if (list[l] == 1) next = l;
         FUZZ_LAW(hap.get(l) == list[l]);
-        FUZZ_LAW(hap.get8(l) == bits_at(list, l, 8));
-        FUZZ_LAW(hap.get64(l) == bits_at(list, l, 64));
-        FUZZ_LAW(hap.next(l) == std::find(list.begin() + l, list.end(), 1) - list.begin());
+        FUZZ_LAW(hap.get8(l) == (following & 0xFF));
+        FUZZ_LAW(hap.get64(l) == following);
+        FUZZ_LAW(hap.next(l) == next);
         copy.set8(l, hap.get8(l), std::min(n - l, 8));
     }
     FUZZ_LAW(copy == hap);

@@ -1,5 +1,8 @@
 #include "study_laws.h"
 
+#include <algorithm>
+#include <tuple>
+
 #include "support.h"
 
 namespace fuzz {
@@ -11,7 +14,27 @@ bool ends_in_zeros(const chaplotype& bits) {
     return bits.data.size() == (bits.n + 7) / 8 && (bits.n % 8 == 0 || bits.data.back() >> (bits.n % 8) == 0);
 }
 
+auto fields_of(const snp& variant) {
+    return std::tie(variant.chromosome, variant.id, variant.a0, variant.a1, variant.bp, variant.idx);
+}
+
+auto genotypes_of(const genotype_store& study) {
+    return std::tie(study.ind_ids, study.allele_a, study.allele_b, study.missing);
+}
+
 }  // namespace
+
+filter_reader small_filter() {
+    filter_reader filter;
+    filter.initialise(0, 1000000000);
+    filter.ind_exclude["out"] = filter.snp_exclude[7] = true;
+    return filter;
+}
+
+bool comparable_study::operator==(const comparable_study& other) const {
+    return genotypes_of(*this) == genotypes_of(other) &&
+           std::ranges::equal(snps.snp_list, other.snps.snp_list, {}, fields_of, fields_of);
+}
 
 void check_study(const genotype_store& study) {
     const std::size_t n_individuals = study.ind_ids.size();

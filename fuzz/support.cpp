@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <iostream>
 
+#include "utils/assertion.h"
 #include "utils/lfile.h"
 
 namespace fuzz {
@@ -84,6 +85,17 @@ open_files::~open_files() {
 }
 
 }  // namespace fuzz
+
+// Both replace functions of the program. An assertion that comes with advice is a valid end of a run with
+// options or data that do not go together. Any other one is a finding.
+
+void advise(const std::string&) {
+    throw ended_process{EXIT_FAILURE};
+}
+
+void assertion_failed(const char* text, const char* file, int line, const char*) {
+    fuzz::broken(text, file, line);
+}
 
 /// Called once, before the first input. The log is opened only to set its name, after which side files are
 /// named.

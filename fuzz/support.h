@@ -2,14 +2,20 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "utils/ending.h"
+#include "utils/lfile.h"
 
 /// Shared by the fuzz targets: splitting an input into pieces, files in memory, and invariants whose
 /// violation is a finding.
+/// Checks an invariant of the code under test. Unlike an assertion it is not part of the program.
+#define FUZZ_LAW(condition) \
+    ((condition) ? static_cast<void>(0) : fuzz::broken(#condition, __FILE__, __LINE__))
+
 namespace fuzz {
 
 /// Ends the process with the text of a violated invariant.
@@ -22,6 +28,7 @@ class input {
 
     bool empty() const { return left.empty(); }
     unsigned byte();
+    strictness response() { return static_cast<strictness>(byte() % 3); }
     /// The bytes up to the next separator, which seed files can write as \036; all if there is none.
     std::string_view part();
     std::string_view rest();
@@ -74,11 +81,19 @@ bool completes(Run run) {
     }
 }
 
-}  // namespace fuzz
+/// Calls `read` in one of the ways to respond to input that is probably wrong. Returns nothing if it ended as
+/// a process would. What a strict run accepts has to be the same in a lenient one.
+template <class Read>
+auto read_as(strictness response, Read read) -> std::optional<decltype(read())> {
+    std::optional<decltype(read())> result;
+    LOG.setStrictness(response);
+    completes([&] { result = read(); });
+    LOG.setStrictness(strictness::lenient);
+    if (result && response == strictness::strict) FUZZ_LAW(read() == *result);
+    return result;
+}
 
-/// Checks an invariant of the code under test. Unlike an assertion it is not part of the program.
-#define FUZZ_LAW(condition) \
-    ((condition) ? static_cast<void>(0) : fuzz::broken(#condition, __FILE__, __LINE__))
+}  // namespace fuzz
 
 /// Runs one input; defined by every target. Returns 0, or -1 to keep the input out of the corpus.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

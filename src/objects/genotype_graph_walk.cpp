@@ -12,6 +12,11 @@ namespace {
 
 constexpr double SMALLEST_SUM = 1e-300;
 
+std::string advice_on_map(const std::string& individual) {
+    return "The probabilities of " + individual +
+           " are NaN or negative: remove nan, inf and positions below 0 cM from the genetic map.";
+}
+
 }  // namespace
 
 void genotype_graph::sample(std::vector<chaplotype>& haps, const haplotype_indexes& indexes, bool uniform,
@@ -99,7 +104,7 @@ std::vector<int> genotype_graph::best_path() const {
     path.back() = autils::max(delta.back());
     for (int g = n_groups() - 2; g >= 0; --g) {
         path[g] = back[g + 1][path[g + 1]];
-        TOLVANE_ASSERT(path[g] >= 0, "path[g] >= 0");
+        TOLVANE_REQUIRE(path[g] >= 0, "path[g] >= 0", advice_on_map(name));
     }
     return path;
 }
@@ -155,7 +160,7 @@ unsigned int genotype_graph::keep_links(std::vector<bool>& kept, int g, bool for
         if (has_link) continue;
         const int best =
             forward ? maxN(other, static_cast<int>(2 * t)) : maxP(other, static_cast<int>(2 * t));
-        TOLVANE_ASSERT(best >= 0, "best >= 0");
+        TOLVANE_REQUIRE(best >= 0, "best >= 0", advice_on_map(name));
         kept[best] = true;
         ++n_set;
     }

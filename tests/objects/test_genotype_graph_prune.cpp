@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "objects/genotype_graph.h"
+#include "support/child_process.h"
 #include "support/graph_laws.h"
 #include "support/graph_text.h"
 #include "support/haplotype_text.h"
@@ -143,6 +144,17 @@ TEST(PruneAndMerge, ResetsAllProbabilities) {
     } catch (const myException& failure) {
         EXPECT_EQ(failure.msg.substr(0, 21), "Underflow in sampling");
     }
+}
+
+/// Both transitions of the first group are needed, and the only link of the second one is negative. A genetic
+/// map with positions below 0 cM can lead to such values.
+TEST(PruneAndMerge, NoUsableLinkAborts) {
+    genotype_graph graph = graph_from(R"(
+        >0 >1 =.5 | >2 >3 =.5
+        [00 11 01 10]
+        0> 1> =6 | 2> 3> =-5
+    )");
+    EXPECT_TRUE(support::aborts_on("best >= 0", [&] { graph.pruneAndMerge(0.99); }));
 }
 
 TEST(PruneAndMerge, RestoresAllTransitionsBetweenRemainingPairs) {

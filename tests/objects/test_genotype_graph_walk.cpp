@@ -580,12 +580,10 @@ TEST(BestPath, LongGraphsDoNotUnderflow) {
 }
 
 TEST(BestPath, NoPossibleWalkAborts) {
-    const genotype_graph graph = graph_from(R"(
-        >0 >1 =0
-        [0 1]
-        0> 1> =1
-    )");
-    EXPECT_TRUE(support::aborts_on("path[g] >= 0", [&] { maximised(graph); }));
+    for (const char* weight : {"0", "-1", "nan"}) {
+        const genotype_graph graph = graph_from(std::string(">0 >1 =") + weight + "\n[0 1]\n0> 1> =1");
+        EXPECT_TRUE(support::aborts_on("path[g] >= 0", [&] { maximised(graph); })) << weight;
+    }
 }
 
 // ---- consolide
