@@ -2,6 +2,8 @@
 
 #if defined(__x86_64__)
 #include <immintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 #include <algorithm>
@@ -93,6 +95,23 @@ bool is_available() {
 #undef REGISTER_BYTES
 }  // namespace popcnt
 
+#elif defined(__aarch64__)
+
+namespace neon {
+#define KERNEL
+#define NAME "NEON"
+#define HAS_POPCOUNT 1
+#define REGISTER_BYTES 16
+bool is_available() {
+    return true;  // every 64-bit ARM processor has it
+}
+#include "objects/bit_kernels_body.h"
+#undef KERNEL
+#undef NAME
+#undef HAS_POPCOUNT
+#undef REGISTER_BYTES
+}  // namespace neon
+
 #endif
 
 namespace baseline {
@@ -117,6 +136,8 @@ std::vector<const kernel_set*> available_kernels() {
 #if defined(__x86_64__)
     for (const kernel_set* set : {&avx512::KERNELS, &avx2::KERNELS, &popcnt::KERNELS})
         if (set->is_available()) sets.push_back(set);
+#elif defined(__aarch64__)
+    sets.push_back(&neon::KERNELS);
 #endif
     sets.push_back(&baseline::KERNELS);
     return sets;

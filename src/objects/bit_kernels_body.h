@@ -1,7 +1,7 @@
 // Included once per instruction set, each time in a namespace of its own, with KERNEL set to the function
 // attribute that selects the instruction set, HAS_POPCOUNT to 1 if it has an instruction to count bits, and
-// REGISTER_BYTES to the width of the registers in which it can look up bytes (64, 32, or 0 for none). There
-// is no include guard on purpose.
+// REGISTER_BYTES to the width of the registers in which it can count the bits of each byte (64, 32, 16, or 0
+// for none). There is no include guard on purpose.
 
 KERNEL inline int count(std::uint64_t bits) {
 #if HAS_POPCOUNT
@@ -18,6 +18,18 @@ KERNEL inline int count(std::uint64_t bits) {
 #if REGISTER_BYTES
 using words [[gnu::vector_size(REGISTER_BYTES), gnu::may_alias]] = std::uint64_t;
 using bytes [[gnu::vector_size(REGISTER_BYTES)]] = unsigned char;
+#if REGISTER_BYTES == 16
+/// Number of set bits in each byte.
+KERNEL inline bytes byte_counts(words bits) {
+    return reinterpret_cast<bytes>(vcntq_u8(reinterpret_cast<uint8x16_t>(bits)));
+}
+
+/// Sums of the bytes of each word.
+KERNEL inline words sums_of(bytes counts) {
+    return reinterpret_cast<words>(
+        vpaddlq_u32(vpaddlq_u16(vpaddlq_u8(reinterpret_cast<uint8x16_t>(counts)))));
+}
+#else
 #if REGISTER_BYTES == 64
 using integers = __m512i;
 #define WIDE(operation) _mm512_##operation
@@ -45,6 +57,7 @@ KERNEL inline words sums_of(bytes counts) {
     return reinterpret_cast<words>(WIDE(sad_epu8)(reinterpret_cast<integers>(counts), integers{}));
 }
 #undef WIDE
+#endif
 #endif
 
 #if REGISTER_BYTES == 64
