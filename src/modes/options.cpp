@@ -269,7 +269,7 @@ std::string parse_options(const std::vector<std::string>& args, long start, run_
         const po::parsed_options words =
             po::command_line_parser(spelled_out(args)).options(descriptions).run();
         if (is_strict(args)) {
-            const std::string slip = first_slip(words.options);
+            std::string slip = first_slip(words.options);
             if (!slip.empty()) return slip;
         }
         po::store(words, parsed);

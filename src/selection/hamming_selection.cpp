@@ -153,10 +153,12 @@ pair_candidate hamming_selection::added_pair(int first, const haplotype_mask& ma
                                              const candidate_list& list) const {
     const int limit = before.empty() ? DISTANCE_BEYOND_LIMIT : before.back().limit;
     pair_candidate pair = candidate(first, &mask, limit, list);
-    for (std::size_t j = 0; pair.needs_draws && j < before.size(); ++j)
-        for (int i = 0; !before[j].needs_draws && i < 2; ++i)
-            pair.n_nearer[i] += int{before[j].distance[0] <= pair.distance[i]} +
-                                int{before[j].distance[1] <= pair.distance[i]};
+    if (!pair.needs_draws) return pair;
+    for (const pair_candidate& earlier : before) {
+        if (earlier.needs_draws) continue;
+        for (const int distance : earlier.distance)
+            for (int i = 0; i < 2; ++i) pair.n_nearer[i] += distance <= pair.distance[i];
+    }
     return pair;
 }
 

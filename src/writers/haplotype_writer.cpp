@@ -46,8 +46,9 @@ haps_sink::haps_sink(output_files& run_outputs, std::string haps, std::string sa
 void haps_sink::begin(const std::vector<std::string>& individuals) {
     LOG.println("\nWriting sample information in [" + sample_name + "] in IMPUTE2 format");
     outputs.open(sample_name, people);
-    people.writeText("ID_1 ID_2 missing\n0 0 0\n");
-    for (const std::string& name : individuals) people.writeText(name + " " + name + " 0\n");
+    line = "ID_1 ID_2 missing\n0 0 0\n";
+    for (const std::string& name : individuals) line.append(name).append(" ").append(name).append(" 0\n");
+    people.writeText(line);
     people.finish();
     LOG.println("\nWriting haplotypes in [" + haps_name + "] in IMPUTE format");
     outputs.open(haps_name, stream);
