@@ -59,7 +59,8 @@ void refuse_console(const std::string& file) {
 
 /// Refuses a name that has nothing before its extension, as of an empty prefix.
 void check_name(const std::string& option, const std::string& name) {
-    if (std::filesystem::path(name).filename().string().starts_with('.'))
+    const std::string file = std::filesystem::path(name).filename();
+    if (file.starts_with('.') && file.find('.', 1) == std::string::npos)
         LOG.refuse("output-name", option, 0, "[" + name + "]", "a name with a letter before the extension");
 }
 

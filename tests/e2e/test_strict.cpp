@@ -289,6 +289,12 @@ TEST(strict, chromosomes_of_excluded_variants_do_not_matter) {
     EXPECT_EQ(run(data.folder(), BED + SHORT + "--strict --input-to " + last).status, 0);
 }
 
+TEST(strict, names_of_outputs_may_begin_with_a_dot) {
+    const e2e::study data(8, 0.3);
+    EXPECT_EQ(run(data.folder(), "-B study -M study.map -O .out -L .run.log --strict" + SHORT).status, 0);
+    EXPECT_TRUE(std::filesystem::exists(data.at(".out.haps")));
+}
+
 TEST(strict, pseudoautosomal_variants_are_diploid) {
     const e2e::study data(8, 0.3);
     chromosomes("XY")(data);
