@@ -1,11 +1,12 @@
 // Options, a genetic map, BIM, FAM and BED of a short whole run, from command line to files. Its haplotypes
 // must be consistent with the genotypes.
 
+#include <fstream>
+
 #include "modes/phaser.h"
 #include "readers/bed_source.h"
 #include "support.h"
 #include "utils/lfile.h"
-#include "utils/streams.h"
 #include "utils/sutils.h"
 
 namespace {
@@ -47,11 +48,11 @@ void check_output(const files& f) {
     const genotype_store given = read_study(source);
     const std::size_t n_individuals = given.ind_ids.size();
 
-    ifile stream(f.haps.name());
+    std::ifstream stream(f.haps.name());
     std::string line;
     std::vector<std::string> fields;
     for (const snp& variant : given.snps.snp_list) {
-        FUZZ_LAW(stream.getLine(line));
+        FUZZ_LAW(std::getline(stream, line));
         sutils::tokenize(line, fields);
         FUZZ_LAW(fields.size() == 5 + 2 * n_individuals);
         FUZZ_LAW(fields[2] == std::to_string(variant.bp));
@@ -64,8 +65,7 @@ void check_output(const files& f) {
             if (a == b) FUZZ_LAW(fields[h0 == "0" ? 3 : 4] == (a ? variant.a1 : variant.a0));
         }
     }
-    FUZZ_LAW(!stream.getLine(line));
-    stream.close();
+    FUZZ_LAW(!std::getline(stream, line));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "readers/gmap_reader.h"
 
 #include <cmath>
+#include <limits>
 #include <string_view>
 
 #include "utils/lfile.h"
@@ -80,7 +81,9 @@ void gmap_reader::check_rates(const std::string& file) const {
     if (map_pos.front() == map_pos.back())
         LOG.error(file + " line " + last_line + ": all points have the position " +
                   sutils::int2str(map_pos.back()) + LAYOUT);
-    if (!std::isfinite((map_cm.back() - map_cm.front()) * map_pos.back()))
+    // The largest position a variant can have: its genetic position is extrapolated from the whole map.
+    constexpr double furthest = std::numeric_limits<int>::max();
+    if (!std::isfinite((map_cm.back() - map_cm.front()) * furthest))
         LOG.error(file + " line " + last_line + ": " + sutils::double2str(map_cm.back()) +
                   " is too large for a genetic position in cM" + LAYOUT);
     if (map_cm.front() == map_cm.back())

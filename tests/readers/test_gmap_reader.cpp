@@ -98,7 +98,9 @@ TEST(GmapReader, MapsWithoutRatesStopTheRun) {
          {row{"one position", "100 0 1\n100 0 2\n", " line 3: all points have the position 100"},
           row{"text as positions", "x 0 1\ny 0 2\nz 0 3\n", " line 4: all points have the position 0"},
           row{"swapped columns", "0.1 0 100\n0.2 0 200\n", " line 3: all points have the position 0"},
-          row{"too large", "100 0 1\n2000000000 0 1e300\n", " is too large for a genetic position in cM"}}) {
+          row{"too large", "100 0 1\n2000000000 0 1e300\n", " is too large for a genetic position in cM"},
+          row{"too large for variants far behind the map", "3 0 1\n4 0 1e305\n",
+              " is too large for a genetic position in cM"}}) {
         const log_capture capture;
         const std::string name = capture.folder().put("map", std::string("header\n") + r.lines);
         EXPECT_TRUE(support::stops_naming({name, r.message, layout}, [&] {
