@@ -85,8 +85,12 @@ void top_up_closest(const std::vector<chaplotype>& H, locus_span span, const std
         const int lacking = n - static_cast<int>(members.size());
         if (lacking <= 0) continue;
         std::vector<int> inside, outside;
-        for (int h = 0; h < static_cast<int>(H.size()); ++h)
-            (assign[h] == number ? inside : outside).push_back(h);
+        for (int h = 0; h < static_cast<int>(H.size()); ++h) {
+            if (assign[h] == number)
+                inside.push_back(h);
+            else
+                outside.push_back(h);
+        }
         const std::vector<float> mean = allele_frequencies(H, inside, span);
         std::vector<float> distances;
         for (const int h : outside) distances.push_back(squared_distance(H[h], mean, span));
