@@ -93,7 +93,6 @@ void top_up_closest(const std::vector<chaplotype>& H, locus_span span, const std
         }
         const std::vector<float> mean = allele_frequencies(H, inside, span);
         std::vector<float> distances;
-        distances.reserve(outside.size());
         for (const int h : outside) distances.push_back(squared_distance(H[h], mean, span));
         std::vector<std::pair<int, float>> closest;
         take_closest(outside, distances, lacking, closest);
