@@ -5,11 +5,10 @@
 #include <cstdint>
 #include <cstring>
 
+#include "models/transition_weights.h"
 #include "objects/bit_kernels.h"
 #include "utils/assertion.h"
 #include "utils/bits.h"
-#include "utils/my_exception.h"
-#include "utils/sutils.h"
 
 using column_kernels::emissions;
 using column_kernels::flow;
@@ -19,13 +18,8 @@ using column_kernels::LANES;
 namespace {
 
 constexpr int RESCALING_PERIOD = 50;  // loci
-constexpr int LARGEST_GROUP = 8192;   // transitions
-constexpr double SMALLEST_MASS = 1e-300;
-constexpr double SMALLEST_PROBABILITY = 1e-30;
 constexpr unsigned ALLELE_SETS = 1U << LANES;
 static_assert(LANES == MAX_SEGMENT_HAPS, "a row of a column holds a value for each candidate");
-constexpr int LEFT_NIBBLE = 0;  // shift of a transition byte
-constexpr int RIGHT_NIBBLE = 4;
 
 template <class Value>
 void grow(std::vector<Value>& buffer, std::size_t size) {
@@ -76,7 +70,6 @@ haplotype_segment::haplotype_segment(const std::vector<chaplotype>& haplotypes,
     grow(buffers.alpha, n_segments * n_states);
     grow(buffers.beta, n_segments * n_states);
     grow(buffers.alpha_sum, n_segments);
-    grow(buffers.group_prob, LARGEST_GROUP);
 }
 
 /// Fills buffers.alleles for all loci of the run, starting at the byte that holds the first one. Reads eight
@@ -248,9 +241,8 @@ int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
     both_passes(M, *G);
     const int S = G->n_segments();
     if (segment_last == S - 1)
-        set_end_group(G, S, buffers.alpha_sum[segment_last - segment_first],
-                      static_cast<int>(G->seg_count[S - 1]), LEFT_NIBBLE);
-    if (segment_first == 0) set_end_group(G, 0, beta_sum, static_cast<int>(G->seg_count[0]), RIGHT_NIBBLE);
+        weigh_last_group(*G, buffers.alpha_sum[segment_last - segment_first], buffers.group_prob);
+    if (segment_first == 0) weigh_first_group(*G, beta_sum, buffers.group_prob);
     int n_underflows = 0;
     int locus = locus_first;
     for (int s = segment_first + 1; s <= segment_last; ++s) {
@@ -261,25 +253,6 @@ int haplotype_segment::expectation(const hmm_parameters& M, genotype_graph* G) {
     return n_underflows;
 }
 
-/// Sets the first or the last group of the graph from the haploid mass of each candidate.
-void haplotype_segment::set_end_group(genotype_graph* G, int g, const lanes& mass, int n_candidates,
-                                      int shift) {
-    double total = 0.0;
-    for (int c = 0; c < n_candidates; ++c) total += mass[c];
-    const unsigned first = G->trans_offset[g];
-    const int n_trans = static_cast<int>(G->trans_count[g]);
-    TOLVANE_ASSERT(n_trans <= LARGEST_GROUP, "n_trans <= 8192");
-    const auto haploid = [&](unsigned char step) { return mass[(step >> shift) & 15] / total; };
-    std::vector<double>& weight = buffers.group_prob;
-    double sum = 0.0;
-    for (int t = 0; t < n_trans; ++t) {
-        const unsigned char* steps = &G->trans_nodes[2 * (first + t)];
-        weight[t] = haploid(steps[0]) * haploid(steps[1]);
-        sum += weight[t];
-    }
-    for (int t = 0; t < n_trans; ++t) G->trans_prob[first + t] = static_cast<float>(weight[t] / sum);
-}
-
 /// Sets group `s`, between segments s - 1 and s, where segment s starts at `locus`. Returns 1 if the products
 /// underflowed, else 0.
 int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* G, int s, int locus) {
@@ -287,36 +260,5 @@ int haplotype_segment::set_inner_group(const hmm_parameters& M, genotype_graph* 
     const flow left{stored(buffers.alpha, s - 1), &buffers.alpha_sum[s - 1 - segment_first], M.tn[locus - 1],
                     M.nt[locus - 1], n_left};
     kernel.pair_sums(left, stored(buffers.beta, s), n_right, K(), pair_prob);
-    double total = 0.0;
-    for (int c = 0; c < n_left; ++c)
-        for (int d = 0; d < n_right; ++d) total += pair_prob[c][d];
-    const auto failure = [&](const std::string& fault) {
-        return myException(fault + " in expectation haploid / i=" + G->name + " b=" + sutils::int2str(s) +
-                           " sp=" + sutils::double2str(total, 10));
-    };
-    if (total < SMALLEST_MASS) throw failure("Underflow");
-    if (std::isnan(total)) throw failure("Nan");
-    for (int c = 0; c < n_left; ++c)
-        for (int d = 0; d < n_right; ++d) pair_prob[c][d] /= total;
-
-    const unsigned first = G->trans_offset[s];
-    const int n_trans = static_cast<int>(G->trans_count[s]);
-    TOLVANE_ASSERT(n_trans <= LARGEST_GROUP, "n_trans <= 8192");
-    const auto haploid = [&](unsigned char step) { return pair_prob[step & 15][step >> 4]; };
-    std::vector<double>& weight = buffers.group_prob;
-    const auto weigh = [&](auto join) {
-        double sum = 0.0;
-        for (int t = 0; t < n_trans; ++t) {
-            const unsigned char* steps = &G->trans_nodes[2 * (first + t)];
-            weight[t] = join(haploid(steps[0]), haploid(steps[1]));
-            sum += weight[t];
-        }
-        return sum;
-    };
-    double sum = weigh([](double p, double q) { return p * q; });
-    const bool underflow = sum < SMALLEST_MASS;
-    if (underflow) sum = weigh([](double p, double q) { return p + q; });
-    for (int t = 0; t < n_trans; ++t)
-        G->trans_prob[first + t] = static_cast<float>(std::max(weight[t] / sum, SMALLEST_PROBABILITY));
-    return underflow;
+    return weigh_inner_group(*G, s, pair_prob, buffers.group_prob);
 }

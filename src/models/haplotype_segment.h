@@ -110,8 +110,6 @@ class haplotype_segment {
         return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - (locus_first & ~7)) * stride();
     }
 
-    void set_end_group(genotype_graph* G, int g, const column_kernels::lanes& mass, int n_candidates,
-                       int shift);
     int set_inner_group(const hmm_parameters& M, genotype_graph* G, int s, int locus);
 
     const column_kernels::kernel_set& kernel;

@@ -19,7 +19,7 @@ double portable_exp(double x) {
 }  // namespace
 
 void hmm_parameters::initialise(const snp_set& S, int Ne) {
-    const double scale = static_cast<double>(Ne) * 0.04;
+    const double scale = static_cast<double>(Ne) * PER_CM;
     set_distances(S, [scale](const snp& left, const snp& right) { return (right.cm - left.cm) * scale; });
 }
 

@@ -11,6 +11,9 @@ class snp_set;
 /// by `initialise`, then `update`; afterwards read-only and shared by all threads.
 class hmm_parameters {
   public:
+    /// Scaled distance of 1 cM for each individual of the effective population: 4 times 0.01 Morgans.
+    static constexpr double PER_CM = 0.04;
+
     /// Scaled genetic distances 0.04 * Ne * cM, for an effective population size `Ne`.
     void initialise(const snp_set& S, int Ne);
     /// Fills rho with distance(left variant, right variant) of each interval; a distance of 0 becomes 1e-5,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 /// Transposes an 8 x 8 matrix of bits, where byte r is row r and bit c of it is column c. Swaps blocks of 1,
@@ -13,4 +14,16 @@ constexpr std::uint64_t transposed(std::uint64_t m) {
     exchange(14, 0x0000CCCC0000CCCC);
     exchange(28, 0x00000000F0F0F0F0);
     return m;
+}
+
+/// Transposes a 64 x 64 matrix of bits, where word r is row r and bit c of it is column c. Swaps blocks of
+/// 32, 16, ... 1 bits across the diagonal.
+inline void transpose(std::array<std::uint64_t, 64>& m) {
+    std::uint64_t mask = 0x00000000FFFFFFFF;
+    for (int size = 32; size > 0; size >>= 1, mask ^= mask << size)
+        for (int r = 0; r < 64; r = ((r | size) + 1) & ~size) {
+            const std::uint64_t t = (m[r] >> size ^ m[r | size]) & mask;
+            m[r] ^= t << size;
+            m[r | size] ^= t;
+        }
 }
