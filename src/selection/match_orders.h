@@ -1,0 +1,73 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "containers/allele_rows.h"
+#include "selection/prefix_order.h"
+
+/// A way along the chromosome: first and last locus, both inclusive; to the left if the last is the smaller
+/// one.
+struct locus_path {
+    int first, last;
+};
+
+/// The prefix orders of all haplotypes at some chosen loci, for moves in one direction.
+class match_orders {
+  public:
+    /// Moves an order along `path` and keeps it at each of `sites`, behind the step that takes the alleles of
+    /// the site. Sites are different loci of the path in ascending order. Matches of the first `n_study` of
+    /// the `n_haplotypes` haplotypes can be looked up.
+    void fill(const allele_rows& rows, locus_path path, std::span<const int> sites, int n_haplotypes,
+              int n_study);
+
+    /// Calls note(other, locus) for up to `depth` haplotypes that agree longest with haplotype `h` on the way
+    /// to site number `s`, the longest match first; on ties those that stand before `h` in the order come
+    /// first. The match reaches from `locus` to the site, both inclusive. Haplotypes that do not agree at the
+    /// site are left out, and so is the other haplotype of the same individual, h ^ 1.
+    template <class Note>
+    void nearest(int s, int h, int depth, Note note) const {
+        const std::span<const prefix_order::entry> order = order_at(s);
+        const std::uint32_t none = n_steps[s], n = static_cast<std::uint32_t>(order.size());
+        const std::uint32_t own_pair = static_cast<std::uint32_t>(h) >> 1;
+        // The next ones are entries before - 1 and after; the matches with them start at these steps.
+        std::uint32_t before = rank(s, h), after = before + 1;
+        std::uint32_t start_before = order[before].start, start_after = after < n ? order[after].start : none;
+        while (depth > 0) {
+            const bool is_before = start_before <= start_after;
+            const std::uint32_t start = is_before ? start_before : start_after;
+            if (start >= none) return;
+            const std::uint32_t other = order[is_before ? before - 1 : after].haplotype;
+            if (other >> 1 != own_pair) {
+                note(static_cast<int>(other), way.first + direction() * static_cast<int>(start));
+                --depth;
+            }
+            if (is_before) {
+                --before;
+                start_before = std::max(start_before, order[before].start);
+            } else {
+                ++after;
+                start_after = after < n ? std::max(start_after, order[after].start) : none;
+            }
+        }
+    }
+    /// Lets the processor load what nearest(s, h) will read.
+    void prefetch(int s, int h) const { __builtin_prefetch(&order_at(s)[rank(s, h)]); }
+
+  private:
+    int direction() const { return way.first <= way.last ? 1 : -1; }
+    std::span<const prefix_order::entry> order_at(int s) const {
+        return {entries.data() + static_cast<std::size_t>(s) * n_entries, n_entries};
+    }
+    std::uint32_t rank(int s, int h) const { return ranks[static_cast<std::size_t>(s) * n_ranked + h]; }
+    void keep(std::size_t s, const prefix_order& order);
+
+    locus_path way{};
+    std::size_t n_entries = 0, n_ranked = 0;
+    std::vector<prefix_order::entry> entries;  // n_entries for each site
+    std::vector<std::uint32_t> ranks;          // n_ranked for each site: place of a haplotype in the order
+    std::vector<std::uint32_t> n_steps;        // taken to each site
+};
