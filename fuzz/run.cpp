@@ -10,6 +10,7 @@
 #include "containers/genotype_counts.h"
 #include "modules/stages.h"
 #include "readers/genotype_checks.h"
+#include "selection/match_selector.h"
 #include "selection/scan_selector.h"
 #include "selection/tree_selector.h"
 #include "support.h"
@@ -27,7 +28,7 @@ struct settings {
     unsigned n_individuals, n_variants, n_panel;
     long seed;
     int states, cluster_size, effective_size;
-    bool uses_trees;
+    bool uses_trees, uses_matches;
     double window;  // megabases
     chain_schedule schedule;
 };
@@ -59,6 +60,7 @@ settings read_settings(fuzz::input& bytes) {
             .cluster_size = number(2, 40),
             .effective_size = one_of({15000, 1, 100, std::numeric_limits<int>::max()}, bytes),
             .uses_trees = uses_trees,
+            .uses_matches = !uses_trees && !stops_early && (knobs & 4) != 0,
             .window = one_of({0.1, 0.3, 1.0, 2.0, 10.0, 2147.0}, bytes),
             .schedule = {burn, prune, main, stops_early}};
 }
@@ -185,6 +187,14 @@ std::unique_ptr<conditioning_selector> make_selector(const settings& s, const ge
                                                      worker_team& team) {
     const double window = BASES_PER_MB * s.window;
     if (s.uses_trees) return std::make_unique<tree_selector>(set, s.states, s.cluster_size, window, team);
+    if (s.uses_matches) {
+        const match_settings settings{.n_states = s.states,
+                                      .depth = 1 + s.cluster_size % 8,
+                                      .step = s.window / 10,
+                                      .window_bp = s.cluster_size % 2 == 0 ? 0.0 : window,
+                                      .seed = s.seed};
+        return std::make_unique<match_selector>(set, settings, team);
+    }
     return std::make_unique<scan_selector>(set, s.states, static_cast<int>(window));
 }
 

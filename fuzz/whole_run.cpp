@@ -37,6 +37,7 @@ std::vector<std::string> command_line(const files& f, fuzz::input& bytes) {
     if (knobs & 1) words.insert(words.end(), {"--states", number(20)});
     if (knobs & 2) words.emplace_back("--early-stopping");
     if (knobs & 4) words.insert(words.end(), {"--cluster-size", number(20)});
+    if (knobs & 8) words.emplace_back("--match");
     return words;
 }
 

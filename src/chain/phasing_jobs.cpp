@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "models/float_segment.h"
 #include "utils/assertion.h"
 #include "utils/lfile.h"
 #include "utils/my_exception.h"
@@ -26,6 +27,7 @@ struct phasing_jobs::worker {
     std::unique_ptr<conditioning_selector::worker> selection;
     std::vector<int> idxH;  // conditioning haplotypes
     segment_buffers buffers;
+    float_buffers floats;
     int n_underflows = 0;  // of the current iteration
     job_cost cost;         // without the work of the model, which the buffers count
 };
@@ -92,7 +94,8 @@ void phasing_jobs::run_individual(int item, std::span<const phasing_job> jobs, t
     watch.lap();
     for (std::size_t j = 0; j < jobs.size(); ++j) {
         const int distance = w.selection->choose(static_cast<int>(j), w.idxH);
-        TOLVANE_REQUIRE(w.idxH.size() > 4, "idxH.size()>4", advice_on_few(jobs[j], w.idxH.size()));
+        TOLVANE_REQUIRE(static_cast<int>(w.idxH.size()) >= selector.fewest_haplotypes(), "idxH.size()>4",
+                        advice_on_few(jobs[j], w.idxH.size()));
         std::sort(w.idxH.begin(), w.idxH.end());
         w.cost.selection_seconds += watch.lap();
         if (skip_matched && distance < 1) continue;
@@ -104,8 +107,12 @@ void phasing_jobs::run_individual(int item, std::span<const phasing_job> jobs, t
 /// Runs the model of a job on the selected haplotypes.
 void phasing_jobs::run_model(const phasing_job& job, worker& w) {
     try {
-        haplotype_segment segment(GH.vecH, w.idxH, job.range, w.buffers);
-        w.n_underflows += segment.expectation(hmm, &GH.vecG[job.individual]);
+        genotype_graph& graph = GH.vecG[job.individual];
+        if (const copying_rates* rates = selector.rates())
+            w.n_underflows += float_segment(GH.vecH, w.idxH, job.range, *rates, w.floats).expectation(graph);
+        else
+            w.n_underflows +=
+                haplotype_segment(GH.vecH, w.idxH, job.range, w.buffers).expectation(hmm, &graph);
     } catch (const myException& failure) {
         LOG.error(failure.msg);
     }

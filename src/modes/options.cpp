@@ -26,6 +26,7 @@ namespace {
 // ---- declaration
 
 constexpr double FAST_CLUSTER_SIZE = 4000.0;
+constexpr int MATCH_STATES = 150;
 
 template <class Value>
 using member = setting<Value> run_options::*;
@@ -103,6 +104,16 @@ const option_row OPTIONS[] = {
      "do not perform HMM calculations when perfect matches are found with conditioning haplotypes"},
     {MODEL, "window,W", &run_options::window, FIELD,
      "Mean size of the windows in which conditioning haplotypes are defined."},
+    {MODEL, "match", &run_options::match, NONE,
+     "Select conditioning haplotypes by the longest stretches they share with an individual. More accurate, "
+     "and "
+     "the time grows with the number of individuals, not with its square. Recommended."},
+    {MODEL, "match-depth", &run_options::match_depth, FIELD,
+     "With --match: haplotypes noted on each side of a site."},
+    {MODEL, "match-step", &run_options::match_step, FIELD,
+     "With --match: distance in cM from one site to the next."},
+    {MODEL, "mismatch", &run_options::mismatch, FIELD,
+     "With --match: probability that an allele differs from the copied one."},
 
     {OUTPUT, "output-max,O", &run_options::output_max, NONE, "Phased haplotypes in Impute2 format."},
 };
@@ -164,7 +175,7 @@ std::string long_name(const option_row& row) {
 
 /// Options that may not be abbreviated, so that abbreviations of the others stay as short as they were.
 bool is_abbreviable(const std::string& name) {
-    return name != "strict" && name != "check";
+    return name != "strict" && name != "check" && name != "mismatch" && !name.starts_with("match");
 }
 
 /// The command line with abbreviated options written out, where only one option may be meant.
@@ -247,6 +258,10 @@ void take_value(const po::variable_value& parsed, setting<Value>& into) {
 
 }  // namespace
 
+int run_options::n_states() const {
+    return match.is_given && !states.is_given ? MATCH_STATES : states.value;
+}
+
 double run_options::tree_size() const {
     return fast.is_given ? FAST_CLUSTER_SIZE : cluster_size.value;
 }
@@ -323,6 +338,32 @@ void check_clustering(const run_options& o) {
     if (size > MOST) LOG.error("You must specify a cluster size of at most " + sutils::int2str(MOST));
 }
 
+void check_match(const run_options& o) {
+    const auto refuse = [](const auto& other, const std::string& name) {
+        if (other.is_given) LOG.error("--" + name + " is not compatible with --match");
+    };
+    const auto need_match = [](const auto& option, const std::string& name) {
+        if (option.is_given) LOG.error("--" + name + " needs --match");
+    };
+    if (!o.match.is_given) {
+        need_match(o.match_depth, "match-depth");
+        need_match(o.match_step, "match-step");
+        need_match(o.mismatch, "mismatch");
+        return;
+    }
+    refuse(o.cluster_size, "cluster-size");
+    refuse(o.fast, "fast");
+    refuse(o.early_stopping, "early-stopping");
+    if (o.n_states() < 1) LOG.error("You must use at least 1 state");
+    if (o.match_depth.value < 1) LOG.error("You must use a --match-depth of at least 1");
+    check_number(o.match_step.value, "match-step");
+    if (o.match_step.value < 0.001 || o.match_step.value > 1000)
+        LOG.error("You must specify a --match-step from 0.001 to 1000 cM");
+    check_number(o.mismatch.value, "mismatch");
+    if (o.mismatch.value < 1e-6 || o.mismatch.value > 0.5)
+        LOG.error("You must specify a --mismatch probability from 0.000001 to 0.5");
+}
+
 void check_step(int step, int n_iterations, const std::string& phase) {
     const std::string option = "cluster_" + phase;
     // 0 passes here and ends the run at the first iteration of its phase.
@@ -364,6 +405,7 @@ void check_options(const run_options& o) {
             "--input-from < input-to");
     if (!o.input_map.is_given) LOG.error("You did not specify a genetic map!");
     check_clustering(o);
+    check_match(o);
     check_step(o.cluster_burn.value, o.burn.value, "burn");
     check_step(o.cluster_prune.value, o.prune.value, "prune");
     check_step(o.cluster_main.value, o.main.value, "main");
@@ -379,10 +421,30 @@ void echo_mode(const run_options& o) {
     LOG.printlnL("\nMODE -phase : PHASING GENOTYPE DATA");
     LOG.printlnC("\nMODE \033[33m-phase\033[0m : PHASING GENOTYPE DATA");
     LOG.println("  * Autosome (chr1 ... chr22)");
-    LOG.println(o.uses_trees() ? "  * Nlog(N) time Hamming distances calculation (TOLVANE v3)"
-                               : "  * Quadratic time Hamming distances calculation (TOLVANE v2)");
+    LOG.println(o.match.is_given ? "  * Linear time search for the longest matches"
+                : o.uses_trees() ? "  * Nlog(N) time Hamming distances calculation (TOLVANE v3)"
+                                 : "  * Quadratic time Hamming distances calculation (TOLVANE v2)");
     LOG.println("  * MCMC iteration");
 }
+
+namespace {
+
+/// With --match, the data decide about what the user did not choose.
+bool is_learned(const run_options& o, bool is_given) {
+    return o.match.is_given && !is_given;
+}
+
+std::string window_of(const run_options& o) {
+    return is_learned(o, o.window.is_given) ? "Windows follow the matches"
+                                            : "Windows of ~" + sutils::double2str(o.window.value, 1) + "Mb";
+}
+
+std::string size_of(const run_options& o) {
+    return is_learned(o, o.effective_size.is_given) ? "Ne follows the matches"
+                                                    : "Ne = " + sutils::int2str(o.effective_size.value);
+}
+
+}  // namespace
 
 void echo_options(const run_options& o) {
     using sutils::int2str;
@@ -395,6 +457,9 @@ void echo_options(const run_options& o) {
     const long n_iterations = static_cast<long>(o.burn.value) + o.prune.value + o.main.value;
     LOG.println("  * MCMC: " + sutils::long2str(n_iterations) + " iterations [" + int2str(o.burn.value) +
                 " B + " + int2str(o.prune.value) + " P + " + int2str(o.main.value) + " M]");
-    LOG.println("  * Model: " + int2str(o.states.value) + " states / Windows of ~" +
-                sutils::double2str(o.window.value, 1) + "Mb / Ne = " + int2str(o.effective_size.value));
+    LOG.println("  * Model: " + int2str(o.n_states()) + " states / " + window_of(o) + " / " + size_of(o));
+    if (o.match.is_given)
+        LOG.println("  * Matches: " + int2str(o.match_depth.value) +
+                    " on each side of a site / a site every " + sutils::double2str(o.match_step.value, 3) +
+                    "cM / mismatch probability " + sutils::double2str(o.mismatch.value, 6));
 }

@@ -47,6 +47,10 @@ struct run_options {
     setting<double> cluster_size;
     setting<bool> early_stopping;
     setting<double> window{2.0};  // Mb
+    setting<bool> match;          // select by the longest shared stretches, in place of distances
+    setting<int> match_depth{8};
+    setting<double> match_step{0.02};  // cM
+    setting<double> mismatch{0.0001};
 
     // Output file options
     setting<file_names> output_max;
@@ -54,6 +58,8 @@ struct run_options {
     /// Whether cluster trees select the conditioning haplotypes, and the number of haplotypes in a cluster.
     bool uses_trees() const { return fast.is_given || cluster_size.is_given; }
     double tree_size() const;
+    /// Number of conditioning haplotypes of a job.
+    int n_states() const;
     /// Whether jobs skip the model on a perfect match.
     bool stops_early() const { return fast.is_given || early_stopping.is_given; }
 };

@@ -9,6 +9,7 @@
 #include "modes/run_files.h"
 #include "modes/study.h"
 #include "modules/stages.h"
+#include "selection/match_selector.h"
 #include "selection/scan_selector.h"
 #include "selection/tree_selector.h"
 #include "utils/lfile.h"
@@ -32,8 +33,9 @@ void refuse_failing(const run_options& o, const run_input& input) {
     };
     const int n_haplotypes =
         2 * static_cast<int>(input.study.ind_ids.size()) + static_cast<int>(input.panel.size());
-    expect_at_least(LEAST_STATES, o.states.value, "--states", "");
-    expect_at_least(LEAST_HAPLOTYPES, n_haplotypes, "study and panel", " haplotypes");
+    expect_at_least(o.match.is_given ? 1 : LEAST_STATES, o.n_states(), "--states", "");
+    expect_at_least(o.match.is_given ? match_selector::LEAST_HAPLOTYPES : LEAST_HAPLOTYPES, n_haplotypes,
+                    "study and panel", " haplotypes");
     if (o.burn.value > 0) expect_at_least(1, o.cluster_burn.value, "--cluster_burn", "");
     expect_at_least(1, o.cluster_prune.value, "--cluster_prune", "");
     expect_at_least(1, o.cluster_main.value, "--cluster_main", "");
@@ -48,10 +50,23 @@ genhap_set build_graphs(run_input input, worker_team& team) {
     return {std::move(input.study.snps), std::move(graphs), std::move(input.panel)};
 }
 
+match_settings match_settings_of(const run_options& o, const genhap_set& set) {
+    return {.n_states = o.n_states(),
+            .depth = o.match_depth.value,
+            .step = o.match_step.value,
+            .window_bp = o.window.is_given ? BASES_PER_MB * o.window.value : 0.0,
+            .jumps_per_cm = o.effective_size.is_given
+                                ? hmm_parameters::PER_CM * o.effective_size.value / set.n_haplotypes()
+                                : 0.0,
+            .mismatch = o.mismatch.value,
+            .seed = o.seed.value};
+}
+
 /// Creates the selector that the options ask for.
 std::unique_ptr<conditioning_selector> make_selector(const run_options& o, const genhap_set& set,
                                                      worker_team& team) {
     const double window = BASES_PER_MB * o.window.value;
+    if (o.match.is_given) return std::make_unique<match_selector>(set, match_settings_of(o, set), team);
     if (o.uses_trees()) {
         // The size is rounded to single precision (24 bits) before it is truncated.
         const int cluster_size = static_cast<int>(static_cast<float>(o.tree_size()));
@@ -105,6 +120,9 @@ void phaser::read_files_and_initialise() {
     run_input input = read_input(options, outputs);
     refuse_failing(options, input);
     haplotypes = build_graphs(std::move(input), team);
+    if (options.match.is_given && haplotypes.n_haplotypes() <= 2)
+        LOG.error(
+            "A single individual cannot be phased: use more individuals, or a reference panel (--input-ref)");
     haplotypes.summarise();
     sample_first_haplotypes(haplotypes, team, random);
     const int n_haplotypes = haplotypes.n_haplotypes();

@@ -27,6 +27,22 @@ segment_range genotype_graph::getClosestBoundaries(int from, int to) const {
     return range;
 }
 
+std::vector<segment_range> genotype_graph::ranges(const std::vector<int>& borders) const {
+    std::vector<segment_range> windows;
+    segment_range range{};
+    int segment = 0, start = 0;
+    for (std::size_t i = 0; i < borders.size(); ++i) {
+        for (; borders[i] >= start + static_cast<int>(seg_length[segment]); ++segment)
+            start += static_cast<int>(seg_length[segment]);
+        range.last_segment = segment;
+        range.last_locus = start + static_cast<int>(seg_length[segment]) - 1;
+        if (i > 0) windows.push_back(range);
+        range.first_segment = segment;
+        range.first_locus = start;
+    }
+    return windows;
+}
+
 template <class Linked>
 int genotype_graph::best_linked(int g, Linked is_linked) const {
     int best = -1;

@@ -84,6 +84,11 @@ class genotype_graph {
     /// Widens the loci `from` to `to`, both inclusive, to whole segments. A `to` past the end is clamped.
     segment_range getClosestBoundaries(int from, int to) const;
 
+    /// The windows between neighbouring borders, widened to whole segments: window i is from the segment that
+    /// holds locus borders[i] to the one that holds borders[i + 1]. So neighbours share a segment. Borders
+    /// ascend.
+    std::vector<segment_range> ranges(const std::vector<int>& borders) const;
+
     /// Index of the transition of group `g` with the largest trans_store that can follow (maxN) or precede
     /// (maxP) the transition at byte position `t`. On ties the first one; -1 if there is none.
     int maxN(int g, int t) const;

@@ -4,6 +4,7 @@
 #include <span>
 #include <vector>
 
+#include "models/copying_rates.h"
 #include "objects/genotype_graph.h"
 #include "utils/random_source.h"
 
@@ -51,6 +52,11 @@ class conditioning_selector {
     virtual void prepare(bool renew, random_source& random) = 0;
     /// The jobs of the iteration, grouped by individual.
     virtual std::vector<phasing_job> list_jobs(random_source& random) const = 0;
+    /// Rates that the selector has learned from the current haplotypes; null if it learns none. With them,
+    /// jobs run the copying model in single precision.
+    virtual const copying_rates* rates() const { return nullptr; }
+    /// The fewest conditioning haplotypes with which a job can be run.
+    virtual int fewest_haplotypes() const { return 5; }
     /// Creates the worker of one thread. It may be used in all iterations and must not outlive the selector.
     virtual std::unique_ptr<worker> make_worker() const = 0;
 };

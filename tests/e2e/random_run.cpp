@@ -158,8 +158,17 @@ void random_run::draw_options() {
         add("--cluster-size", draw(40, 60));
         if (chance(50)) add("--cluster_main", 2);
     }
-    command += " --window " + (has_trees ? "0.5" : one_of<std::string>({"0.1", "0.25", "0.7", "2", "9.5"}));
-    if (chance(30)) command += " --early-stopping";
+    const bool has_matches = !has_trees && chance(40);
+    if (has_matches) {
+        command += " --match";
+        if (chance(30)) add("--match-depth", draw(1, 20));
+        if (chance(30)) command += " --match-step " + one_of<std::string>({"0.001", "0.1", "5"});
+        if (chance(30)) command += " --mismatch " + one_of<std::string>({"0.000001", "0.01", "0.5"});
+    }
+    if (!has_matches || chance(50))
+        command +=
+            " --window " + (has_trees ? "0.5" : one_of<std::string>({"0.1", "0.25", "0.7", "2", "9.5"}));
+    if (!has_matches && chance(30)) command += " --early-stopping";
     if (chance(40)) {
         haps = one_of<std::string>({"o.haps.gz", "o.haps.bz2", "o"});
         sample = one_of<std::string>({"s.gz", "s.bz2", "s"});

@@ -67,6 +67,7 @@ INSTANTIATE_TEST_SUITE_P(
         phasing_task{"one_thread", settings(21, 200, 1.5, 0.05), 0, "--states 40", {3.1, 3.8}},
         phasing_task{"four_threads", settings(21, 200, 1.5, 0.05), 0, "--states 40 -T 4", {3.1, 3.8}},
         phasing_task{"uncertain_genotypes", settings(51, 150, 1.5, 0), 12, "--states 40", {1.55, 2.95}},
+        phasing_task{"matches", settings(21, 200, 1.5, 0.05), 0, "--match", {2.7, 2.7}},
         // In short windows identical haplotypes are common.
         phasing_task{"early_stopping",
                      settings(21, 200, 1.5, 0.05),

@@ -70,6 +70,8 @@ INSTANTIATE_TEST_SUITE_P(
                     variation{"early_with_threads", "--early-stopping -W 0.1 -T 3"},
                     variation{"trees", "--cluster-size 40 -W 0.4", ENOUGH_FOR_TREES},
                     variation{"trees_with_threads", "--cluster-size 40 -W 0.4 -T 3", ENOUGH_FOR_TREES},
+                    variation{"matches", "--match"}, variation{"matches_with_threads", "--match -T 3"},
+                    variation{"matches_in_small_windows", "--match -W 0.1 --match-step 0.001"},
                     variation{"trees_kept", "--cluster-size 40 -W 0.4 --cluster_main 2 --cluster_prune 2",
                               ENOUGH_FOR_TREES}),
     [](const auto& tested) { return std::string(tested.param.name); });
@@ -112,6 +114,34 @@ TEST(phasing, one_variant_is_enough) {
     data.write("one.txt", position + "\n");
     haplotypes(data, "-B study --seed 9 --include-snp one.txt" + SHORT);
     EXPECT_EQ(support::lines_of(data.read("out.haps")).size(), 1U);
+}
+
+TEST(phasing, with_matches_any_cohort_can_be_phased) {
+    for (const int individuals : {2, 3, 4}) {
+        SCOPED_TRACE(individuals);
+        const e2e::study data(individuals);
+        haplotypes(data, "-B study --match --seed 4" + SHORT);
+        e2e::expect_law_of_phasing(data.at("study"), data.at("out.haps"), data.at("out.sample"));
+    }
+    const e2e::study alone(1);
+    const auto end = run(alone.folder(), "-B study --match" + SHORT);
+    EXPECT_EQ(end.status, 1);
+    EXPECT_NE((end.out + end.err).find("A single individual cannot be phased"), std::string::npos) << end.out;
+}
+
+TEST(phasing, with_matches_the_log_says_so_and_shows_what_was_learned) {
+    const e2e::study data;
+    haplotypes(data, "-B study --match --seed 4 -M study.map -O out -L run.log --burn 1 --prune 2 --main 3");
+    const std::string log = data.read("run.log");
+    for (const char* line :
+         {"  * Linear time search for the longest matches\n",
+          "  * Model: 150 states / Windows follow the matches / Ne follows the matches\n",
+          "  * Matches: 8 on each side of a site / a site every 0.020cM / mismatch probability 0.000100\n",
+          " jumps per cM, "})
+        EXPECT_NE(log.find(line), std::string::npos) << line << log;
+    haplotypes(data, "-B study --match --seed 4 --window 0.5 --effective-size 900" + SHORT);
+    EXPECT_NE(data.read("run.log").find("  * Model: 10 states / Windows of ~0.5Mb / Ne = 900\n"),
+              std::string::npos);
 }
 
 TEST(phasing, console_shows_one_line_an_iteration_and_the_log_shows_it_twice) {

@@ -125,6 +125,23 @@ TEST(GetClosestBoundaries, WidensToWholeSegments) {
     }
 }
 
+TEST(Ranges, AreTheClosestBoundariesOfNeighbours) {
+    std::mt19937 random(3);
+    for (int trial = 0; trial < 50; ++trial) {
+        const int n_loci = 1 + static_cast<int>(random() % 100);
+        const genotype_graph graph = support::built_from(support::random_genotypes(n_loci, 40, 5, random));
+        std::vector<int> borders = {0, n_loci - 1};
+        for (unsigned i = 0; i < random() % 6; ++i) borders.push_back(static_cast<int>(random() % n_loci));
+        std::ranges::sort(borders);
+        const std::vector<segment_range> ranges = graph.ranges(borders);
+        ASSERT_EQ(ranges.size(), borders.size() - 1);
+        for (std::size_t i = 0; i < ranges.size(); ++i)
+            EXPECT_EQ(ranges[i], graph.getClosestBoundaries(borders[i], borders[i + 1]));
+        EXPECT_EQ(ranges.front().first_locus, 0);
+        EXPECT_EQ(ranges.back().last_segment, graph.n_segments() - 1);
+    }
+}
+
 TEST(GetClosestBoundaries, StartOutsideTheGraphAborts) {
     const genotype_graph graph = graph_from(LENGTHS_4_3_5), empty("NA1");
     const auto widen = [](const genotype_graph& g, int from, int to) { g.getClosestBoundaries(from, to); };

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "modules/stages.h"
+#include "selection/match_selector.h"
 #include "selection/scan_selector.h"
 #include "selection/tree_selector.h"
 #include "support/graph_text.h"
@@ -26,7 +27,10 @@ genhap_set cohort() {
     std::vector<std::string> founders;
     for (int f = 0; f < 12; ++f) founders.push_back(support::random_alleles(N_LOCI, random));
     snp_set snps;
-    for (int l = 0; l < N_LOCI; ++l) snps.put(snp(100 * l, "A", "G"));
+    for (int l = 0; l < N_LOCI; ++l) {
+        snps.put(snp(100 * l, "A", "G"));
+        snps.snp_list.back().cm = 0.01 * l;
+    }
     std::vector<genotype_graph> graphs;
     for (int i = 0; i < N_INDIVIDUALS; ++i) {
         const std::string &a = founders[random() % 12], &b = founders[random() % 12];
@@ -52,12 +56,17 @@ void PrintTo(const any_form& row, std::ostream* out) {
     *out << row.name;
 }
 
-const std::vector<any_form> FORMS = {
+const std::vector<any_form> FORMS_BY_DISTANCE = {
     {"scan",
      [](const genhap_set& set, worker_team&) { return std::make_unique<scan_selector>(set, K, 8000); }},
     {"tree", [](const genhap_set& set,
                 worker_team& team) { return std::make_unique<tree_selector>(set, K, 40, 8000.0, team); }},
 };
+const any_form BY_MATCHES = {"match", [](const genhap_set& set, worker_team& team) {
+                                 const match_settings settings{
+                                     .n_states = K, .depth = 4, .step = 0.03, .window_bp = 8000.0, .seed = 5};
+                                 return std::make_unique<match_selector>(set, settings, team);
+                             }};
 
 /// All three steps of a selection for one job.
 int select(conditioning_selector::worker& worker, const phasing_job& job, random_source& random,
@@ -207,7 +216,9 @@ TEST_P(selectors, WorkersOfTwoThreadsAreIndependent) {
     for (int t = 0; t < N_THREADS; ++t) EXPECT_EQ(n_same[t], N_ROUNDS) << "thread " << t;
 }
 
-TEST_P(selectors, UseTheHaplotypesAsOfPrepare) {
+class selectors_by_distance : public selectors {};
+
+TEST_P(selectors_by_distance, UseTheHaplotypesAsOfPrepare) {
     selector->prepare(true, draws);
     const phasing_job job = selector->list_jobs(draws)[0];
     const auto worker = selector->make_worker();
@@ -221,7 +232,12 @@ TEST_P(selectors, UseTheHaplotypesAsOfPrepare) {
     EXPECT_EQ(select(*worker, job, draws, idx), 0) << "the nearest haplotype is equal";
 }
 
-INSTANTIATE_TEST_SUITE_P(Selection, selectors, ::testing::ValuesIn(FORMS),
-                         [](const auto& form) { return std::string(form.param.name); });
+std::string name_of(const testing::TestParamInfo<any_form>& form) {
+    return form.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(ByDistance, selectors, ::testing::ValuesIn(FORMS_BY_DISTANCE), name_of);
+INSTANTIATE_TEST_SUITE_P(ByMatches, selectors, ::testing::Values(BY_MATCHES), name_of);
+INSTANTIATE_TEST_SUITE_P(Selection, selectors_by_distance, ::testing::ValuesIn(FORMS_BY_DISTANCE), name_of);
 
 }  // namespace
