@@ -21,40 +21,50 @@ void grow(std::vector<Value>& buffer, std::size_t size) {
     if (buffer.size() < size) buffer.resize(size);
 }
 
-/// 2 to the power of the exponent of each of the first n rows, relative to the largest of them. Rows that are
-/// less than 2 to the power of -400 get that: the product of two still fits in a double.
-std::array<double, MOST_ROWS> relative_scales(const row_scales& scales, int n) {
-    const int largest = *std::max_element(scales.exponent.begin(), scales.exponent.begin() + n);
+/// 2 to the power of the exponent of each row, relative to the largest of them. Rows that are less than 2 to
+/// the power of -400 get that: the product of two still fits in a double.
+std::array<double, MOST_ROWS> relative_scales(const row_scales& scales, const candidate_rows& rows) {
+    const int largest = *std::max_element(scales.exponent.begin(), scales.exponent.begin() + rows.n_rows);
     std::array<double, MOST_ROWS> scale{};
-    for (int c = 0; c < n; ++c)
-        scale[c] = std::ldexp(1.0, std::max(scales.exponent[c] - largest, LEAST_EXPONENT));
+    for (int r = 0; r < rows.n_rows; ++r)
+        scale[r] = std::ldexp(1.0, std::max(scales.exponent[r] - largest, LEAST_EXPONENT));
     return scale;
-}
-
-/// The mass of each candidate, up to a common factor.
-column_kernels::lanes masses(const row_scales& scales, int n) {
-    const std::array<double, MOST_ROWS> scale = relative_scales(scales, n);
-    column_kernels::lanes mass{};
-    for (int c = 0; c < n; ++c) mass[c] = scales.sum[c] * scale[c];
-    return mass;
 }
 
 int n_candidates(const genotype_graph& G, int s) {
     return static_cast<int>(G.seg_count[s]);
 }
 
+/// The mass of each candidate of a segment, up to a common factor.
+column_kernels::lanes masses(const row_scales& scales, const candidate_rows& rows, int n) {
+    const std::array<double, MOST_ROWS> scale = relative_scales(scales, rows);
+    column_kernels::lanes mass{};
+    for (int c = 0; c < n; ++c) mass[c] = scales.sum[rows.row_of[c]] * scale[rows.row_of[c]];
+    return mass;
+}
+
 }  // namespace
 
 /// The state of one pass, inside a segment.
 struct float_segment::pass {
-    row_kernels::inside_run run;
-    int segment;
-    int next_locus;  // behind the segment, in the direction of the pass
-    int n_left;      // steps to go inside the segment
-    int last_segment;
+    /// From one locus of the segment on, the candidates of a row no longer have the same alleles.
+    struct split {
+        int position;  // of the locus in the segment, counted in the direction of the pass
+        int from, to;  // a copy of row `from` becomes row `to`
+    };
 
-    bool is_behind_segment() const { return n_left == 0; }
-    bool is_done() const { return n_left == 0 && segment == last_segment; }
+    row_kernels::inside_run run;
+    int segment, last_segment;
+    int next_locus;  // behind the segment, in the direction of the pass
+    int n_left;      // steps to the next split, or to the end of the segment
+    std::array<split, MOST_ROWS> splits;
+    int n_splits, next_split;
+    int length;  // of the segment
+
+    /// The position of the next split, or of the end.
+    int next_event() const { return next_split < n_splits ? splits[next_split].position : length; }
+    bool is_behind_segment() const { return n_left == 0 && next_split == n_splits; }
+    bool is_done() const { return segment == last_segment && is_behind_segment(); }
 };
 
 float_segment::float_segment(const std::vector<chaplotype>& haplotypes, const std::vector<int>& indexes,
@@ -74,6 +84,10 @@ float_segment::float_segment(const std::vector<chaplotype>& haplotypes, const st
     grow(buffers.beta, n_segments * MOST_ROWS * n_blocks);
     grow(buffers.alpha_scales, n_segments);
     grow(buffers.beta_scales, n_segments);
+    grow(buffers.alpha_rows, n_segments);
+    grow(buffers.beta_rows, n_segments);
+    grow(buffers.ahead, n_loci);
+    grow(buffers.back, n_loci);
     grow(buffers.alleles, n_loci * n_blocks);
     grow(buffers.candidates, n_loci + 8);
     grow(buffers.before, n_blocks);
@@ -127,16 +141,57 @@ float_segment::pass float_segment::start() {
 /// next locus. Divides by the total mass, so that values cannot get smaller and smaller.
 template <int DIRECTION>
 void float_segment::flow_across(const pass& at, const genotype_graph& G) {
-    const int n = n_candidates(G, at.segment);
     const row_scales& from = scales<DIRECTION>(at.segment);
-    const std::array<double, MOST_ROWS> scale = relative_scales(from, n);
+    const candidate_rows& its_rows = rows<DIRECTION>(at.segment);
+    std::array<double, MOST_ROWS> scale = relative_scales(from, its_rows);
+    std::array<int, MOST_ROWS> n_of_row{};
+    for (int c = 0; c < n_candidates(G, at.segment); ++c) ++n_of_row[its_rows.row_of[c]];
     double total = 0.0;
-    for (int c = 0; c < n; ++c) total += from.sum[c] * scale[c];
+    for (int r = 0; r < its_rows.n_rows; ++r) {
+        scale[r] *= n_of_row[r];
+        total += from.sum[r] * scale[r];
+    }
     const float jump = rates.jump[DIRECTION > 0 ? at.next_locus - 1 : at.next_locus];
     std::array<float, MOST_ROWS> weight{};
-    for (int c = 0; c < n; ++c) weight[c] = static_cast<float>(scale[c] * (1.0 - jump) / total);
-    kernel.collapse(n, K, column<DIRECTION>(at.segment), weight, jump / static_cast<float>(K),
+    for (int r = 0; r < its_rows.n_rows; ++r) weight[r] = static_cast<float>(scale[r] * (1.0 - jump) / total);
+    kernel.collapse(its_rows.n_rows, K, column<DIRECTION>(at.segment), weight, jump / static_cast<float>(K),
                     buffers.before.front().value);
+}
+
+/// Decides which candidates share a row at each locus of the segment: all that had the same alleles so far.
+/// Sets the alleles of the rows and the splits, and leaves the rows at the end of the segment in rows().
+template <int DIRECTION>
+void float_segment::plan_rows(pass& at, const genotype_graph& G) {
+    const int n = n_candidates(G, at.segment);
+    const unsigned every = (1U << n) - 1;
+    std::array<unsigned, MOST_ROWS> members{every};  // of each row, bit c for candidate c
+    int n_rows = 1;
+    at.n_splits = at.next_split = 0;
+    int place = at.next_locus - range.first_locus;
+    for (int position = 0; position < at.length; ++position, place += DIRECTION) {
+        const unsigned alleles = buffers.candidates[place] & every;
+        unsigned of_rows = alleles == 0 ? 0U : 0xFFU;
+        if (alleles != 0 && alleles != every) {
+            of_rows = 0;
+            for (int row = 0, n_before = n_rows; row < n_before; ++row) {
+                const unsigned with_one = members[row] & alleles;
+                if (with_one != 0 && with_one != members[row]) {
+                    at.splits[at.n_splits++] = {position, row, n_rows};
+                    members[row] &= ~alleles;
+                    members[n_rows] = with_one;
+                    of_rows |= 1U << n_rows++;
+                } else if (with_one != 0) {
+                    of_rows |= 1U << row;
+                }
+            }
+        }
+        (DIRECTION > 0 ? buffers.ahead : buffers.back)[place] = static_cast<unsigned char>(of_rows);
+    }
+    candidate_rows& at_end = rows<DIRECTION>(at.segment);
+    at_end.n_rows = n_rows;
+    for (int row = 0; row < n_rows; ++row)
+        for (int c = 0; c < n; ++c)
+            if ((members[row] >> c & 1U) != 0) at_end.row_of[c] = static_cast<unsigned char>(row);
 }
 
 /// Moves a pass to the first locus of the next segment.
@@ -149,20 +204,49 @@ void float_segment::enter(pass& at, const genotype_graph& G) {
     else
         flow_across<DIRECTION>(at, G);
     at.segment += DIRECTION;
-    const int locus = at.next_locus, length = static_cast<int>(G.seg_length[at.segment]);
-    at.run = {.rows = column<DIRECTION>(at.segment),
-              .scales = &scales<DIRECTION>(at.segment),
-              .n_candidates = n_candidates(G, at.segment),
-              .K = K,
-              .alleles = alleles_at(locus),
-              .candidates = &buffers.candidates[locus - range.first_locus],
-              .jumps = rates.jump.data(),
-              .locus = locus,
-              .direction = DIRECTION,
-              .mismatch = rates.mismatch};
+    at.length = static_cast<int>(G.seg_length[at.segment]);
+    plan_rows<DIRECTION>(at, G);
+    int n_rows = 1;
+    for (; at.next_event() == 0; ++at.next_split) ++n_rows;
+    at.run = {
+        .rows = column<DIRECTION>(at.segment),
+        .scales = &scales<DIRECTION>(at.segment),
+        .n_rows = n_rows,
+        .K = K,
+        .alleles = alleles_at(at.next_locus),
+        .row_alleles = &(DIRECTION > 0 ? buffers.ahead : buffers.back)[at.next_locus - range.first_locus],
+        .jumps = rates.jump.data(),
+        .locus = at.next_locus,
+        .direction = DIRECTION,
+        .mismatch = rates.mismatch};
     kernel.spread(at.run, before);
-    at.n_left = length - 1;
-    at.next_locus += DIRECTION * length;
+    at.n_left = at.next_event() - 1;
+    at.next_locus += DIRECTION * at.length;
+}
+
+/// Copies the rows that split at the next locus.
+void float_segment::split_rows(pass& at) const {
+    const int position = at.next_event();
+    for (; at.next_split < at.n_splits && at.splits[at.next_split].position == position; ++at.next_split) {
+        const auto [unused, from, to] = at.splits[at.next_split];
+        const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(n_blocks) * row_kernels::BLOCK;
+        std::copy_n(at.run.rows + from * size, size, at.run.rows + to * size);
+        at.run.scales->sum[to] = at.run.scales->sum[from];
+        at.run.scales->exponent[to] = at.run.scales->exponent[from];
+        at.run.n_rows = to + 1;
+    }
+    at.n_left = at.next_event() - position;
+}
+
+/// Does what has to be done before the next step of a pass.
+template <int DIRECTION>
+void float_segment::proceed(pass& at, const genotype_graph& G) {
+    while (at.n_left == 0 && !at.is_done()) {
+        if (at.is_behind_segment())
+            enter<DIRECTION>(at, G);
+        else
+            split_rows(at);
+    }
 }
 
 /// Runs both passes. They are independent, so their steps inside segments alternate: each computes while the
@@ -170,8 +254,8 @@ void float_segment::enter(pass& at, const genotype_graph& G) {
 void float_segment::both_passes(const genotype_graph& G) {
     pass ahead = start<1>(), back = start<-1>();
     while (!ahead.is_done() || !back.is_done()) {
-        if (ahead.is_behind_segment() && !ahead.is_done()) enter<1>(ahead, G);
-        if (back.is_behind_segment() && !back.is_done()) enter<-1>(back, G);
+        proceed<1>(ahead, G);
+        proceed<-1>(back, G);
         std::array<row_kernels::inside_run*, 2> runs{};
         int n_runs = 0, n_steps = std::max(ahead.n_left, back.n_left);
         for (pass* at : {&ahead, &back})
@@ -191,9 +275,10 @@ int float_segment::expectation(genotype_graph& G) {
     both_passes(G);
     const int last = range.last_segment;
     if (last == G.n_segments() - 1)
-        weigh_last_group(G, masses(scales<1>(last), n_candidates(G, last)), buffers.group_prob);
+        weigh_last_group(G, masses(scales<1>(last), rows<1>(last), n_candidates(G, last)),
+                         buffers.group_prob);
     if (range.first_segment == 0)
-        weigh_first_group(G, masses(scales<-1>(0), n_candidates(G, 0)), buffers.group_prob);
+        weigh_first_group(G, masses(scales<-1>(0), rows<-1>(0), n_candidates(G, 0)), buffers.group_prob);
     int n_underflows = 0;
     int locus = range.first_locus;
     for (int s = range.first_segment + 1; s <= last; ++s) {
@@ -208,16 +293,18 @@ int float_segment::expectation(genotype_graph& G) {
 int float_segment::set_inner_group(genotype_graph& G, int s, int locus) {
     const int n_left = n_candidates(G, s - 1), n_right = n_candidates(G, s);
     const row_scales &left = scales<1>(s - 1), &right = scales<-1>(s);
-    const std::array<double, MOST_ROWS> left_scale = relative_scales(left, n_left),
-                                        right_scale = relative_scales(right, n_right);
+    const candidate_rows &left_rows = rows<1>(s - 1), &right_rows = rows<-1>(s);
+    const std::array<double, MOST_ROWS> left_scale = relative_scales(left, left_rows),
+                                        right_scale = relative_scales(right, right_rows);
     row_kernels::row_products products;
-    kernel.products(n_left, n_right, K, column<1>(s - 1), column<-1>(s), products);
+    kernel.products(left_rows.n_rows, right_rows.n_rows, K, column<1>(s - 1), column<-1>(s), products);
     const double jump = rates.jump[locus - 1], to_one = jump / K;
     column_kernels::pair_matrix pairs{};
     for (int c = 0; c < n_left; ++c)
         for (int d = 0; d < n_right; ++d) {
-            const double jumping = to_one * left.sum[c] * right.sum[d];
-            pairs[c][d] = (jumping + (1.0 - jump) * products[c][d]) * (left_scale[c] * right_scale[d]);
+            const int i = left_rows.row_of[c], j = right_rows.row_of[d];
+            const double jumping = to_one * left.sum[i] * right.sum[j];
+            pairs[c][d] = (jumping + (1.0 - jump) * products[i][j]) * (left_scale[i] * right_scale[j]);
         }
     return weigh_inner_group(G, s, pairs, buffers.group_prob);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -8,14 +9,23 @@
 #include "objects/chaplotype.h"
 #include "objects/genotype_graph.h"
 
+/// Which row of a column stands for each candidate. Candidates that had the same alleles at all loci that a
+/// pass has seen in a segment have the same values, so one row is enough for them.
+struct candidate_rows {
+    std::array<unsigned char, row_kernels::MOST_ROWS> row_of{};
+    int n_rows = 1;
+};
+
 /// Working memory of the copying model in single precision. Each worker has one, which grows to its largest
 /// job.
 struct float_buffers {
     std::vector<row_kernels::value_block> alpha;  // for each segment, the forward column at its last locus
     std::vector<row_kernels::value_block> beta;   // for each segment, the backward column at its first locus
     std::vector<row_kernels::row_scales> alpha_scales, beta_scales;
+    std::vector<candidate_rows> alpha_rows, beta_rows;
     std::vector<row_kernels::allele_block> alleles;  // of the conditioning haplotypes, locus by locus
     std::vector<unsigned char> candidates;           // one per locus: bit c is the allele of candidate c
+    std::vector<unsigned char> ahead, back;  // for each pass, one per locus: bit r is the allele of row r
     std::vector<row_kernels::value_block>
         before;                      // values of the haplotypes before the first step of a segment
     std::vector<double> group_prob;  // weights of the transitions of one group
@@ -48,6 +58,11 @@ class float_segment {
     void flow_across(const pass& at, const genotype_graph& G);
     template <int DIRECTION>
     void enter(pass& at, const genotype_graph& G);
+    template <int DIRECTION>
+    void plan_rows(pass& at, const genotype_graph& G);
+    void split_rows(pass& at) const;
+    template <int DIRECTION>
+    void proceed(pass& at, const genotype_graph& G);
     void both_passes(const genotype_graph& G);
     int set_inner_group(genotype_graph& G, int s, int locus);
 
@@ -62,6 +77,10 @@ class float_segment {
     template <int DIRECTION>
     row_kernels::row_scales& scales(int s) {
         return (DIRECTION > 0 ? buffers.alpha_scales : buffers.beta_scales)[s - range.first_segment];
+    }
+    template <int DIRECTION>
+    candidate_rows& rows(int s) {
+        return (DIRECTION > 0 ? buffers.alpha_rows : buffers.beta_rows)[s - range.first_segment];
     }
     row_kernels::allele_block* alleles_at(int locus) {
         return buffers.alleles.data() + static_cast<std::ptrdiff_t>(locus - range.first_locus) * n_blocks;

@@ -5,12 +5,10 @@
 #include <cstdint>
 #include <vector>
 
-/// The inner loops of the copying model in single precision, over columns of K conditioning haplotypes and up
-/// to 8 candidates.
+/// The inner loops of the copying model in single precision, over columns of K conditioning haplotypes.
 ///
-/// A column has a row for each candidate: its values for the K haplotypes, and zeros up to the next multiple
-/// of 16. In memory there are 2, 4 or 8 rows (see padded); those behind the candidates have values without a
-/// meaning.
+/// A column has up to 8 rows, each of which stands for one or more candidates: the values of the K
+/// haplotypes, and zeros up to the next multiple of 16.
 ///
 /// The sum of a row adds up 16 partial sums, partial sum j over haplotypes j, j + 16, ... in ascending order,
 /// and then folds them in halves: 8 onto 8, 4 onto 4, 2 onto 2, 1 onto 1. Products are never fused into sums.
@@ -28,11 +26,6 @@ constexpr int BLOCK = 16;
 constexpr int n_blocks(int K) {
     return (K + BLOCK - 1) / BLOCK;
 }
-/// Rows in memory of a column with `n` candidates.
-constexpr int padded(int n) {
-    return n <= 2 ? 2 : n <= 4 ? 4 : MOST_ROWS;
-}
-
 /// Memory for the values of 16 haplotypes.
 struct alignas(64) value_block {
     float value[BLOCK];
@@ -51,14 +44,14 @@ struct row_scales {
 struct inside_run {
     float* rows;
     row_scales* scales;
-    int n_candidates;
+    int n_rows;
     int K;
     const allele_block* alleles;  // of the conditioning haplotypes at the locus; n_blocks(K) for each locus
-    const unsigned char* candidates;  // alleles of the candidates at the locus, bit c for candidate c
-    const float* jumps;               // probability of a jump in each interval between neighbouring loci
-    int locus;                        // index in jumps of the interval to the right of the locus
-    int direction;                    // 1 or -1: the next locus is to the right or to the left
-    float mismatch;  // emission of an allele that is not the candidate's; that of its own is 1
+    const unsigned char* row_alleles;  // alleles of the rows at the locus, bit r for row r
+    const float* jumps;                // probability of a jump in each interval between neighbouring loci
+    int locus;                         // index in jumps of the interval to the right of the locus
+    int direction;                     // 1 or -1: the next locus is to the right or to the left
+    float mismatch;                    // emission of an allele that is not the row's; that of its own is 1
 };
 
 /// Products of rows, by row on the left and row on the right.

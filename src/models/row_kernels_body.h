@@ -96,7 +96,7 @@ INLINE_KERNEL unsigned existing(int K) {
 }
 
 KERNEL void spread(const inside_run& run, const float* before) {
-    const int blocks = n_blocks(run.K), n = padded(run.n_candidates);
+    const int blocks = n_blocks(run.K);
     const block match = all(1.0F), mismatch = all(run.mismatch), zero = all(0.0F);
     block total[MOST_ROWS];
     for (block& t : total) t = zero;
@@ -105,8 +105,8 @@ KERNEL void spread(const inside_run& run, const float* before) {
         if (b == blocks - 1) from = choose(existing(run.K), from, zero);
         const block value[2] = {from * choose(run.alleles[b], mismatch, match),
                                 from * choose(run.alleles[b], match, mismatch)};
-        for (int c = 0; c < n; ++c) {
-            const block& v = value[*run.candidates >> c & 1];
+        for (int c = 0; c < run.n_rows; ++c) {
+            const block& v = value[*run.row_alleles >> c & 1];
             store(run.rows + static_cast<std::ptrdiff_t>(c * blocks + b) * BLOCK, v);
             total[c] = total[c] + v;
         }
@@ -125,7 +125,7 @@ template <int ROWS>
 struct step_factors {
     float jump[ROWS];    // sum * probability of a jump to one haplotype
     float stay[ROWS];    // probability of no jump
-    bool has_one[ROWS];  // allele of the candidate
+    bool has_one[ROWS];  // allele of the row
 };
 
 /// One block of ROWS rows of a step.
@@ -160,7 +160,7 @@ INLINE_KERNEL void inside_rows(const inside_run& run, float jump, int first) {
         run.scales->exponent[first + c] += exponent[c];
         by.jump[c] = to_one[c];
         by.stay[c] = stay[c];
-        by.has_one[c] = (*run.candidates >> (first + c) & 1) != 0;
+        by.has_one[c] = (*run.row_alleles >> (first + c) & 1) != 0;
     }
     block total[4];
     for (block& t : total) t = all(0.0F);
@@ -179,12 +179,21 @@ KERNEL void inside(inside_run* const* runs, int n_runs, int n_steps) {
             const float jump = run.jumps[run.direction > 0 ? run.locus : run.locus - 1];
             run.locus += run.direction;
             run.alleles += run.direction * n_blocks(run.K);
-            run.candidates += run.direction;
-            if (run.n_candidates <= 2) {
-                inside_rows<2>(run, jump, 0);
-            } else {
-                inside_rows<4>(run, jump, 0);
-                if (run.n_candidates > 4) inside_rows<4>(run, jump, 4);
+            run.row_alleles += run.direction;
+            int first = 0;
+            for (; first + 4 <= run.n_rows; first += 4) inside_rows<4>(run, jump, first);
+            switch (run.n_rows - first) {
+                case 1:
+                    inside_rows<1>(run, jump, first);
+                    break;
+                case 2:
+                    inside_rows<2>(run, jump, first);
+                    break;
+                case 3:
+                    inside_rows<3>(run, jump, first);
+                    break;
+                default:
+                    break;
             }
         }
 }

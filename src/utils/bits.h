@@ -21,9 +21,10 @@ constexpr std::uint64_t transposed(std::uint64_t m) {
 inline void transpose(std::array<std::uint64_t, 64>& m) {
     std::uint64_t mask = 0x00000000FFFFFFFF;
     for (int size = 32; size > 0; size >>= 1, mask ^= mask << size)
-        for (int r = 0; r < 64; r = ((r | size) + 1) & ~size) {
-            const std::uint64_t t = (m[r] >> size ^ m[r | size]) & mask;
-            m[r] ^= t << size;
-            m[r | size] ^= t;
-        }
+        for (int block = 0; block < 64; block += 2 * size)
+            for (int r = block; r < block + size; ++r) {
+                const std::uint64_t t = (m[r] >> size ^ m[r + size]) & mask;
+                m[r] ^= t << size;
+                m[r + size] ^= t;
+            }
 }

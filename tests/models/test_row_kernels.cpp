@@ -53,10 +53,10 @@ class run_in_memory {
         const std::size_t first = direction > 0 ? 0 : n - 1;
         run = {.rows = rows.front().value,
                .scales = &scales,
-               .n_candidates = static_cast<int>(steps[0].candidates.size()),
+               .n_rows = static_cast<int>(steps[0].candidates.size()),
                .K = K,
                .alleles = alleles.data() + first * blocks,
-               .candidates = candidates.data() + first,
+               .row_alleles = candidates.data() + first,
                .jumps = jumps.data(),
                .locus = static_cast<int>(first),
                .direction = direction,
