@@ -15,6 +15,7 @@ using row_kernels::row_scales;
 namespace {
 
 constexpr int LEAST_EXPONENT = -400;
+constexpr unsigned EQUAL_TO_ONE = 0xFF;  // the alleles of the candidates where all have allele 1
 
 template <class Value>
 void grow(std::vector<Value>& buffer, std::size_t size) {
@@ -118,8 +119,11 @@ void float_segment::unpack_candidates(const genotype_graph& G) {
         const int length = static_cast<int>(G.seg_length[s]);
         for (int i = 0; i < length; i += 8) {
             std::uint64_t rows = 0;
-            for (int c = 0; c < n_candidates(G, s); ++c)
-                rows |= std::uint64_t{G.hap_bits.get8(G.candidate(s, c) + i)} << (8 * c);
+            // Bits beyond the last candidate copy the first one, so that a byte is 0 or 255 where all are
+            // equal.
+            for (int c = 0; c < MOST_ROWS; ++c)
+                rows |= std::uint64_t{G.hap_bits.get8(G.candidate(s, c < n_candidates(G, s) ? c : 0) + i)}
+                        << (8 * c);
             rows = transposed(rows);
             std::memcpy(locus + i, &rows, sizeof rows);  // the next segment overwrites the surplus
         }
@@ -163,25 +167,25 @@ void float_segment::flow_across(const pass& at, const genotype_graph& G) {
 template <int DIRECTION>
 void float_segment::plan_rows(pass& at, const genotype_graph& G) {
     const int n = n_candidates(G, at.segment);
-    const unsigned every = (1U << n) - 1;
-    std::array<unsigned, MOST_ROWS> members{every};  // of each row, bit c for candidate c
+    std::array<unsigned, MOST_ROWS> members{(1U << n) - 1};  // of each row, bit c for candidate c
     int n_rows = 1;
     at.n_splits = at.next_split = 0;
     int place = at.next_locus - range.first_locus;
     for (int position = 0; position < at.length; ++position, place += DIRECTION) {
-        const unsigned alleles = buffers.candidates[place] & every;
-        unsigned of_rows = alleles == 0 ? 0U : 0xFFU;
-        if (alleles != 0 && alleles != every) {
+        const unsigned alleles = buffers.candidates[place];
+        unsigned of_rows = alleles;
+        if (alleles != 0 && alleles != EQUAL_TO_ONE) {
             of_rows = 0;
             for (int row = 0, n_before = n_rows; row < n_before; ++row) {
                 const unsigned with_one = members[row] & alleles;
-                if (with_one != 0 && with_one != members[row]) {
+                if (with_one == 0) continue;
+                if (with_one == members[row]) {
+                    of_rows |= 1U << row;
+                } else {
                     at.splits[at.n_splits++] = {position, row, n_rows};
                     members[row] &= ~alleles;
                     members[n_rows] = with_one;
                     of_rows |= 1U << n_rows++;
-                } else if (with_one != 0) {
-                    of_rows |= 1U << row;
                 }
             }
         }
