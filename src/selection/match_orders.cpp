@@ -1,12 +1,14 @@
 #include "selection/match_orders.h"
 
+#include <algorithm>
+
 void match_orders::fill(const allele_rows& rows, locus_path path, std::span<const int> sites,
                         int n_haplotypes, int n_study) {
     way = path;
-    n_entries = n_haplotypes;
-    n_ranked = n_study;
+    n_entries = static_cast<std::size_t>(n_haplotypes) + 1;
+    n_ranked = static_cast<std::uint32_t>(n_study);
     entries.resize(n_entries * sites.size());
-    ranks.resize(n_ranked * sites.size());
+    ranks.resize(static_cast<std::size_t>(n_study) * sites.size());
     n_steps.resize(sites.size());
     prefix_order order(n_haplotypes);
     int locus = path.first;
@@ -20,9 +22,9 @@ void match_orders::fill(const allele_rows& rows, locus_path path, std::span<cons
 
 void match_orders::keep(std::size_t s, const prefix_order& order) {
     const std::span<const prefix_order::entry> now = order.entries();
-    std::ranges::copy(now, entries.begin() + static_cast<std::ptrdiff_t>(s * n_entries));
-    std::uint32_t* rank_of = ranks.data() + s * n_ranked;
-    for (std::uint32_t i = 0; i < n_entries; ++i)
-        if (now[i].haplotype < n_ranked) rank_of[now[i].haplotype] = i;
+    prefix_order::entry* kept = entries.data() + s * n_entries;
+    *std::ranges::copy(now, kept).out = {0, order.steps()};
+    for (std::uint32_t i = 0; i < now.size(); ++i)
+        if (now[i].haplotype < n_ranked) ranks[now[i].haplotype * n_steps.size() + s] = i;
     n_steps[s] = order.steps();
 }

@@ -30,44 +30,43 @@ class match_orders {
     /// site are left out, and so is the other haplotype of the same individual, h ^ 1.
     template <class Note>
     void nearest(int s, int h, int depth, Note note) const {
-        const std::span<const prefix_order::entry> order = order_at(s);
-        const std::uint32_t none = n_steps[s], n = static_cast<std::uint32_t>(order.size());
-        const std::uint32_t own_pair = static_cast<std::uint32_t>(h) >> 1;
-        // The next ones are entries before - 1 and after; the matches with them start at these steps.
+        const prefix_order::entry* order = order_at(s);
+        const std::uint32_t none = n_steps[s], own_pair = static_cast<std::uint32_t>(h) >> 1;
+        // The next ones are entries before - 1 and after; the matches with them start at these steps. Which
+        // of them is nearer cannot be predicted, so both sides are updated without a branch.
         std::uint32_t before = rank(s, h), after = before + 1;
-        std::uint32_t start_before = order[before].start, start_after = after < n ? order[after].start : none;
+        std::uint32_t start_before = order[before].start, start_after = order[after].start;
         while (depth > 0) {
             const bool is_before = start_before <= start_after;
             const std::uint32_t start = is_before ? start_before : start_after;
             if (start >= none) return;
             const std::uint32_t other = order[is_before ? before - 1 : after].haplotype;
-            if (other >> 1 != own_pair) {
-                note(static_cast<int>(other), way.first + direction() * static_cast<int>(start));
-                --depth;
-            }
-            if (is_before) {
-                --before;
-                start_before = std::max(start_before, order[before].start);
-            } else {
-                ++after;
-                start_after = after < n ? std::max(start_after, order[after].start) : none;
-            }
+            before -= is_before ? 1 : 0;
+            after += is_before ? 0 : 1;
+            const std::uint32_t next = std::max(start, order[is_before ? before : after].start);
+            start_before = is_before ? next : start_before;
+            start_after = is_before ? start_after : next;
+            if (other >> 1 == own_pair) continue;
+            note(static_cast<int>(other), way.first + direction() * static_cast<int>(start));
+            --depth;
         }
     }
     /// Lets the processor load what nearest(s, h) will read.
-    void prefetch(int s, int h) const { __builtin_prefetch(&order_at(s)[rank(s, h)]); }
+    void prefetch(int s, int h) const { __builtin_prefetch(order_at(s) + rank(s, h)); }
 
   private:
     int direction() const { return way.first <= way.last ? 1 : -1; }
-    std::span<const prefix_order::entry> order_at(int s) const {
-        return {entries.data() + static_cast<std::size_t>(s) * n_entries, n_entries};
+    const prefix_order::entry* order_at(int s) const {
+        return entries.data() + static_cast<std::size_t>(s) * n_entries;
     }
-    std::uint32_t rank(int s, int h) const { return ranks[static_cast<std::size_t>(s) * n_ranked + h]; }
+    std::uint32_t rank(int s, int h) const { return ranks[static_cast<std::size_t>(h) * n_steps.size() + s]; }
     void keep(std::size_t s, const prefix_order& order);
 
     locus_path way{};
-    std::size_t n_entries = 0, n_ranked = 0;
-    std::vector<prefix_order::entry> entries;  // n_entries for each site
-    std::vector<std::uint32_t> ranks;          // n_ranked for each site: place of a haplotype in the order
-    std::vector<std::uint32_t> n_steps;        // taken to each site
+    std::size_t n_entries = 0;
+    std::uint32_t n_ranked = 0;
+    // n_entries for each site: those of its order, and one behind them that agrees with nobody.
+    std::vector<prefix_order::entry> entries;
+    std::vector<std::uint32_t> ranks;    // one for each site of each haplotype: its place in the order
+    std::vector<std::uint32_t> n_steps;  // taken to each site
 };
