@@ -232,12 +232,12 @@ void float_segment::enter(pass& at, const genotype_graph& G) {
 void float_segment::split_rows(pass& at) const {
     const int position = at.next_event();
     for (; at.next_split < at.n_splits && at.splits[at.next_split].position == position; ++at.next_split) {
-        const auto [unused, from, to] = at.splits[at.next_split];
+        const pass::split& next = at.splits[at.next_split];
         const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(n_blocks) * row_kernels::BLOCK;
-        std::copy_n(at.run.rows + from * size, size, at.run.rows + to * size);
-        at.run.scales->sum[to] = at.run.scales->sum[from];
-        at.run.scales->exponent[to] = at.run.scales->exponent[from];
-        at.run.n_rows = to + 1;
+        std::copy_n(at.run.rows + next.from * size, size, at.run.rows + next.to * size);
+        at.run.scales->sum[next.to] = at.run.scales->sum[next.from];
+        at.run.scales->exponent[next.to] = at.run.scales->exponent[next.from];
+        at.run.n_rows = next.to + 1;
     }
     at.n_left = at.next_event() - position;
 }

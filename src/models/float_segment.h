@@ -66,13 +66,10 @@ class float_segment {
     void both_passes(const genotype_graph& G);
     int set_inner_group(genotype_graph& G, int s, int locus);
 
-    float* column(std::vector<row_kernels::value_block>& columns, int s) const {
-        return columns[static_cast<std::size_t>(s - range.first_segment) * row_kernels::MOST_ROWS * n_blocks]
-            .value;
-    }
     template <int DIRECTION>
     float* column(int s) {
-        return column(DIRECTION > 0 ? buffers.alpha : buffers.beta, s);
+        const std::size_t size = static_cast<std::size_t>(row_kernels::MOST_ROWS) * n_blocks;
+        return (DIRECTION > 0 ? buffers.alpha : buffers.beta)[(s - range.first_segment) * size].value;
     }
     template <int DIRECTION>
     row_kernels::row_scales& scales(int s) {

@@ -1,5 +1,7 @@
 #include "models/row_kernels.h"
 
+#include <algorithm>
+
 #if defined(__x86_64__)
 #include <immintrin.h>
 #endif

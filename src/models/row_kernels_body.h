@@ -18,7 +18,7 @@ struct block {
 #define INLINE_KERNEL KERNEL __attribute__((always_inline)) inline
 
 INLINE_KERNEL block load(const float* from) {
-    block b;
+    block b{};
     for (int i = 0; i < PARTS; ++i) b.parts[i] = reinterpret_cast<const part*>(from)[i];
     return b;
 }
@@ -28,26 +28,26 @@ INLINE_KERNEL void store(float* to, const block& b) {
 }
 
 INLINE_KERNEL block all(float x) {
-    block b;
+    block b{};
     for (int i = 0; i < PARTS; ++i) b.parts[i] = x - part{};
     return b;
 }
 
 INLINE_KERNEL block operator+(const block& a, const block& b) {
-    block r;
+    block r{};
     for (int i = 0; i < PARTS; ++i) r.parts[i] = a.parts[i] + b.parts[i];
     return r;
 }
 
 INLINE_KERNEL block operator*(const block& a, const block& b) {
-    block r;
+    block r{};
     for (int i = 0; i < PARTS; ++i) r.parts[i] = a.parts[i] * b.parts[i];
     return r;
 }
 
 /// `one` for the haplotypes whose bit is 1, `zero` for the others.
 INLINE_KERNEL block choose(unsigned bits, const block& one, const block& zero) {
-    block r;
+    block r{};
 #if REGISTER_BYTES == 64
     r.parts[0] = _mm512_mask_blend_ps(static_cast<__mmask16>(bits), zero.parts[0], one.parts[0]);
 #else
@@ -228,7 +228,7 @@ KERNEL void products(int n_left, int n_right, int K, const float* left, const fl
     for (int d = 0; d < n_right; ++d, right += blocks * BLOCK)
         for (int first = 0; first < n_left; first += 4) {
             const float* rows = left + static_cast<std::ptrdiff_t>(first * blocks) * BLOCK;
-            const int n = n_left - first < 4 ? n_left - first : 4;
+            const int n = std::min(n_left - first, 4);
             const four sums =
                 n > 2 ? products_with<4>(rows, right, blocks) : products_with<2>(rows, right, blocks);
             for (int c = 0; c < n; ++c) products[first + c][d] = sums[c];
