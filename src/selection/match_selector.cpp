@@ -182,8 +182,9 @@ void match_selector::choose_windows(random_source& random) {
     const double size = mean_window(), end = place(last) - 0.5 * size;
     window_borders.assign(1, 0);
     int locus = 0;
-    for (double border = place(0) + size * (0.5 + random.draw()); border < end; border += size) {
-        while (place(locus) < border) ++locus;
+    const double first = place(0) + size * (0.5 + random.draw());
+    for (int i = 0; first + i * size < end; ++i) {
+        while (place(locus) < first + i * size) ++locus;
         if (locus > window_borders.back()) window_borders.push_back(locus);
     }
     window_borders.push_back(last);
