@@ -20,64 +20,9 @@ struct step_arrays {
     lanes* column;
 };
 
-#if defined(__x86_64__)
-
-namespace avx512 {
-#define KERNEL __attribute__((target("avx512bw")))
-#define NAME "AVX-512"
-#define REGISTER_BYTES 64
-bool is_available() {
-    return __builtin_cpu_supports("avx512bw");
-}
-#include "models/column_kernels_body.h"
-#undef KERNEL
-#undef NAME
-#undef REGISTER_BYTES
-}  // namespace avx512
-
-namespace avx2 {
-#define KERNEL __attribute__((target("avx2")))
-#define NAME "AVX2"
-#define REGISTER_BYTES 32
-bool is_available() {
-    return __builtin_cpu_supports("avx2");
-}
-#include "models/column_kernels_body.h"
-#undef KERNEL
-#undef NAME
-#undef REGISTER_BYTES
-}  // namespace avx2
-
-#endif
-
-namespace baseline {
-#define KERNEL
-#define NAME "baseline"
-#define REGISTER_BYTES 16
-bool is_available() {
-    return true;
-}
-#include "models/column_kernels_body.h"
-#undef KERNEL
-#undef NAME
-#undef REGISTER_BYTES
-}  // namespace baseline
-
 }  // namespace
 
-std::vector<const kernel_set*> available_kernels() {
-    std::vector<const kernel_set*> sets;
-#if defined(__x86_64__)
-    for (const kernel_set* set : {&avx512::KERNELS, &avx2::KERNELS})
-        if (set->is_available()) sets.push_back(set);
-#endif
-    sets.push_back(&baseline::KERNELS);
-    return sets;
-}
-
-const kernel_set& kernels() {
-    static const kernel_set& fastest = *available_kernels().front();
-    return fastest;
-}
+#define KERNEL_BODY "models/column_kernels_body.h"
+#include "models/kernel_sets_body.h"
 
 }  // namespace column_kernels
