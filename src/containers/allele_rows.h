@@ -19,6 +19,7 @@ class allele_rows {
     std::span<const std::uint64_t> row(int l) const {
         return {words.data() + static_cast<std::size_t>(l - first_locus) * n_words, n_words};
     }
+    /// The allele of haplotype `h` in a row.
     static int allele(std::span<const std::uint64_t> row, int h) {
         return static_cast<int>(row[h >> 6] >> (h & 63) & 1);
     }

@@ -31,9 +31,9 @@ struct float_buffers {
     std::vector<double> group_prob;  // weights of the transitions of one group
 };
 
-/// The copying model of haplotype_segment in single precision: the same hidden states and groups, on columns
-/// of row_kernels. It takes a fraction of the time. The results differ in the last digits, so the two cannot
-/// stand in for each other.
+/// The copying model of haplotype_segment in single precision, which is faster: the same hidden states and
+/// groups, on columns of row_kernels. The results differ in the last digits, so neither can replace the
+/// other.
 class float_segment {
   public:
     /// The run covers the segments and loci of `range`. `idx` lists the indexes of the conditioning

@@ -8,7 +8,8 @@
 /// The inner loops of the copying model in single precision, over columns of K conditioning haplotypes.
 ///
 /// A column has up to 8 rows, each of which stands for one or more candidates: the values of the K
-/// haplotypes, and zeros up to the next multiple of 16.
+/// haplotypes, and zeros up to the next multiple of 16. In memory there is always room for 8 rows; kernels
+/// may read those that are not in use, but results do not depend on them.
 ///
 /// The sum of a row adds up 16 partial sums, partial sum j over haplotypes j, j + 16, ... in ascending order,
 /// and then folds them in halves: 8 onto 8, 4 onto 4, 2 onto 2, 1 onto 1. Products are never fused into sums.
@@ -26,6 +27,7 @@ constexpr int BLOCK = 16;
 constexpr int n_blocks(int K) {
     return (K + BLOCK - 1) / BLOCK;
 }
+
 /// Memory for the values of 16 haplotypes.
 struct alignas(64) value_block {
     float value[BLOCK];

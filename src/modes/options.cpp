@@ -39,6 +39,7 @@ struct option_row {
     std::variant<member<bool>, member<int>, member<double>, member<std::string>, member<file_names>> field;
     const char* shown_default;  // FIELD if the help shows that of the field, nullptr if there is none
     const char* help;
+    bool is_abbreviable = true;  // false for newer options, so that abbreviations of others stay as they were
 };
 
 constexpr const char* BASIC = "Basic options";
@@ -49,6 +50,7 @@ constexpr const char* MODEL = "Model options";
 constexpr const char* OUTPUT = "Output file options";
 constexpr const char* FIELD = "";
 constexpr const char* NONE = nullptr;
+constexpr bool IN_FULL = false;
 
 const option_row OPTIONS[] = {
     {BASIC, "help,H", &run_options::help, NONE, "Produce help message."},
@@ -57,9 +59,9 @@ const option_row OPTIONS[] = {
     {BASIC, "output-log,L", &run_options::output_log, "tolvane_date_time_UUID.log",
      "Log file containing a duplicate of the screen output."},
     {BASIC, "strict", &run_options::strict, NONE,
-     "End at input that is probably wrong, which is accepted otherwise. Recommended."},
+     "End at input that is probably wrong, which is accepted otherwise. Recommended.", IN_FULL},
     {BASIC, "check", &run_options::check, NONE,
-     "Read and check the input, list what --strict would refuse, and end."},
+     "Read and check the input, list what --strict would refuse, and end.", IN_FULL},
 
     {SUBSETTING, "exclude-snp", &run_options::exclude_snp, NONE,
      "File containing all the positions of the SNPs to exclude in input/output files."},
@@ -105,15 +107,16 @@ const option_row OPTIONS[] = {
     {MODEL, "window,W", &run_options::window, FIELD,
      "Mean size of the windows in which conditioning haplotypes are defined."},
     {MODEL, "match", &run_options::match, NONE,
-     "Select conditioning haplotypes by the longest stretches they share with an individual. More accurate, "
-     "and "
-     "the time grows with the number of individuals, not with its square. Recommended."},
+     "Select conditioning haplotypes by the longest stretches they share with an individual. The time grows "
+     "with "
+     "the number of individuals, not with its square. Recommended.",
+     IN_FULL},
     {MODEL, "match-depth", &run_options::match_depth, FIELD,
-     "With --match: haplotypes noted on each side of a site."},
+     "With --match: haplotypes noted on each side of a site.", IN_FULL},
     {MODEL, "match-step", &run_options::match_step, FIELD,
-     "With --match: distance in cM from one site to the next."},
+     "With --match: distance in cM from one site to the next.", IN_FULL},
     {MODEL, "mismatch", &run_options::mismatch, FIELD,
-     "With --match: probability that an allele differs from the copied one."},
+     "With --match: probability that an allele differs from the copied one.", IN_FULL},
 
     {OUTPUT, "output-max,O", &run_options::output_max, NONE, "Phased haplotypes in Impute2 format."},
 };
@@ -173,11 +176,6 @@ std::string long_name(const option_row& row) {
     return name.substr(0, name.find(','));
 }
 
-/// Options that may not be abbreviated, so that abbreviations of the others stay as short as they were.
-bool is_abbreviable(const std::string& name) {
-    return name != "strict" && name != "check" && name != "mismatch" && !name.starts_with("match");
-}
-
 /// The command line with abbreviated options written out, where only one option may be meant.
 std::vector<std::string> spelled_out(std::vector<std::string> args) {
     for (std::string& word : args) {
@@ -187,7 +185,7 @@ std::vector<std::string> spelled_out(std::vector<std::string> args) {
         for (const option_row& row : OPTIONS) {
             const std::string name = long_name(row);
             if (name == given.substr(2)) meant = {2, name};  // two: nothing to write out
-            if (is_abbreviable(name) && name.starts_with(given.substr(2))) meant.push_back(name);
+            if (row.is_abbreviable && name.starts_with(given.substr(2))) meant.push_back(name);
         }
         if (meant.size() == 1) word.replace(2, given.size() - 2, meant.front());
     }

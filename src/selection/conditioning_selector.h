@@ -38,7 +38,8 @@ class conditioning_selector {
         virtual void draw(random_source& random) = 0;
         /// Finishes the selection of the i-th measured job. May run at any time. `idx` receives the
         /// conditioning haplotypes as indexes in genhap_set::vecH. Returns the smallest distance among them,
-        /// or the number of loci in the range minus 1 if that is smaller.
+        /// or the number of loci in the range minus 1 if that is smaller. A
+        /// selector that does not measure distances returns DISTANCE_BEYOND_LIMIT.
         virtual int choose(int i, std::vector<int>& idx) = 0;
     };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "containers/allele_rows.h"
+
 prefix_order::prefix_order(int n) : order(n), seconds(n) {
     for (int h = 0; h < n; ++h) order[h] = {static_cast<std::uint32_t>(h), 0};
 }
@@ -13,12 +15,12 @@ void prefix_order::step(std::span<const std::uint64_t> alleles) {
     std::uint32_t start0 = next,
                   start1 = next;  // since when the next one agrees with the last one of its list
     std::size_t n0 = 0, n1 = 0;
-    const std::uint64_t* words = alleles.data();
     entry *zeros = order.data(), *ones = seconds.data();
     const std::size_t n = order.size();
     for (std::size_t i = 0; i < n; ++i) {
         const entry e = zeros[i];
-        const std::uint32_t one = words[e.haplotype >> 6] >> (e.haplotype & 63) & 1;
+        const auto one =
+            static_cast<std::uint32_t>(allele_rows::allele(alleles, static_cast<int>(e.haplotype)));
         start0 = std::max(start0, e.start);
         start1 = std::max(start1, e.start);
         zeros[n0] = {e.haplotype, start0};

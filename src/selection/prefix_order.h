@@ -19,7 +19,7 @@ class prefix_order {
     /// Starts with `n` haplotypes in ascending order, before the first step.
     explicit prefix_order(int n);
 
-    /// Takes the alleles of the next locus: bit h & 63 of word h >> 6 is that of haplotype h.
+    /// Takes the alleles of the next locus, a row of allele_rows.
     void step(std::span<const std::uint64_t> alleles);
 
     std::span<const entry> entries() const { return order; }
