@@ -190,9 +190,10 @@ std::unique_ptr<conditioning_selector> make_selector(const settings& s, const ge
     if (s.uses_matches) {
         const match_settings settings{.n_states = s.states,
                                       .depth = 1 + s.cluster_size % 8,
-                                      .step = s.window / 10,
                                       .window_bp = s.cluster_size % 2 == 0 ? 0.0 : window,
-                                      .seed = s.seed};
+                                      .learning = {.step = s.window / 10,
+                                                   .most_order_bytes = s.cluster_size % 3 == 0 ? 1.0 : 1e9,
+                                                   .seed = s.seed}};
         return std::make_unique<match_selector>(set, settings, team);
     }
     return std::make_unique<scan_selector>(set, s.states, static_cast<int>(window));

@@ -66,19 +66,26 @@ std::string phasing_jobs::advice_on_few(const phasing_job& job, std::size_t n) c
 
 int phasing_jobs::run(bool renew, bool skip_matched) {
     stopwatch watch;
+    for (worker& w : workers) w.n_underflows = 0;
     selector.prepare(renew, random);
+    preparing_seconds += watch.lap();
+    for (int stretch = 0; stretch < selector.n_stretches(); ++stretch) run_stretch(stretch, skip_matched);
+    int n_underflows = 0;
+    for (const worker& w : workers) n_underflows += w.n_underflows;
+    return n_underflows;
+}
+
+void phasing_jobs::run_stretch(int stretch, bool skip_matched) {
+    stopwatch watch;
+    if (stretch > 0) selector.next_stretch();
     const std::vector<phasing_job> jobs = selector.list_jobs(random);
     const std::vector<int> starts = starts_of_individuals(jobs);
-    for (worker& w : workers) w.n_underflows = 0;
     preparing_seconds += watch.lap();
     turn_order turns(team);
     team.run(static_cast<int>(starts.size()) - 1, [&](int i, int number) {
         const std::span of_individual(jobs.begin() + starts[i], jobs.begin() + starts[i + 1]);
         run_individual(i, of_individual, turns, skip_matched, workers[number]);
     });
-    int n_underflows = 0;
-    for (const worker& w : workers) n_underflows += w.n_underflows;
-    return n_underflows;
 }
 
 void phasing_jobs::run_individual(int item, std::span<const phasing_job> jobs, turn_order& turns,
@@ -108,7 +115,7 @@ void phasing_jobs::run_individual(int item, std::span<const phasing_job> jobs, t
 void phasing_jobs::run_model(const phasing_job& job, worker& w) {
     try {
         genotype_graph& graph = GH.vecG[job.individual];
-        if (const copying_rates* rates = selector.rates())
+        if (const copying_rates* rates = selector.rates(job.individual))
             w.n_underflows += float_segment(GH.vecH, w.idxH, job.range, *rates, w.floats).expectation(graph);
         else
             w.n_underflows +=

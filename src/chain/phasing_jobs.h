@@ -40,6 +40,7 @@ class phasing_jobs {
     struct worker;
 
     std::string advice_on_few(const phasing_job& job, std::size_t n) const;
+    void run_stretch(int stretch, bool skip_matched);
     void run_individual(int item, std::span<const phasing_job> jobs, turn_order& turns, bool skip_matched,
                         worker& w);
     void run_model(const phasing_job& job, worker& w);

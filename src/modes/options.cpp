@@ -26,7 +26,13 @@ namespace {
 // ---- declaration
 
 constexpr double FAST_CLUSTER_SIZE = 4000.0;
-constexpr int MATCH_STATES = 150;
+constexpr int MATCH_STATES = 200;
+
+// With matches, the fewer people there are the more iterations of burn-in pay: people have less to copy from,
+// and it takes longer until the first phases, drawn at random, are forgotten. In a large cohort they would
+// cost much and change little.
+constexpr int MATCH_BURN_WORK = 6000;  // people times iterations
+constexpr int LEAST_MATCH_BURN = 7, MOST_MATCH_BURN = 20;
 
 template <class Value>
 using member = setting<Value> run_options::*;
@@ -113,10 +119,12 @@ const option_row OPTIONS[] = {
      IN_FULL},
     {MODEL, "match-depth", &run_options::match_depth, FIELD,
      "With --match: haplotypes noted on each side of a site.", IN_FULL},
+    {MODEL, "learn-rates", &run_options::learn_rates, NONE,
+     "Without --match: let the rates of the copying model follow the data, as --match does.", IN_FULL},
     {MODEL, "match-step", &run_options::match_step, FIELD,
-     "With --match: distance in cM from one site to the next.", IN_FULL},
-    {MODEL, "mismatch", &run_options::mismatch, FIELD,
-     "With --match: probability that an allele differs from the copied one.", IN_FULL},
+     "With --match or --learn-rates: distance in cM from one site to the next.", IN_FULL},
+    {MODEL, "mismatch", &run_options::mismatch, NONE,
+     "With --match or --learn-rates: probability that an allele differs from the copied one.", IN_FULL},
 
     {OUTPUT, "output-max,O", &run_options::output_max, NONE, "Phased haplotypes in Impute2 format."},
 };
@@ -256,6 +264,11 @@ void take_value(const po::variable_value& parsed, setting<Value>& into) {
 
 }  // namespace
 
+int run_options::n_burn(int n_individuals) const {
+    if (!chooses_burn()) return burn.value;
+    return std::clamp(MATCH_BURN_WORK / std::max(n_individuals, 1), LEAST_MATCH_BURN, MOST_MATCH_BURN);
+}
+
 int run_options::n_states() const {
     return match.is_given && !states.is_given ? MATCH_STATES : states.value;
 }
@@ -340,23 +353,31 @@ void check_match(const run_options& o) {
     const auto refuse = [](const auto& other, const std::string& name) {
         if (other.is_given) LOG.error("--" + name + " is not compatible with --match");
     };
-    const auto need_match = [](const auto& option, const std::string& name) {
-        if (option.is_given) LOG.error("--" + name + " needs --match");
-    };
     if (!o.match.is_given) {
-        need_match(o.match_depth, "match-depth");
-        need_match(o.match_step, "match-step");
-        need_match(o.mismatch, "mismatch");
+        if (o.match_depth.is_given) LOG.error("--match-depth needs --match");
         return;
     }
     refuse(o.cluster_size, "cluster-size");
     refuse(o.fast, "fast");
     refuse(o.early_stopping, "early-stopping");
+    refuse(o.learn_rates, "learn-rates");
     if (o.n_states() < 1) LOG.error("You must use at least 1 state");
     if (o.match_depth.value < 1) LOG.error("You must use a --match-depth of at least 1");
+}
+
+void check_learning(const run_options& o) {
+    const auto need_learning = [](const auto& option, const std::string& name) {
+        if (option.is_given) LOG.error("--" + name + " needs --match or --learn-rates");
+    };
+    if (!o.learns_rates()) {
+        need_learning(o.match_step, "match-step");
+        need_learning(o.mismatch, "mismatch");
+        return;
+    }
     check_number(o.match_step.value, "match-step");
     if (o.match_step.value < 0.001 || o.match_step.value > 1000)
         LOG.error("You must specify a --match-step from 0.001 to 1000 cM");
+    if (!o.mismatch.is_given) return;
     check_number(o.mismatch.value, "mismatch");
     if (o.mismatch.value < 1e-6 || o.mismatch.value > 0.5)
         LOG.error("You must specify a --mismatch probability from 0.000001 to 0.5");
@@ -404,6 +425,7 @@ void check_options(const run_options& o) {
     if (!o.input_map.is_given) LOG.error("You did not specify a genetic map!");
     check_clustering(o);
     check_match(o);
+    check_learning(o);
     check_step(o.cluster_burn.value, o.burn.value, "burn");
     check_step(o.cluster_prune.value, o.prune.value, "prune");
     check_step(o.cluster_main.value, o.main.value, "main");
@@ -427,19 +449,20 @@ void echo_mode(const run_options& o) {
 
 namespace {
 
-/// With --match, the data decide about what the user did not choose.
-bool is_learned(const run_options& o, bool is_given) {
-    return o.match.is_given && !is_given;
-}
-
 std::string window_of(const run_options& o) {
-    return is_learned(o, o.window.is_given) ? "Windows follow the matches"
-                                            : "Windows of ~" + sutils::double2str(o.window.value, 1) + "Mb";
+    return o.match.is_given && !o.window.is_given
+               ? "Windows follow the matches"
+               : "Windows of ~" + sutils::double2str(o.window.value, 1) + "Mb";
 }
 
 std::string size_of(const run_options& o) {
-    return is_learned(o, o.effective_size.is_given) ? "Ne follows the matches"
-                                                    : "Ne = " + sutils::int2str(o.effective_size.value);
+    return o.learns_rates() && !o.effective_size.is_given ? "Ne follows the matches"
+                                                          : "Ne = " + sutils::int2str(o.effective_size.value);
+}
+
+std::string mismatch_of(const run_options& o) {
+    return o.mismatch.is_given ? "mismatch probability " + sutils::double2str(o.mismatch.value, 6)
+                               : "mismatch probability follows the matches";
 }
 
 }  // namespace
@@ -452,12 +475,17 @@ void echo_options(const run_options& o) {
         LOG.println("  * Input  window: [" + int2str(o.input_from.value) + " -> " +
                     int2str(o.input_to.value) + "[");
     LOG.println("  * Parallelisation: " + int2str(o.thread.value) + " threads");
+    const std::string phases = int2str(o.prune.value) + " P + " + int2str(o.main.value) + " M";
     const long n_iterations = static_cast<long>(o.burn.value) + o.prune.value + o.main.value;
-    LOG.println("  * MCMC: " + sutils::long2str(n_iterations) + " iterations [" + int2str(o.burn.value) +
-                " B + " + int2str(o.prune.value) + " P + " + int2str(o.main.value) + " M]");
+    LOG.println(o.chooses_burn()
+                    ? "  * MCMC: burn-in follows the number of people [" + int2str(LEAST_MATCH_BURN) +
+                          " to " + int2str(MOST_MATCH_BURN) + " B + " + phases + "]"
+                    : "  * MCMC: " + sutils::long2str(n_iterations) + " iterations [" +
+                          int2str(o.burn.value) + " B + " + phases + "]");
     LOG.println("  * Model: " + int2str(o.n_states()) + " states / " + window_of(o) + " / " + size_of(o));
-    if (o.match.is_given)
-        LOG.println("  * Matches: " + int2str(o.match_depth.value) +
-                    " on each side of a site / a site every " + sutils::double2str(o.match_step.value, 3) +
-                    "cM / mismatch probability " + sutils::double2str(o.mismatch.value, 6));
+    if (!o.learns_rates()) return;
+    const std::string depth =
+        o.match.is_given ? int2str(o.match_depth.value) + " on each side of a site / a" : "A";
+    LOG.println("  * Matches: " + depth + " site every " + sutils::double2str(o.match_step.value, 3) +
+                "cM / " + mismatch_of(o));
 }

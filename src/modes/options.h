@@ -50,11 +50,17 @@ struct run_options {
     setting<bool> match;          // select by the longest shared stretches, in place of distances
     setting<int> match_depth{8};
     setting<double> match_step{0.02};  // cM
-    setting<double> mismatch{0.0001};
+    setting<bool> learn_rates;         // without match
+    setting<double> mismatch;          // follows the data if it is not given
 
     // Output file options
     setting<file_names> output_max;
 
+    /// Whether the number of burn-in iterations follows that of individuals, and how many there are.
+    bool chooses_burn() const { return match.is_given && !burn.is_given; }
+    int n_burn(int n_individuals) const;
+    /// Whether the rates of the copying model follow the data.
+    bool learns_rates() const { return match.is_given || learn_rates.is_given; }
     /// Whether cluster trees select the conditioning haplotypes, and the number of haplotypes in a cluster.
     bool uses_trees() const { return fast.is_given || cluster_size.is_given; }
     double tree_size() const;

@@ -9,6 +9,7 @@
 #include "modes/run_files.h"
 #include "modes/study.h"
 #include "modules/stages.h"
+#include "selection/learning_selector.h"
 #include "selection/match_selector.h"
 #include "selection/scan_selector.h"
 #include "selection/tree_selector.h"
@@ -50,23 +51,26 @@ genhap_set build_graphs(run_input input, worker_team& team) {
     return {std::move(input.study.snps), std::move(graphs), std::move(input.panel)};
 }
 
-match_settings match_settings_of(const run_options& o, const genhap_set& set) {
-    return {.n_states = o.n_states(),
-            .depth = o.match_depth.value,
-            .step = o.match_step.value,
-            .window_bp = o.window.is_given ? BASES_PER_MB * o.window.value : 0.0,
+learning_settings learning_settings_of(const run_options& o, const genhap_set& set) {
+    return {.step = o.match_step.value,
             .jumps_per_cm = o.effective_size.is_given
                                 ? hmm_parameters::PER_CM * o.effective_size.value / set.n_haplotypes()
                                 : 0.0,
-            .mismatch = o.mismatch.value,
+            .mismatch = o.mismatch.is_given ? o.mismatch.value : 0.0,
             .seed = o.seed.value};
 }
 
-/// Creates the selector that the options ask for.
-std::unique_ptr<conditioning_selector> make_selector(const run_options& o, const genhap_set& set,
-                                                     worker_team& team) {
+match_settings match_settings_of(const run_options& o, const genhap_set& set) {
+    return {.n_states = o.n_states(),
+            .depth = o.match_depth.value,
+            .window_bp = o.window.is_given ? BASES_PER_MB * o.window.value : 0.0,
+            .learning = learning_settings_of(o, set)};
+}
+
+/// Creates the selector that compares whole windows.
+std::unique_ptr<conditioning_selector> make_distance_selector(const run_options& o, const genhap_set& set,
+                                                              worker_team& team) {
     const double window = BASES_PER_MB * o.window.value;
-    if (o.match.is_given) return std::make_unique<match_selector>(set, match_settings_of(o, set), team);
     if (o.uses_trees()) {
         // The size is rounded to single precision (24 bits) before it is truncated.
         const int cluster_size = static_cast<int>(static_cast<float>(o.tree_size()));
@@ -75,8 +79,18 @@ std::unique_ptr<conditioning_selector> make_selector(const run_options& o, const
     return std::make_unique<scan_selector>(set, o.states.value, static_cast<int>(std::floor(window)));
 }
 
-chain_schedule schedule_of(const run_options& o) {
-    return {{o.burn.value, o.cluster_burn.value},
+/// Creates the selector that the options ask for.
+std::unique_ptr<conditioning_selector> make_selector(const run_options& o, const genhap_set& set,
+                                                     worker_team& team) {
+    if (o.match.is_given) return std::make_unique<match_selector>(set, match_settings_of(o, set), team);
+    std::unique_ptr<conditioning_selector> by_distance = make_distance_selector(o, set, team);
+    if (!o.learn_rates.is_given) return by_distance;
+    return std::make_unique<learning_selector>(std::move(by_distance), set, learning_settings_of(o, set),
+                                               team);
+}
+
+chain_schedule schedule_of(const run_options& o, int n_individuals) {
+    return {{o.n_burn(n_individuals), o.cluster_burn.value},
             {o.prune.value, o.cluster_prune.value},
             {o.main.value, o.cluster_main.value},
             o.stops_early()};
@@ -133,7 +147,7 @@ void phaser::read_files_and_initialise() {
 }
 
 void phaser::run_chain() {
-    markov_chain(haplotypes, *jobs, team, random).run(schedule_of(options));
+    markov_chain(haplotypes, *jobs, team, random).run(schedule_of(options, haplotypes.n_individuals()));
 }
 
 void phaser::write_files_and_finalise() {

@@ -51,11 +51,16 @@ class conditioning_selector {
     /// Starts an iteration with the current haplotypes. If `renew`, rebuilds whatever the selector keeps from
     /// one iteration to the next.
     virtual void prepare(bool renew, random_source& random) = 0;
-    /// The jobs of the iteration, grouped by individual.
+    /// Stretches of the chromosome whose jobs are run one after another, if what the selector needs for all
+    /// would take too much memory. After prepare(), the first one is open.
+    virtual int n_stretches() const { return 1; }
+    /// Opens the next stretch. There must be one.
+    virtual void next_stretch() {}
+    /// The jobs of the open stretch, grouped by individual.
     virtual std::vector<phasing_job> list_jobs(random_source& random) const = 0;
-    /// Rates that the selector has learned from the current haplotypes; null if it learns none. With them,
-    /// jobs run the copying model in single precision.
-    virtual const copying_rates* rates() const { return nullptr; }
+    /// Rates for an individual that the selector has learned from the current haplotypes; null if it learns
+    /// none. With them, jobs run the copying model in single precision.
+    virtual const copying_rates* rates(int /*individual*/) const { return nullptr; }
     /// The fewest conditioning haplotypes with which a job can be run.
     virtual int fewest_haplotypes() const { return 5; }
     /// Creates the worker of one thread. It may be used in all iterations and must not outlive the selector.

@@ -2,16 +2,15 @@
 
 #include <algorithm>
 
-void match_orders::fill(const allele_rows& rows, locus_path path, std::span<const int> sites,
-                        int n_haplotypes, int n_study) {
+void match_orders::fill(const allele_rows& rows, locus_path path, prefix_order& order,
+                        std::span<const int> sites, int n_study) {
     way = path;
-    n_entries = static_cast<std::size_t>(n_haplotypes) + 1;
+    n_entries = order.entries().size() + 1;
     n_ranked = static_cast<std::uint32_t>(n_study);
     entries.resize(n_entries * sites.size());
     ranks.resize(static_cast<std::size_t>(n_study) * sites.size());
     n_steps.resize(sites.size());
-    prefix_order order(n_haplotypes);
-    int locus = path.first;
+    int locus = path.first + direction() * static_cast<int>(order.steps());
     for (std::size_t i = 0; i < sites.size(); ++i) {
         const std::size_t s = direction() > 0 ? i : sites.size() - 1 - i;
         for (const int behind = sites[s] + direction(); locus != behind; locus += direction())

@@ -18,16 +18,22 @@ struct locus_path {
 /// The prefix orders of all haplotypes at some chosen loci, for moves in one direction.
 class match_orders {
   public:
-    /// Moves an order along `path` and keeps it at each of `sites`, behind the step that takes the alleles of
-    /// the site. Sites are different loci of the path in ascending order. Matches of the first `n_study` of
-    /// the `n_haplotypes` haplotypes can be looked up.
-    void fill(const allele_rows& rows, locus_path path, std::span<const int> sites, int n_haplotypes,
+    /// Moves `order`, which has taken the first order.steps() loci of `path`, on to each of `sites` and keeps
+    /// it there, behind the step that takes the alleles of the site. Sites are in ascending order and lie
+    /// ahead of the order. Matches of the first `n_study` haplotypes can be looked up.
+    void fill(const allele_rows& rows, locus_path path, prefix_order& order, std::span<const int> sites,
               int n_study);
 
+    /// Memory for each site, in bytes.
+    static double bytes_per_site(int n_haplotypes, int n_study) {
+        return static_cast<double>(sizeof(prefix_order::entry)) * n_haplotypes +
+               static_cast<double>(sizeof(std::uint32_t)) * n_study;
+    }
+
     /// Calls note(other, locus) for up to `depth` haplotypes that agree longest with haplotype `h` on the way
-    /// to site number `s`, the longest match first; on ties those that stand before `h` in the order come
-    /// first. The match reaches from `locus` to the site, both inclusive. Haplotypes that do not agree at the
-    /// site are left out, and so is the other haplotype of the same individual, h ^ 1.
+    /// to site number `s` of those kept, the longest match first; on ties those that stand before `h` in the
+    /// order come first. The match reaches from `locus` to the site, both inclusive. Haplotypes that do not
+    /// agree at the site are left out, and so is the other haplotype of the same individual, h ^ 1.
     template <class Note>
     void nearest(int s, int h, int depth, Note note) const {
         const prefix_order::entry* order = order_at(s);

@@ -1,13 +1,9 @@
 #include "selection/match_selector.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
 #include <string>
 
-#include "objects/chaplotype.h"
 #include "utils/lfile.h"
-#include "utils/sutils.h"
 
 namespace {
 
@@ -16,18 +12,7 @@ namespace {
 // place.
 constexpr double STRETCHES_IN_WINDOW = 1.25;
 constexpr int LEAST_IN_WINDOW = 200, MOST_IN_WINDOW = 20'000;  // variants
-constexpr int MOST_MEASURED = 1000;                            // individuals whose matches are measured
 constexpr int LEAST_SELECTED = 8;                              // if there are as many haplotypes
-
-/// A seed for the stream of an iteration: the bits of both numbers, mixed (Steele, Lea and Flood 2014).
-long seed_of_stream(long seed, int iteration) {
-    constexpr std::uint64_t MOST_SEEDS = 2'147'483'646;
-    std::uint64_t x = static_cast<std::uint64_t>(seed) << 32 | static_cast<std::uint32_t>(iteration);
-    x += 0x9E3779B97F4A7C15;
-    x = (x ^ x >> 30) * 0xBF58476D1CE4E5B9;
-    x = (x ^ x >> 27) * 0x94D049BB133111EB;
-    return static_cast<long>((x ^ x >> 31) % MOST_SEEDS) + 1;
-}
 
 }  // namespace
 
@@ -64,16 +49,12 @@ class match_selector::match_worker : public conditioning_selector::worker {
     std::vector<std::vector<int>> selected;  // of the measured jobs, and memory for more
 };
 
-/// Counts the notes of both haplotypes of the individual at the sites of the window, or at the next site if
-/// the window has none.
+/// Counts the notes of both haplotypes of the individual at the sites of the window.
 void match_selector::match_worker::count_notes(const phasing_job& job) {
-    const std::vector<int>& sites = S.site_loci;
-    const int n_sites = static_cast<int>(sites.size());
-    const auto first_from = [&](int locus) {
-        return static_cast<int>(std::ranges::lower_bound(sites, locus) - sites.begin());
-    };
-    const int first = std::min(first_from(job.range.first_locus), n_sites - 1);
-    const int end = std::max(first_from(job.range.last_locus + 1), first + 1);
+    const site_orders& orders = S.learner.orders();
+    const match_orders &to_left = orders.to_left(), &to_right = orders.to_right();
+    const int first = S.window_sites[job.window] - orders.first_site();
+    const int end = S.window_sites[job.window + 1] - orders.first_site();
     const auto note = [this](int h, int /*locus*/) {
         if (counts[h]++ == 0) noted.push_back(h);
     };
@@ -82,11 +63,11 @@ void match_selector::match_worker::count_notes(const phasing_job& job) {
     for (int s = first; s < end; ++s)
         for (const int h : haplotypes_of(job.individual)) {
             if (s + AHEAD < end) {
-                S.from_left.prefetch(s + AHEAD, h);
-                S.from_right.prefetch(s + AHEAD, h);
+                to_left.prefetch(s + AHEAD, h);
+                to_right.prefetch(s + AHEAD, h);
             }
-            S.from_left.nearest(s, h, S.settings.depth, note);
-            S.from_right.nearest(s, h, S.settings.depth, note);
+            to_left.nearest(s, h, S.settings.depth, note);
+            to_right.nearest(s, h, S.settings.depth, note);
         }
 }
 
@@ -123,42 +104,18 @@ void match_selector::match_worker::fill_up(int individual, std::vector<int>& out
         if (h / 2 != individual && std::ranges::find(out, h) == out.end()) out.push_back(h);
 }
 
-match_selector::match_selector(const genhap_set& set, const match_settings& chosen, worker_team& workers)
-    : GH(set), settings(chosen), team(workers) {
+match_selector::match_selector(const genhap_set& set, const match_settings& chosen, worker_team& team)
+    : GH(set), settings(chosen), learner(set, chosen.learning, team) {
     if (GH.n_haplotypes() < LEAST_HAPLOTYPES)
         LOG.error("A single individual cannot be phased: use more, or a reference panel (--input-ref)");
-    learned.set_mismatch(settings.mismatch);
 }
 
 void match_selector::prepare(bool /*renew: nothing is kept*/, random_source& /*random*/) {
-    random_source own(seed_of_stream(settings.seed, iteration++));
-    const int last = GH.snps.size() - 1;
-    rows.copy(GH.vecH, 0, last);
-    choose_sites(own);
-    team.run(2, [&](int item, int /*worker*/) {
-        const int n = GH.n_haplotypes(), n_study = 2 * GH.n_individuals();
-        if (item == 0)
-            from_left.fill(rows, {0, last}, site_loci, n, n_study);
-        else
-            from_right.fill(rows, {last, 0}, site_loci, n, n_study);
-    });
-    jumps_per_cm = settings.jumps_per_cm > 0.0 ? settings.jumps_per_cm : measure_jumps();
-    learned.set_jumps(GH.snps, jumps_per_cm);
+    random_source own = learner.start_iteration();
     choose_windows(own);
-    LOG.println("  * Matches: " + sutils::double2str(jumps_per_cm, 3) + " jumps per cM, " +
-                std::to_string(window_borders.size() - 1) + " windows");
-}
-
-/// Draws one variant of each stretch of settings.step cM that has any.
-void match_selector::choose_sites(random_source& random) {
-    site_loci.clear();
-    const auto stretch_of = [&](int locus) {
-        return std::floor(GH.snps.getByIndex(locus)->cm / settings.step);
-    };
-    for (int first = 0, end = 0; first < GH.snps.size(); first = end) {
-        while (end < GH.snps.size() && stretch_of(end) == stretch_of(first)) ++end;
-        site_loci.push_back(first + random.draw_below(end - first));
-    }
+    learner.learn(choose_stretches());
+    LOG.println("  * Matches: " + learner.text() + ", " + std::to_string(window_borders.size() - 1) +
+                " windows");
 }
 
 /// Place of a variant on the scale in which windows are measured: cM, or bp if the user gave their size.
@@ -167,68 +124,61 @@ double match_selector::place(int locus) const {
     return settings.window_bp > 0.0 ? variant.bp : variant.cm;
 }
 
+/// Follows the rate of the iteration before. As long as nothing is known, windows are short.
 double match_selector::mean_window() const {
     if (settings.window_bp > 0.0) return settings.window_bp;
     const int last = GH.snps.size() - 1;
     const double per_variant = (place(last) - place(0)) / std::max(last, 1);
-    return std::clamp(STRETCHES_IN_WINDOW / jumps_per_cm, LEAST_IN_WINDOW * per_variant,
+    const double rate = learner.jumps_per_cm();
+    return std::clamp(rate > 0.0 ? STRETCHES_IN_WINDOW / rate : 0.0, LEAST_IN_WINDOW * per_variant,
                       MOST_IN_WINDOW * per_variant);
 }
 
 /// Cuts the chromosome into windows of equal length, except that the first and the last one have between 0.5
-/// and 1.5 times that length. The place of the first border is drawn.
+/// and 1.5 times that length. The place of the first border is drawn. A window that would have no site
+/// becomes part of one beside it.
 void match_selector::choose_windows(random_source& random) {
-    const int last = GH.snps.size() - 1;
+    const std::vector<int>& sites = learner.sites();
+    const int last = GH.snps.size() - 1, n_sites = static_cast<int>(sites.size());
     const double size = mean_window(), end = place(last) - 0.5 * size;
     window_borders.assign(1, 0);
+    window_sites.assign(1, 0);
     int locus = 0;
     const double first = place(0) + size * (0.5 + random.draw());
     for (int i = 0; first + i * size < end; ++i) {
         while (place(locus) < first + i * size) ++locus;
-        if (locus > window_borders.back()) window_borders.push_back(locus);
+        const int site = static_cast<int>(std::ranges::lower_bound(sites, locus) - sites.begin());
+        if (site == window_sites.back() || site == n_sites) continue;
+        window_borders.push_back(locus);
+        window_sites.push_back(site);
     }
     window_borders.push_back(last);
+    window_sites.push_back(n_sites);
 }
 
-/// The number of jumps per cM that explains the lengths of the longest matches on either side of the sites:
-/// the number of matches that end before the chromosome does, over the sum of all lengths (the maximum
-/// likelihood estimate for an exponential distribution with right censoring).
-double match_selector::measure_jumps() const {
-    struct lengths {
-        double sum = 0.0;
-        long n_ended = 0;
-    };
-    const int n_individuals = GH.n_individuals(), n = std::min(n_individuals, MOST_MEASURED);
-    const int n_sites = static_cast<int>(site_loci.size()), last = GH.snps.size() - 1;
-    const auto cm = [&](int locus) { return GH.snps.getByIndex(locus)->cm; };
-    std::vector<lengths> of(n);
-    team.run(n, [&](int i, int /*worker*/) {
-        const int individual = static_cast<int>(static_cast<long>(i) * n_individuals / n);
-        for (int s = 0; s < n_sites; ++s) {
-            const auto add = [&](int /*h*/, int end) {
-                of[i].sum += std::abs(cm(site_loci[s]) - cm(end));
-                of[i].n_ended += end > 0 && end < last ? 1 : 0;
-            };
-            for (const int h : haplotypes_of(individual)) {
-                from_left.nearest(s, h, 1, add);
-                from_right.nearest(s, h, 1, add);
-            }
+/// Gathers neighbouring windows into stretches. Returns the first site of each, then the number of sites.
+std::vector<int> match_selector::choose_stretches() {
+    const int n_windows = static_cast<int>(window_borders.size()) - 1, most = learner.most_sites();
+    std::vector<int> first_of_stretch = {0};
+    first_windows.assign(1, 0);
+    for (int w = 1; w < n_windows; ++w)
+        if (window_sites[w + 1] - first_of_stretch.back() > most) {
+            first_windows.push_back(w);
+            first_of_stretch.push_back(window_sites[w]);
         }
-    });
-    lengths all;
-    for (const lengths& l : of) {
-        all.sum += l.sum;
-        all.n_ended += l.n_ended;
-    }
-    constexpr double LEAST_SUM = 1e-6;  // cM, if there is no match at all
-    return std::max(static_cast<double>(all.n_ended), 1.0) / std::max(all.sum, LEAST_SUM);
+    first_windows.push_back(n_windows);
+    first_of_stretch.push_back(window_sites.back());
+    return first_of_stretch;
 }
 
 std::vector<phasing_job> match_selector::list_jobs(random_source& /*random*/) const {
+    const int stretch = learner.orders().stretch();
+    const int first = first_windows[stretch], end = first_windows[stretch + 1];
+    const std::vector<int> borders(window_borders.begin() + first, window_borders.begin() + end + 1);
     std::vector<phasing_job> jobs;
     for (int ind = 0; ind < GH.n_individuals(); ++ind) {
-        int window = 0;
-        for (const segment_range& range : GH.vecG[ind].ranges(window_borders))
+        int window = first;
+        for (const segment_range& range : GH.vecG[ind].ranges(borders))
             jobs.push_back({ind, window++, range});
     }
     return jobs;

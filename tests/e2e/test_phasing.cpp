@@ -70,7 +70,8 @@ INSTANTIATE_TEST_SUITE_P(
                     variation{"early_with_threads", "--early-stopping -W 0.1 -T 3"},
                     variation{"trees", "--cluster-size 40 -W 0.4", ENOUGH_FOR_TREES},
                     variation{"trees_with_threads", "--cluster-size 40 -W 0.4 -T 3", ENOUGH_FOR_TREES},
-                    variation{"matches", "--match"}, variation{"matches_with_threads", "--match -T 3"},
+                    variation{"matches", "--match"}, variation{"learned_rates", "--learn-rates"},
+                    variation{"matches_with_threads", "--match -T 3"},
                     variation{"matches_in_small_windows", "--match -W 0.1 --match-step 0.001"},
                     variation{"trees_kept", "--cluster-size 40 -W 0.4 --cluster_main 2 --cluster_prune 2",
                               ENOUGH_FOR_TREES}),
@@ -135,13 +136,40 @@ TEST(phasing, with_matches_the_log_says_so_and_shows_what_was_learned) {
     const std::string log = data.read("run.log");
     for (const char* line :
          {"  * Linear time search for the longest matches\n",
-          "  * Model: 150 states / Windows follow the matches / Ne follows the matches\n",
-          "  * Matches: 8 on each side of a site / a site every 0.020cM / mismatch probability 0.000100\n",
-          " jumps per cM, "})
+          "  * Model: 200 states / Windows follow the matches / Ne follows the matches\n",
+          "  * Matches: 8 on each side of a site / a site every 0.020cM / mismatch probability follows the "
+          "matches\n",
+          " jumps per cM, mismatch probability 0.00"})
         EXPECT_NE(log.find(line), std::string::npos) << line << log;
     haplotypes(data, "-B study --match --seed 4 --window 0.5 --effective-size 900" + SHORT);
     EXPECT_NE(data.read("run.log").find("  * Model: 10 states / Windows of ~0.5Mb / Ne = 900\n"),
               std::string::npos);
+}
+
+TEST(phasing, with_matches_small_cohorts_take_more_iterations_of_burn_in) {
+    const e2e::study data;
+    haplotypes(data, "-B study --match --seed 4 -M study.map -O out -L run.log --prune 1 --main 1");
+    const std::string log = data.read("run.log");
+    EXPECT_NE(log.find("  * MCMC: burn-in follows the number of people [7 to 20 B + 1 P + 1 M]\n"),
+              std::string::npos);
+    EXPECT_NE(log.find("Burn-in iteration [20/20]"), std::string::npos);
+}
+
+// Rates that follow the data change the haplotypes, and are in the log.
+TEST(phasing, learns_rates_for_the_scan_and_trees) {
+    const e2e::study data(ENOUGH_FOR_TREES);
+    for (const std::string mode : {"", " --cluster-size 40"}) {
+        const std::string fixed = haplotypes(data, "-B study --seed 4 -W 0.5" + mode + SHORT);
+        const std::string learned = haplotypes(data, "-B study --seed 4 -W 0.5 --learn-rates" + mode + SHORT);
+        EXPECT_NE(learned, fixed);
+        const std::string log = data.read("run.log");
+        for (const char* line :
+             {" / Windows of ~0.5Mb / Ne follows the matches\n",
+              "  * Matches: A site every 0.020cM / mismatch probability follows the matches\n",
+              "  * Learned: "})
+            EXPECT_NE(log.find(line), std::string::npos) << line << log;
+        EXPECT_EQ(haplotypes(data, "-B study --seed 4 -W 0.5 --learn-rates -T 3" + mode + SHORT), learned);
+    }
 }
 
 TEST(phasing, console_shows_one_line_an_iteration_and_the_log_shows_it_twice) {

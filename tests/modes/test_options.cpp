@@ -50,6 +50,17 @@ TEST(ParseOptions, DefaultsOfAnEmptyCommandLine) {
     EXPECT_FALSE(o.stops_early());
 }
 
+TEST(RunOptions, ChooseWhatTheUserDoesNotNameWithMatches) {
+    EXPECT_EQ(parsed("").n_states(), 100);
+    EXPECT_EQ(parsed("--match").n_states(), 200);
+    EXPECT_EQ(parsed("--match --states 100").n_states(), 100);
+    EXPECT_EQ(parsed("").n_burn(10), 7);
+    EXPECT_EQ(parsed("--match --burn 7").n_burn(10), 7);
+    for (const auto& [n, expected] :
+         {std::pair(0, 20), {1, 20}, {300, 20}, {500, 12}, {857, 7}, {100'000, 7}})
+        EXPECT_EQ(parsed("--match").n_burn(n), expected) << n;
+}
+
 /// A command line, and a check of the parsed options.
 struct line_row {
     const char* line;
@@ -161,8 +172,12 @@ TEST(CheckOptions, FirstValueOutOfRangeStopsTheRun) {
               "You must specify a --mismatch probability from 0.000001 to 0.5"},
              {"-M m --match --mismatch nan", "You must specify a number for --mismatch"},
              {"-M m --match-depth 8", "--match-depth needs --match"},
-             {"-M m --match-step 1", "--match-step needs --match"},
-             {"-M m --mismatch 0.1", "--mismatch needs --match"},
+             {"-M m --match --learn-rates", "--learn-rates is not compatible with --match"},
+             {"-M m --learn-rates --match-depth 8", "--match-depth needs --match"},
+             {"-M m --learn-rates --mismatch 2",
+              "You must specify a --mismatch probability from 0.000001 to 0.5"},
+             {"-M m --match-step 1", "--match-step needs --match or --learn-rates"},
+             {"-M m --mismatch 0.1", "--mismatch needs --match or --learn-rates"},
              {"-M m --cluster-size nan", "You must specify a number for --cluster-size"},
              {"-M m --cluster-size 1073741824", "You must specify a cluster size of at most 1073741823"},
              {"-M m --cluster_main -1", "You must use cluster_main > 0"},

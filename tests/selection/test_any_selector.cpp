@@ -62,11 +62,12 @@ const std::vector<any_form> FORMS_BY_DISTANCE = {
     {"tree", [](const genhap_set& set,
                 worker_team& team) { return std::make_unique<tree_selector>(set, K, 40, 8000.0, team); }},
 };
-const any_form BY_MATCHES = {"match", [](const genhap_set& set, worker_team& team) {
-                                 const match_settings settings{
-                                     .n_states = K, .depth = 4, .step = 0.03, .window_bp = 8000.0, .seed = 5};
-                                 return std::make_unique<match_selector>(set, settings, team);
-                             }};
+const any_form BY_MATCHES = {
+    "match", [](const genhap_set& set, worker_team& team) {
+        const match_settings settings{
+            .n_states = K, .depth = 4, .window_bp = 8000.0, .learning = {.step = 0.03, .seed = 5}};
+        return std::make_unique<match_selector>(set, settings, team);
+    }};
 
 /// All three steps of a selection for one job.
 int select(conditioning_selector::worker& worker, const phasing_job& job, random_source& random,

@@ -6,27 +6,12 @@
 #include <random>
 #include <string>
 
+#include "selection/mosaic_cohort.h"
 #include "support/haplotype_text.h"
 
 namespace {
 
 constexpr int N_LOCI = 90, N_STUDY = 24;
-
-/// Haplotypes with long shared stretches: copies of a few founders that change founder now and then.
-std::vector<std::string> mosaics(int n, std::mt19937& random) {
-    std::vector<std::string> founders, alleles;
-    for (int f = 0; f < 5; ++f) founders.push_back(support::random_alleles(N_LOCI, random));
-    for (int h = 0; h < n; ++h) {
-        std::string a;
-        std::size_t f = 0;
-        for (int l = 0; l < N_LOCI; ++l) {
-            if (l == 0 || random() % 15 == 0) f = random() % founders.size();
-            a += random() % 60 == 0 ? static_cast<char>('0' + random() % 2) : founders[f][l];
-        }
-        alleles.push_back(a);
-    }
-    return alleles;
-}
 
 /// Length of the match of two haplotypes that ends at `site`, in the direction of the move.
 int match_length(const std::string& a, const std::string& b, int site, int direction) {
@@ -47,12 +32,13 @@ TEST_P(match_order_ways, FindTheLongestMatchesOfAllPairs) {
     const int direction = GetParam().path.first <= GetParam().path.last ? 1 : -1;
     for (int trial = 0; trial < 20; ++trial) {
         const int n = N_STUDY + (trial % 2) * 7;
-        const std::vector<std::string> alleles = mosaics(n, random);
+        const std::vector<std::string> alleles = mosaics::haplotypes(n, N_LOCI, random, 5, 15, 1.0 / 60);
         allele_rows rows;
         rows.copy(support::haplotypes(alleles), 0, N_LOCI - 1);
         const std::vector<int> sites = {0, 1, 33, 34, 70, N_LOCI - 1};
         match_orders orders;
-        orders.fill(rows, GetParam().path, sites, n, N_STUDY);
+        prefix_order order(n);
+        orders.fill(rows, GetParam().path, order, sites, N_STUDY);
         for (int s = 0; s < static_cast<int>(sites.size()); ++s)
             for (int h = 0; h < N_STUDY; ++h)
                 for (const int depth : {1, 4, 100}) {
@@ -87,7 +73,8 @@ TEST(MatchOrders, ManyIdenticalHaplotypesAreTakenInOrder) {
     allele_rows rows;
     rows.copy(H, 0, 3);
     match_orders orders;
-    orders.fill(rows, {0, 3}, std::vector<int>{3}, 10, 10);
+    prefix_order order(10);
+    orders.fill(rows, {0, 3}, order, std::vector<int>{3}, 10);
     std::vector<int> found;
     orders.nearest(0, 5, 6, [&](int other, int start) {
         found.push_back(other);

@@ -8,74 +8,33 @@
 #include <random>
 #include <set>
 
-#include "support/graph_text.h"
+#include "selection/mosaic_cohort.h"
 #include "support/haplotype_text.h"
 #include "support/log_capture.h"
 
 namespace {
 
-/// Mean distance of variants in the cohorts of these tests.
-constexpr double SPACING = 0.01;  // cM
-
-snp_set variants(int n_loci, double spacing = SPACING) {
-    snp_set snps;
-    for (int l = 0; l < n_loci; ++l) {
-        snps.put(snp(1000 * l, "A", "G"));
-        snps.snp_list.back().cm = 3.0 + spacing * l;
-    }
-    snps.indexing();
-    return snps;
-}
-
-/// Individuals whose haplotypes are given, two for each, and a panel.
-genhap_set cohort(const std::vector<std::string>& alleles, int n_individuals, double spacing = SPACING) {
-    std::vector<genotype_graph> graphs;
-    const std::size_t n_loci = alleles[0].size();
-    for (int i = 0; i < n_individuals; ++i) {
-        std::string genotypes;
-        for (std::size_t l = 0; l < n_loci; ++l)
-            genotypes += static_cast<char>('0' + (alleles[2 * i][l] == '1') + (alleles[2 * i + 1][l] == '1'));
-        graphs.push_back(support::built_from(genotypes, "I" + std::to_string(i)));
-    }
-    std::vector<chaplotype> panel;
-    for (std::size_t h = 2 * static_cast<std::size_t>(n_individuals); h < alleles.size(); ++h)
-        panel.push_back(support::haplotype(alleles[h]));
-    genhap_set set(variants(static_cast<int>(n_loci), spacing), std::move(graphs), std::move(panel));
-    for (std::size_t h = 0; h < alleles.size(); ++h) set.vecH[h] = support::haplotype(alleles[h]);
-    return set;
-}
-
-/// Copies of a few founders that change founder every 40 loci or so.
-std::vector<std::string> mosaics(int n, int n_loci, std::mt19937& random) {
-    std::vector<std::string> founders, alleles;
-    for (int f = 0; f < 10; ++f) founders.push_back(support::random_alleles(n_loci, random));
-    for (int h = 0; h < n; ++h) {
-        std::string a;
-        std::size_t f = 0;
-        for (int l = 0; l < n_loci; ++l) {
-            if (l == 0 || random() % 40 == 0) f = random() % founders.size();
-            a += founders[f][l];
-        }
-        alleles.push_back(a);
-    }
-    return alleles;
-}
-
 match_settings usual() {
-    return {.n_states = 12, .depth = 4, .step = 0.03, .mismatch = 1e-4, .seed = 5};
+    return {.n_states = 12, .depth = 4, .learning = {.step = 0.03, .seed = 5}};
 }
 
-/// The haplotypes selected for each job.
-std::vector<std::vector<int>> select_all(match_selector& selector) {
+/// The jobs of an iteration, and the haplotypes selected for each, by individual and window.
+using selections = std::map<std::pair<int, int>, std::vector<int>>;
+
+selections select_all(match_selector& selector) {
     random_source unused(1);
     selector.prepare(true, unused);
     const auto worker = selector.make_worker();
-    std::vector<std::vector<int>> all;
-    for (const phasing_job& job : selector.list_jobs(unused)) {
-        all.emplace_back();
-        worker->measure({&job, 1});
-        worker->draw(unused);
-        worker->choose(0, all.back());
+    selections all;
+    for (int stretch = 0; stretch < selector.n_stretches(); ++stretch) {
+        if (stretch > 0) selector.next_stretch();
+        for (const phasing_job& job : selector.list_jobs(unused)) {
+            std::vector<int> idx;
+            worker->measure({&job, 1});
+            worker->draw(unused);
+            worker->choose(0, idx);
+            EXPECT_TRUE(all.emplace(std::pair(job.individual, job.window), idx).second);
+        }
     }
     return all;
 }
@@ -88,7 +47,7 @@ class MatchSelector : public ::testing::Test {
 };
 
 TEST_F(MatchSelector, TakesNoDraws) {
-    const genhap_set set = cohort(mosaics(40, 500, random), 20);
+    const genhap_set set = mosaics::cohort(mosaics::haplotypes(40, 500, random), 20);
     match_selector selector(set, usual(), team);
     random_source draws(3), untouched(3);
     selector.prepare(true, draws);
@@ -100,23 +59,23 @@ TEST_F(MatchSelector, TakesNoDraws) {
 }
 
 TEST_F(MatchSelector, SelectsTheSameWithAnyNumberOfThreads) {
-    const genhap_set set = cohort(mosaics(40, 500, random), 20);
+    const genhap_set set = mosaics::cohort(mosaics::haplotypes(40, 500, random), 20);
     match_selector alone(set, usual(), team);
-    const auto expected = select_all(alone);
+    const selections expected = select_all(alone);
     for (const int n : {2, 3, 8}) {
         worker_team several(n);
         match_selector selector(set, usual(), several);
         EXPECT_EQ(select_all(selector), expected);
-        EXPECT_EQ(selector.jump_rate(), alone.jump_rate());
+        EXPECT_EQ(selector.learning().text(), alone.learning().text());
     }
 }
 
 TEST_F(MatchSelector, ChoosesOtherSitesAndWindowsInEachIterationAndForEachSeed) {
-    const genhap_set set = cohort(mosaics(40, 2000, random), 20);
+    const genhap_set set = mosaics::cohort(mosaics::haplotypes(40, 2000, random), 20);
     std::set<std::vector<int>> sites, borders;
     for (const long seed : {1L, 2L, 3L}) {
         match_settings settings = usual();
-        settings.seed = seed;
+        settings.learning.seed = seed;
         match_selector selector(set, settings, team);
         for (int iteration = 0; iteration < 5; ++iteration) {
             random_source unused(1);
@@ -129,45 +88,50 @@ TEST_F(MatchSelector, ChoosesOtherSitesAndWindowsInEachIterationAndForEachSeed) 
     EXPECT_EQ(borders.size(), 15U);
 }
 
-TEST_F(MatchSelector, HasOneSiteInEachStretchOfOneStep) {
-    const genhap_set set = cohort(mosaics(10, 500, random), 5);
-    match_selector selector(set, usual(), team);
-    random_source unused(1);
-    selector.prepare(true, unused);
-    std::map<int, int> n_in_stretch;
-    for (const int l : selector.sites())
-        ++n_in_stretch[static_cast<int>(std::floor(set.snps.getByIndex(l)->cm / 0.03))];
-    std::set<int> stretches;
-    for (const snp& variant : set.snps.snp_list)
-        stretches.insert(static_cast<int>(std::floor(variant.cm / 0.03)));
-    EXPECT_EQ(n_in_stretch.size(), stretches.size()) << "each stretch with a variant has a site";
-    for (const auto& [stretch, n] : n_in_stretch) EXPECT_EQ(n, 1);
-    EXPECT_TRUE(std::ranges::is_sorted(selector.sites()));
+// Whatever part of the orders is in memory at a time, the same haplotypes are selected.
+TEST_F(MatchSelector, SelectsTheSameStretchByStretch) {
+    const genhap_set set = mosaics::cohort(mosaics::haplotypes(45, 3000, random), 20);
+    match_settings settings = usual();
+    match_selector whole(set, settings, team);
+    const selections expected = select_all(whole);
+    EXPECT_EQ(whole.n_stretches(), 1);
+    EXPECT_EQ(expected.size(), 20 * (whole.borders().size() - 1));
+    const double bytes_per_site = 2.0 * match_orders::bytes_per_site(45, 40);
+    for (const double most_sites : {1.0, 300.0}) {
+        settings.learning.most_order_bytes = bytes_per_site * most_sites;
+        match_selector parts(set, settings, team);
+        EXPECT_EQ(select_all(parts), expected);
+        EXPECT_EQ(parts.learning().text(), whole.learning().text());
+        const int n_windows = static_cast<int>(parts.borders().size()) - 1;
+        EXPECT_GT(parts.n_stretches(), 1);
+        EXPECT_EQ(parts.n_stretches() == n_windows, most_sites == 1.0) << "one window is the least";
+    }
 }
 
 TEST_F(MatchSelector, TakesTheHaplotypesNotedMostOften) {
-    const std::vector<std::string> alleles = mosaics(60, 600, random);
-    const genhap_set set = cohort(alleles, 20);
+    const std::vector<std::string> alleles = mosaics::haplotypes(60, 600, random);
+    const genhap_set set = mosaics::cohort(alleles, 20);
     match_selector selector(set, usual(), team);
-    const auto selected = select_all(selector);
+    const selections selected = select_all(selector);
     allele_rows rows;
     rows.copy(set.vecH, 0, 599);
-    match_orders from_left, from_right;
-    from_left.fill(rows, {0, 599}, selector.sites(), 60, 40);
-    from_right.fill(rows, {599, 0}, selector.sites(), 60, 40);
-    random_source unused(1);
-    const std::vector<phasing_job> jobs = selector.list_jobs(unused);
-    ASSERT_EQ(jobs.size(), selected.size());
-    for (std::size_t j = 0; j < jobs.size(); ++j) {
+    match_orders to_left, to_right;
+    prefix_order from_left(60), from_right(60);
+    to_left.fill(rows, {0, 599}, from_left, selector.sites(), 40);
+    to_right.fill(rows, {599, 0}, from_right, selector.sites(), 40);
+    EXPECT_EQ(selected.size(), 20 * (selector.borders().size() - 1));
+    for (const auto& [job, found] : selected) {
+        const auto [individual, window] = job;
+        const int first = selector.borders()[window];
+        const bool is_last = window + 2 == static_cast<int>(selector.borders().size());
+        const int end = selector.borders()[window + 1] + (is_last ? 1 : 0);
         std::map<int, int> n_notes;
         const auto note = [&](int h, int /*locus*/) { ++n_notes[h]; };
         for (int s = 0; s < static_cast<int>(selector.sites().size()); ++s) {
-            if (selector.sites()[s] < jobs[j].range.first_locus ||
-                selector.sites()[s] > jobs[j].range.last_locus)
-                continue;
-            for (const int h : haplotypes_of(jobs[j].individual)) {
-                from_left.nearest(s, h, 4, note);
-                from_right.nearest(s, h, 4, note);
+            if (selector.sites()[s] < first || selector.sites()[s] >= end) continue;
+            for (const int h : haplotypes_of(individual)) {
+                to_left.nearest(s, h, 4, note);
+                to_right.nearest(s, h, 4, note);
             }
         }
         std::vector<int> expected;
@@ -175,29 +139,29 @@ TEST_F(MatchSelector, TakesTheHaplotypesNotedMostOften) {
         std::ranges::stable_sort(expected, [&](int a, int b) { return n_notes[a] > n_notes[b]; });
         if (expected.size() > 12) expected.resize(12);
         std::ranges::sort(expected);
-        EXPECT_EQ(selected[j], expected) << "job " << j;
+        EXPECT_EQ(found, expected) << "individual " << individual << ", window " << window;
     }
 }
 
 // Relatives share everything, and nobody is too close to be selected.
 TEST_F(MatchSelector, SelectsIdenticalHaplotypes) {
-    std::vector<std::string> alleles = mosaics(40, 500, random);
+    std::vector<std::string> alleles = mosaics::haplotypes(40, 500, random);
     alleles[30] = alleles[0];
     alleles[35] = alleles[1];
-    const genhap_set set = cohort(alleles, 20);
+    const genhap_set set = mosaics::cohort(alleles, 20);
     match_settings settings = usual();
     settings.n_states = 4;
     match_selector selector(set, settings, team);
-    const auto selected = select_all(selector);
-    EXPECT_TRUE(std::ranges::binary_search(selected[0], 30));
-    EXPECT_TRUE(std::ranges::binary_search(selected[0], 35));
+    const selections selected = select_all(selector);
+    EXPECT_TRUE(std::ranges::binary_search(selected.at({0, 0}), 30));
+    EXPECT_TRUE(std::ranges::binary_search(selected.at({0, 0}), 35));
 }
 
 TEST_F(MatchSelector, WindowsFollowTheStretchesAndHoldTwoHundredVariants) {
-    const genhap_set set = cohort(mosaics(40, 3000, random), 20);
+    const genhap_set set = mosaics::cohort(mosaics::haplotypes(40, 3000, random), 20);
     const auto mean_window = [&](double jumps_per_cm, double window_bp) {
         match_settings settings = usual();
-        settings.jumps_per_cm = jumps_per_cm;
+        settings.learning.jumps_per_cm = jumps_per_cm;
         settings.window_bp = window_bp;
         match_selector selector(set, settings, team);
         random_source unused(1);
@@ -219,40 +183,24 @@ TEST_F(MatchSelector, WindowsFollowTheStretchesAndHoldTwoHundredVariants) {
     EXPECT_EQ(mean_window(0.001, 0), 3000) << "one window";
 }
 
-// Every haplotype copies one other for exactly 100 loci, 1 cM, so the longest matches at a random site reach
-// between 0 and 1 cM, until the copy ends.
-TEST_F(MatchSelector, MeasuresTheRateOfJumps) {
-    constexpr int N_PAIRS = 100, N_LOCI = 2000;
-    std::vector<std::string> alleles(2 * N_PAIRS);
-    for (int first = 0; first < N_LOCI; first += 100) {
-        std::vector<int> order(2 * N_PAIRS);
-        for (int h = 0; h < 2 * N_PAIRS; ++h) order[h] = h;
-        std::shuffle(order.begin(), order.end(), random);
-        for (int p = 0; p < N_PAIRS; ++p) {
-            const std::string shared = support::random_alleles(100, random);
-            alleles[order[2 * p]] += shared;
-            alleles[order[2 * p + 1]] += shared;
-        }
-    }
-    const genhap_set set = cohort(alleles, N_PAIRS);
-    match_selector selector(set, usual(), team);
-    random_source unused(1);
-    selector.prepare(true, unused);
-    // The mean length on one side of a site is 0.5 cM. Of 200 haplotypes, one agrees by chance for some
-    // further 4 loci, 0.04 cM.
-    EXPECT_NEAR(selector.jump_rate(), 1.0 / 0.54, 0.06);
-    EXPECT_FLOAT_EQ(selector.rates()->jump[5],
-                    static_cast<float>(1.0 - std::exp(-0.01 * selector.jump_rate())));
-}
-
-TEST_F(MatchSelector, UsesTheRateThatTheUserGave) {
-    const genhap_set set = cohort(mosaics(10, 100, random), 5);
+TEST_F(MatchSelector, EachWindowHasASite) {
+    const genhap_set set = mosaics::cohort(mosaics::haplotypes(10, 3000, random), 5, 0.0005);
     match_settings settings = usual();
-    settings.jumps_per_cm = 7.0;
+    settings.learning.step = 0.3;
+    settings.window_bp = 100'000;
     match_selector selector(set, settings, team);
     random_source unused(1);
-    selector.prepare(true, unused);
-    EXPECT_EQ(selector.jump_rate(), 7.0);
+    for (int i = 0; i < 10; ++i) {
+        selector.prepare(true, unused);
+        const std::vector<int>&sites = selector.sites(), &first = selector.first_sites();
+        ASSERT_EQ(first.size(), selector.borders().size());
+        EXPECT_EQ(first.back(), static_cast<int>(sites.size()));
+        for (std::size_t w = 0; w + 1 < first.size(); ++w) {
+            EXPECT_LT(first[w], first[w + 1]);
+            EXPECT_GE(sites[first[w]], selector.borders()[w]);
+            EXPECT_LE(sites[first[w + 1] - 1], selector.borders()[w + 1]);
+        }
+    }
 }
 
 struct small_case {
@@ -270,13 +218,13 @@ TEST_P(small_cohorts, AreSelectedFrom) {
     std::vector<std::string> alleles;
     for (int h = 0; h < 2 * c.n_individuals + c.n_panel; ++h)
         alleles.push_back(support::random_alleles(c.n_loci, random));
-    const genhap_set set = cohort(alleles, c.n_individuals, c.spacing);
+    const genhap_set set = mosaics::cohort(alleles, c.n_individuals, c.spacing);
     worker_team team(1);
     match_selector selector(set, usual(), team);
-    const auto selected = select_all(selector);
+    const selections selected = select_all(selector);
     EXPECT_GE(static_cast<int>(selected.size()), c.n_individuals);
     const std::size_t n_others = alleles.size() - 2;
-    for (const std::vector<int>& idx : selected) {
+    for (const auto& [job, idx] : selected) {
         EXPECT_GE(idx.size(), std::min<std::size_t>(n_others, 8));
         EXPECT_LE(idx.size(), std::min<std::size_t>(n_others, 12));
         EXPECT_EQ(std::ranges::adjacent_find(idx), idx.end()) << "each once";
