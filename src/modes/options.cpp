@@ -26,7 +26,9 @@ namespace {
 // ---- declaration
 
 constexpr double FAST_CLUSTER_SIZE = 4000.0;
-constexpr int MATCH_STATES = 200;
+// With matches, a quarter of all haplotypes within these bounds: in a small cohort, further ones share too
+// little with the individual.
+constexpr int LEAST_MATCH_STATES = 100, MOST_MATCH_STATES = 200;
 
 // With matches, the fewer people there are the more iterations of burn-in pay: people have less to copy from,
 // and it takes longer until the first phases, drawn at random, are forgotten. In a large cohort they would
@@ -269,8 +271,9 @@ int run_options::n_burn(int n_individuals) const {
     return std::clamp(MATCH_BURN_WORK / std::max(n_individuals, 1), LEAST_MATCH_BURN, MOST_MATCH_BURN);
 }
 
-int run_options::n_states() const {
-    return match.is_given && !states.is_given ? MATCH_STATES : states.value;
+int run_options::n_states(int n_haplotypes) const {
+    return chooses_states() ? std::clamp(n_haplotypes / 4, LEAST_MATCH_STATES, MOST_MATCH_STATES)
+                            : states.value;
 }
 
 double run_options::tree_size() const {
@@ -361,7 +364,7 @@ void check_match(const run_options& o) {
     refuse(o.fast, "fast");
     refuse(o.early_stopping, "early-stopping");
     refuse(o.learn_rates, "learn-rates");
-    if (o.n_states() < 1) LOG.error("You must use at least 1 state");
+    if (o.states.value < 1) LOG.error("You must use at least 1 state");
     if (o.match_depth.value < 1) LOG.error("You must use a --match-depth of at least 1");
 }
 
@@ -482,7 +485,10 @@ void echo_options(const run_options& o) {
                           " to " + int2str(MOST_MATCH_BURN) + " B + " + phases + "]"
                     : "  * MCMC: " + sutils::long2str(n_iterations) + " iterations [" +
                           int2str(o.burn.value) + " B + " + phases + "]");
-    LOG.println("  * Model: " + int2str(o.n_states()) + " states / " + window_of(o) + " / " + size_of(o));
+    const std::string n_states = o.chooses_states()
+                                     ? int2str(LEAST_MATCH_STATES) + " to " + int2str(MOST_MATCH_STATES)
+                                     : int2str(o.states.value);
+    LOG.println("  * Model: " + n_states + " states / " + window_of(o) + " / " + size_of(o));
     if (!o.learns_rates()) return;
     const std::string depth =
         o.match.is_given ? int2str(o.match_depth.value) + " on each side of a site / a" : "A";

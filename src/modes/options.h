@@ -59,13 +59,14 @@ struct run_options {
     /// Whether the number of burn-in iterations follows that of individuals, and how many there are.
     bool chooses_burn() const { return match.is_given && !burn.is_given; }
     int n_burn(int n_individuals) const;
+    /// The same for the number of conditioning haplotypes of a job, and the haplotypes of study and panel.
+    bool chooses_states() const { return match.is_given && !states.is_given; }
+    int n_states(int n_haplotypes) const;
     /// Whether the rates of the copying model follow the data.
     bool learns_rates() const { return match.is_given || learn_rates.is_given; }
     /// Whether cluster trees select the conditioning haplotypes, and the number of haplotypes in a cluster.
     bool uses_trees() const { return fast.is_given || cluster_size.is_given; }
     double tree_size() const;
-    /// Number of conditioning haplotypes of a job.
-    int n_states() const;
     /// Whether jobs skip the model on a perfect match.
     bool stops_early() const { return fast.is_given || early_stopping.is_given; }
 };

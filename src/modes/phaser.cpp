@@ -34,7 +34,7 @@ void refuse_failing(const run_options& o, const run_input& input) {
     };
     const int n_haplotypes =
         2 * static_cast<int>(input.study.ind_ids.size()) + static_cast<int>(input.panel.size());
-    expect_at_least(o.match.is_given ? 1 : LEAST_STATES, o.n_states(), "--states", "");
+    expect_at_least(o.match.is_given ? 1 : LEAST_STATES, o.n_states(n_haplotypes), "--states", "");
     expect_at_least(o.match.is_given ? match_selector::LEAST_HAPLOTYPES : LEAST_HAPLOTYPES, n_haplotypes,
                     "study and panel", " haplotypes");
     if (o.burn.value > 0) expect_at_least(1, o.cluster_burn.value, "--cluster_burn", "");
@@ -61,7 +61,7 @@ learning_settings learning_settings_of(const run_options& o, const genhap_set& s
 }
 
 match_settings match_settings_of(const run_options& o, const genhap_set& set) {
-    return {.n_states = o.n_states(),
+    return {.n_states = o.n_states(set.n_haplotypes()),
             .depth = o.match_depth.value,
             .window_bp = o.window.is_given ? BASES_PER_MB * o.window.value : 0.0,
             .learning = learning_settings_of(o, set)};

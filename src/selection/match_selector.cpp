@@ -108,6 +108,7 @@ match_selector::match_selector(const genhap_set& set, const match_settings& chos
     : GH(set), settings(chosen), learner(set, chosen.learning, team) {
     if (GH.n_haplotypes() < LEAST_HAPLOTYPES)
         LOG.error("A single individual cannot be phased: use more, or a reference panel (--input-ref)");
+    LOG.println("Matches: " + std::to_string(settings.n_states) + " states");
 }
 
 void match_selector::prepare(bool /*renew: nothing is kept*/, random_source& /*random*/) {

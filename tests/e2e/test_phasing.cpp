@@ -136,7 +136,8 @@ TEST(phasing, with_matches_the_log_says_so_and_shows_what_was_learned) {
     const std::string log = data.read("run.log");
     for (const char* line :
          {"  * Linear time search for the longest matches\n",
-          "  * Model: 200 states / Windows follow the matches / Ne follows the matches\n",
+          "  * Model: 100 to 200 states / Windows follow the matches / Ne follows the matches\n",
+          "Matches: 100 states\n",
           "  * Matches: 8 on each side of a site / a site every 0.020cM / mismatch probability follows the "
           "matches\n",
           " jumps per cM, mismatch probability 0.00"})

@@ -51,9 +51,11 @@ TEST(ParseOptions, DefaultsOfAnEmptyCommandLine) {
 }
 
 TEST(RunOptions, ChooseWhatTheUserDoesNotNameWithMatches) {
-    EXPECT_EQ(parsed("").n_states(), 100);
-    EXPECT_EQ(parsed("--match").n_states(), 200);
-    EXPECT_EQ(parsed("--match --states 100").n_states(), 100);
+    EXPECT_EQ(parsed("").n_states(1000), 100);
+    EXPECT_EQ(parsed("--match --states 30").n_states(1000), 30);
+    for (const auto& [n, expected] :
+         {std::pair(3, 100), {400, 100}, {600, 150}, {800, 200}, {1'000'000, 200}})
+        EXPECT_EQ(parsed("--match").n_states(n), expected) << n;
     EXPECT_EQ(parsed("").n_burn(10), 7);
     EXPECT_EQ(parsed("--match --burn 7").n_burn(10), 7);
     for (const auto& [n, expected] :
