@@ -22,7 +22,7 @@ namespace {
 
 // docs/performance.md has the measurements.
 constexpr double BYTES_PER_GENOTYPE = 50.0;  // until the first pruning
-constexpr double PROGRAM_GB = 0.01;
+constexpr double PROGRAM_BYTES = 1e7;
 
 /// Refuses options and data with which the run would end later, by an assertion or a signal.
 void refuse_failing(const run_options& o, const run_input& input) {
@@ -43,6 +43,21 @@ void refuse_failing(const run_options& o, const run_input& input) {
     if (o.uses_trees())
         expect_at_least(std::max(o.states.value, static_cast<int>(o.tree_size())) + 1, n_haplotypes,
                         "study and panel", " haplotypes for trees, whose clusters have at least --states");
+}
+
+/// Memory that a run with these options and data needs at most, about.
+double bytes_needed(const run_options& o, const run_input& input) {
+    const int n = input.study.n_individuals(), n_variants = input.study.snps.size();
+    double bytes = PROGRAM_BYTES + BYTES_PER_GENOTYPE * n * n_variants;
+    if (o.learns_rates() && n_variants > 0) {
+        const std::vector<snp>& variants = input.study.snps.snp_list;
+        const double n_steps = (variants.back().cm - variants.front().cm) / o.match_step.value + 1.0;
+        bytes +=
+            std::min(std::min(n_steps, static_cast<double>(n_variants)) * 2.0 *
+                         match_orders::bytes_per_site(2 * n + static_cast<int>(input.panel.size()), 2 * n),
+                     learning_settings{}.most_order_bytes);
+    }
+    return bytes;
 }
 
 /// The graphs represent the genotypes, which are freed on return.
@@ -120,11 +135,10 @@ void phaser::phase() {
 void phaser::check_input() {
     const run_input input = read_input(options, outputs);
     refuse_failing(options, input);
-    const double n_genotypes = static_cast<double>(input.study.ind_ids.size()) * input.study.snps.size();
     LOG.println("\nChecked " + std::to_string(input.study.ind_ids.size()) + " individuals and " +
                 std::to_string(input.study.snps.size()) + " variants");
     LOG.println("  * Memory needed for phasing: about " +
-                sutils::double2str(n_genotypes * BYTES_PER_GENOTYPE / 1e9 + PROGRAM_GB, 2) + " GB");
+                sutils::double2str(bytes_needed(options, input) / 1e9, 2) + " GB");
     if (LOG.nRefused() > 0)
         LOG.error("--strict would refuse this input at " + std::to_string(LOG.nRefused()) + " places");
     LOG.println("  * Nothing that --strict would refuse");

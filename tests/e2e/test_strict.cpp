@@ -327,6 +327,26 @@ TEST(strict, check_needs_no_output_and_writes_none) {
     }
 }
 
+// The orders of matches need memory for each site.
+TEST(strict, check_counts_the_memory_of_matches) {
+    simulation::Settings settings;
+    settings.individuals = 1000;
+    settings.megabases = 1;
+    settings.density = 300;
+    const e2e::study data(settings);
+    const auto gigabytes = [&](const std::string& options) {
+        const auto end = run(data.folder(), "-B study -M study.map -L run.log --check" + options);
+        const std::string text = "Memory needed for phasing: about ";
+        const std::size_t at = end.out.find(text);
+        EXPECT_NE(at, std::string::npos) << end.out;
+        return std::stod(end.out.substr(at + text.size()));
+    };
+    const double without = gigabytes("");
+    EXPECT_GT(gigabytes(" --match --match-step 0.001"), without);
+    EXPECT_GT(gigabytes(" --learn-rates --match-step 0.001"), without);
+    EXPECT_EQ(gigabytes(" --match --match-step 1000"), without);
+}
+
 TEST(strict, check_finds_outputs_that_cannot_be_written) {
     const e2e::study data(8, 0.3);
     for (const std::string output : {"missing/out", "study.bed/out"}) {
