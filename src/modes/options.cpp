@@ -116,8 +116,7 @@ const option_row OPTIONS[] = {
      "Mean size of the windows in which conditioning haplotypes are defined."},
     {MODEL, "match", &run_options::match, NONE,
      "Select conditioning haplotypes by the longest stretches they share with an individual. The time grows "
-     "with "
-     "the number of individuals, not with its square. Recommended.",
+     "with the number of individuals, not with its square. Recommended.",
      IN_FULL},
     {MODEL, "match-depth", &run_options::match_depth, FIELD,
      "With --match: haplotypes noted on each side of a site.", IN_FULL},

@@ -148,9 +148,6 @@ void phaser::read_files_and_initialise() {
     run_input input = read_input(options, outputs);
     refuse_failing(options, input);
     haplotypes = build_graphs(std::move(input), team);
-    if (options.match.is_given && haplotypes.n_haplotypes() <= 2)
-        LOG.error(
-            "A single individual cannot be phased: use more individuals, or a reference panel (--input-ref)");
     haplotypes.summarise();
     sample_first_haplotypes(haplotypes, team, random);
     const int n_haplotypes = haplotypes.n_haplotypes();

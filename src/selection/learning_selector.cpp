@@ -1,6 +1,5 @@
 #include "selection/learning_selector.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "utils/lfile.h"

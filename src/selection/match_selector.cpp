@@ -107,7 +107,8 @@ void match_selector::match_worker::fill_up(int individual, std::vector<int>& out
 match_selector::match_selector(const genhap_set& set, const match_settings& chosen, worker_team& team)
     : GH(set), settings(chosen), learner(set, chosen.learning, team) {
     if (GH.n_haplotypes() < LEAST_HAPLOTYPES)
-        LOG.error("A single individual cannot be phased: use more, or a reference panel (--input-ref)");
+        LOG.error(
+            "A single individual cannot be phased: use more individuals, or a reference panel (--input-ref)");
     LOG.println("Matches: " + std::to_string(settings.n_states) + " states");
 }
 

@@ -78,10 +78,8 @@ void rate_learner::learn(std::span<const int> starts) {
 void rate_learner::classify(const match_survey& survey) {
     class_of.assign(GH.n_individuals(), COHORT_CLASS);
     classes.assign(N_CLASSES, {});
-    std::vector<double> rates = {rate};
-    rates.resize(N_CLASSES);
-    for (int c = 0; c < N_CLASSES; ++c)
-        rates[c] = c == 0 ? rate * LOWEST_CLASS : rates[c - 1] * std::sqrt(2.0);
+    std::vector<double> rates = {rate * LOWEST_CLASS};
+    while (rates.size() < N_CLASSES) rates.push_back(rates.back() * std::sqrt(2.0));
     if (settings.jumps_per_cm <= 0.0)
         for (int ind = 0; ind < GH.n_individuals(); ++ind) {
             const double own = survey.jumps_per_cm(ind);

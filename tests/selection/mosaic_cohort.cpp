@@ -24,6 +24,14 @@ std::vector<std::string> haplotypes(int n, int n_loci, std::mt19937& random, int
     return alleles;
 }
 
+std::vector<std::string> with_children(std::vector<std::string> alleles) {
+    for (int child = 0; child < N_CHILDREN; ++child) {
+        alleles[2 * child] = alleles[20 + 4 * child];
+        alleles[2 * child + 1] = alleles[22 + 4 * child];
+    }
+    return alleles;
+}
+
 genhap_set cohort(const std::vector<std::string>& alleles, int n_individuals, double spacing) {
     const std::size_t n_loci = alleles[0].size();
     snp_set snps;

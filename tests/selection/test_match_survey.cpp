@@ -95,15 +95,12 @@ TEST_F(MatchSurvey, TellsWrongPhasesFromJumps) {
 
 // Four children have copies of whole haplotypes of their parents.
 TEST_F(MatchSurvey, RelativesHaveLowRates) {
-    std::vector<std::string> alleles = mosaics::haplotypes(160, 2000, random, 30, 50);
-    for (int child = 0; child < 4; ++child) {
-        alleles[2 * child] = alleles[20 + 4 * child];
-        alleles[2 * child + 1] = alleles[22 + 4 * child];
-    }
-    const genhap_set set = mosaics::cohort(alleles, 80);
+    const genhap_set set =
+        mosaics::cohort(mosaics::with_children(mosaics::haplotypes(160, 2000, random, 30, 50)), 80);
     const match_survey survey = survey_of(set);
     double highest = 0.0, lowest = 1e9;
-    for (int child = 0; child < 4; ++child) highest = std::max(highest, survey.jumps_per_cm(child));
+    for (int child = 0; child < mosaics::N_CHILDREN; ++child)
+        highest = std::max(highest, survey.jumps_per_cm(child));
     for (int other = 20; other < 80; ++other) lowest = std::min(lowest, survey.jumps_per_cm(other));
     EXPECT_LT(highest, 0.3 * lowest);
 }

@@ -79,12 +79,8 @@ TEST_F(RateLearner, HoldsTheMismatchProbabilityWithinBounds) {
 
 // A tenth of the cohort has relatives.
 TEST_F(RateLearner, RatesOfAnIndividualAreWithinItsClass) {
-    std::vector<std::string> alleles = mosaics::haplotypes(80, 2000, random, 30, 50);
-    for (int child = 0; child < 4; ++child) {
-        alleles[2 * child] = alleles[20 + 4 * child];
-        alleles[2 * child + 1] = alleles[22 + 4 * child];
-    }
-    const genhap_set set = mosaics::cohort(alleles, 40);
+    const genhap_set set =
+        mosaics::cohort(mosaics::with_children(mosaics::haplotypes(80, 2000, random, 30, 50)), 40);
     rate_learner learner(set, {.step = 0.03}, team);
     learn(learner);
     std::set<double> rates;
@@ -93,7 +89,7 @@ TEST_F(RateLearner, RatesOfAnIndividualAreWithinItsClass) {
         rates.insert(rate);
         const double steps = 2.0 * std::log2(rate / learner.jumps_per_cm());
         EXPECT_NEAR(steps, std::round(steps), 1e-3) << "a whole number of factors of the square root of 2";
-        if (ind < 4)
+        if (ind < mosaics::N_CHILDREN)
             EXPECT_LT(rate, 0.4 * learner.jumps_per_cm());
         else
             EXPECT_GT(rate, 0.2 * learner.jumps_per_cm());
