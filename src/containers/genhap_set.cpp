@@ -13,6 +13,14 @@ genhap_set::genhap_set(snp_set variants, std::vector<genotype_graph> graphs, std
     vecH.insert(vecH.end(), std::make_move_iterator(panel.begin()), std::make_move_iterator(panel.end()));
 }
 
+void genhap_set::equalise_haploid(int ind) {
+    if (haploid.empty()) return;
+    const std::vector<unsigned char>&mask = haploid[ind].data, &from = vecH[2 * ind].data;
+    std::vector<unsigned char>& to = vecH[2 * ind + 1].data;
+    for (std::size_t i = 0; i < mask.size(); ++i)
+        to[i] = static_cast<unsigned char>((from[i] & mask[i]) | (to[i] & ~mask[i]));
+}
+
 void genhap_set::summarise() const {
     std::uint64_t transitions = 0, segments = 0;
     for (const genotype_graph& graph : vecG) {

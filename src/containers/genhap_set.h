@@ -21,12 +21,18 @@ class genhap_set {
     int n_haplotypes() const { return static_cast<int>(vecH.size()); }
     /// Distance from the first variant to the last one in bp. There must be at least one variant.
     int span() const { return snps.snp_list.back().bp - snps.snp_list.front().bp; }
+    /// Copies the first haplotype of an individual over its second one where it is haploid. Called whenever
+    /// they were sampled: known genotypes there are homozygous, but missing ones may differ.
+    void equalise_haploid(int ind);
     /// Prints the total size of the graphs.
     void summarise() const;
 
     snp_set snps;
     std::vector<genotype_graph> vecG;
     std::vector<chaplotype> vecH;
+    /// Who has one copy of which variant, by individual; empty if nobody has. Both haplotypes are equal
+    /// there.
+    std::vector<chaplotype> haploid;
 };
 
 /// Indexes of the two haplotypes of individual `ind`.

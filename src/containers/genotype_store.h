@@ -26,6 +26,14 @@ class genotype_store {
     void append(genotype_block& block);
     /// Makes all genotypes of variant `v` homozygous for a0. Returns how many were missing.
     int resetSnp(int v);
+    /// Marks all genotypes of an individual as haploid. Heterozygous ones become missing; returns how many.
+    int makeHaploid(int ind);
+    /// A missing genotype marked as haploid may be that of a diploid individual, since both are written as
+    /// one dot. Only those stay marked whose last known genotype before is haploid, or the first one if there
+    /// is none.
+    void settleMissingHaploid();
+    /// Removes the variants for which `keeps` is false.
+    void keepVariants(const std::vector<bool>& keeps);
 
     snp_set snps;
     std::vector<std::string> ind_ids;
@@ -33,4 +41,8 @@ class genotype_store {
     std::vector<chaplotype> allele_a;
     std::vector<chaplotype> allele_b;
     std::vector<chaplotype> missing;
+    std::vector<chaplotype> haploid;  // who has one copy of the variant; empty if nobody has
+
+  private:
+    std::vector<std::vector<chaplotype>*> planes();
 };

@@ -23,6 +23,7 @@ class snp {
     std::string a1;          // second allele, empty while unknown
     double cm = -1.0;        // genetic position in centimorgans (cM); a negative value means not set
     int bp;                  // physical position in base pairs
+    int record = 0;          // number of the record in a VCF that is its origin, from 1; else 0
     int idx = -1;            // index in the snp_set, -1 before snp_set::indexing
     bool in_ref = false;     // whether a line of the panel's legend matches
     bool is_turned = false;  // whether a0 is the second allele of the input

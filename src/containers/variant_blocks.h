@@ -28,10 +28,13 @@ struct genotype_block {
     void clear() {
         variants.clear();
         words.assign(words.size(), {});
+        haploid.clear();
     }
 
     std::vector<snp> variants;
     std::vector<genotype_word> words;  // one per individual
+    // One per individual: whether it has one allele only, or one missing one. Empty if nobody has.
+    std::vector<std::uint64_t> haploid;
 };
 
 /// Variants with the alleles of all haplotypes.

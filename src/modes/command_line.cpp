@@ -75,3 +75,7 @@ void print_version_and_date(long start) {
     LOG.printlnC("  * Date    : " + date);
     LOG.printlnC("  * LOGfile : [" + LOG.name() + "]");
 }
+
+std::string version_line(const run_options& options) {
+    return "##tolvane=" + std::string(BANNER_VERSION) + " " + result_options(options);
+}

@@ -13,3 +13,6 @@ run_options start_run(const std::vector<std::string>& args, long start, output_f
 
 /// Writes the version and the date to the log, and the date and the name of the log to the console.
 void print_version_and_date(long start);
+
+/// The header line that a VCF of this run gets: it tells version and options, and depends on nothing else.
+std::string version_line(const run_options& options);

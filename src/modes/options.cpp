@@ -15,6 +15,7 @@
 #include <variant>
 
 #include "utils/assertion.h"
+#include "utils/genome_region.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 #include "utils/units.h"
@@ -95,6 +96,21 @@ const option_row OPTIONS[] = {
      "Probability threshold used to call a genotype in GEN file."},
     {INPUT, "input-ref,R", &run_options::input_ref, NONE,
      "Reference set of haplotypes in HAPS/SAMPLE format."},
+    {INPUT, "input-vcf,V", &run_options::input_vcf, NONE, "Genotypes in a VCF or BCF file.", IN_FULL},
+    {INPUT, "region", &run_options::region, NONE,
+     "Chromosome to read, or part of it: CHR or CHR:FROM-TO, positions inclusive.", IN_FULL},
+    {INPUT, "haploid", &run_options::haploid, NONE,
+     "File containing the ID of the individuals with one copy of the chromosome, as males on X.", IN_FULL},
+    {INPUT, "map-format", &run_options::map_format, FIELD,
+     "Layout of the genetic map: hapmap, plink (chromosome, id, cM, position) or table (chromosome, "
+     "position, "
+     "rate, cM).",
+     IN_FULL},
+    {INPUT, "panel-missing", &run_options::panel_missing, FIELD,
+     "What to do with variants that the reference set lacks: stop, or exclude them. (The set of --input-ref "
+     "may "
+     "also be one phased VCF or BCF file.)",
+     IN_FULL},
 
     {MODEL, "cluster_burn,cb", &run_options::cluster_burn, FIELD,
      "Frequency of clustering in burnin iterations."},
@@ -128,6 +144,19 @@ const option_row OPTIONS[] = {
      "With --match or --learn-rates: probability that an allele differs from the copied one.", IN_FULL},
 
     {OUTPUT, "output-max,O", &run_options::output_max, NONE, "Phased haplotypes in Impute2 format."},
+    {OUTPUT, "output-vcf", &run_options::output_vcf, NONE,
+     "Phased haplotypes in VCF or BCF: .vcf, .vcf.gz or .bcf.", IN_FULL},
+    {OUTPUT, "output-index", &run_options::output_index, FIELD, "Index of --output-vcf: csi, tbi or none.",
+     IN_FULL},
+    {OUTPUT, "output-unphased", &run_options::output_unphased, NONE,
+     "With --input-vcf: write the records that took no part too, unphased.", IN_FULL},
+    {OUTPUT, "keep-missing", &run_options::keep_missing, NONE,
+     "Write no filled-in genotypes with --output-vcf.", IN_FULL},
+    {OUTPUT, "reference", &run_options::reference, NONE,
+     "FASTA file with index, which tells the reference alleles for --output-vcf from other formats.",
+     IN_FULL},
+    {OUTPUT, "no-version", &run_options::no_version, NONE,
+     "Write no line with version and options into the header of --output-vcf.", IN_FULL},
 };
 
 run_options defaults(long start) {
@@ -279,6 +308,25 @@ double run_options::tree_size() const {
     return fast.is_given ? FAST_CLUSTER_SIZE : cluster_size.value;
 }
 
+std::string result_options(const run_options& options) {
+    std::string text;
+    const auto add = [&](const option_row& row, const std::string& value) {
+        text += (text.empty() ? "--" : " --") + long_name(row) + (value.empty() ? "" : " " + value);
+    };
+    const auto visit = [&](const option_row& row, auto field) {
+        using kind = std::remove_cvref_t<decltype((options.*field).value)>;
+        const auto& given = options.*field;
+        if constexpr (std::is_same_v<kind, bool>) {
+            if (given.is_given) add(row, "");
+        } else if constexpr (std::is_arithmetic_v<kind>) {
+            const std::string name = long_name(row);
+            if ((given.is_given && name != "thread") || name == "seed") add(row, text_of(given.value));
+        }
+    };
+    for (const option_row& row : OPTIONS) std::visit([&](auto field) { visit(row, field); }, row.field);
+    return text;
+}
+
 bool is_strict(const std::vector<std::string>& args) {
     const auto asks = [](const std::string& word) {
         using std::operator""sv;
@@ -385,6 +433,35 @@ void check_learning(const run_options& o) {
         LOG.error("You must specify a --mismatch probability from 0.000001 to 0.5");
 }
 
+/// Refuses a word that is none of those allowed.
+void check_word(const setting<std::string>& word, const std::string& option,
+                const std::vector<std::string>& allowed) {
+    if (std::ranges::find(allowed, word.value) != allowed.end()) return;
+    std::string text;
+    for (const std::string& one : allowed) text += (text.empty() ? "" : ", ") + one;
+    LOG.error("You must specify one of these for --" + option + ": " + text);
+}
+
+void check_vcf(const run_options& o) {
+    check_word(o.map_format, "map-format", {"hapmap", "plink", "table"});
+    check_word(o.panel_missing, "panel-missing", {"stop", "exclude"});
+    check_word(o.output_index, "output-index", {"csi", "tbi", "none"});
+    const auto need = [](const auto& option, const std::string& name, const auto& other,
+                         const std::string& other_name) {
+        if (option.is_given && !other.is_given) LOG.error("--" + name + " needs --" + other_name);
+    };
+    need(o.panel_missing, "panel-missing", o.input_ref, "input-ref");
+    need(o.output_index, "output-index", o.output_vcf, "output-vcf");
+    need(o.output_unphased, "output-unphased", o.output_vcf, "output-vcf");
+    need(o.output_unphased, "output-unphased", o.input_vcf, "input-vcf");
+    need(o.keep_missing, "keep-missing", o.output_vcf, "output-vcf");
+    need(o.reference, "reference", o.output_vcf, "output-vcf");
+    need(o.no_version, "no-version", o.output_vcf, "output-vcf");
+    if (o.reference.is_given && o.input_vcf.is_given)
+        LOG.error("--reference is not compatible with --input-vcf, which has the reference alleles");
+    if (o.region.is_given) parse_region(o.region.value);
+}
+
 void check_step(int step, int n_iterations, const std::string& phase) {
     const std::string option = "cluster_" + phase;
     // 0 passes here and ends the run at the first iteration of its phase.
@@ -428,6 +505,7 @@ void check_options(const run_options& o) {
     check_clustering(o);
     check_match(o);
     check_learning(o);
+    check_vcf(o);
     check_step(o.cluster_burn.value, o.burn.value, "burn");
     check_step(o.cluster_prune.value, o.prune.value, "prune");
     check_step(o.cluster_main.value, o.main.value, "main");

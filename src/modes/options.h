@@ -37,6 +37,11 @@ struct run_options {
     setting<file_names> input_gen;
     setting<double> input_thr{0.9};
     setting<file_names> input_ref;
+    setting<std::string> input_vcf;
+    setting<std::string> region;
+    setting<std::string> haploid;  // file with the identifiers of individuals
+    setting<std::string> map_format{"hapmap"};
+    setting<std::string> panel_missing{"stop"};  // what variants do that the panel lacks
 
     // Model options
     setting<int> cluster_burn{1}, cluster_prune{1}, cluster_main{1};  // iterations from one tree to the next
@@ -55,6 +60,12 @@ struct run_options {
 
     // Output file options
     setting<file_names> output_max;
+    setting<std::string> output_vcf;
+    setting<std::string> output_index{"csi"};
+    setting<bool> output_unphased;
+    setting<bool> keep_missing;
+    setting<std::string> reference;  // FASTA file
+    setting<bool> no_version;
 
     /// Whether the number of burn-in iterations follows that of individuals, and how many there are.
     bool chooses_burn() const { return match.is_given && !burn.is_given; }
@@ -78,6 +89,10 @@ bool is_strict(const std::vector<std::string>& args);
 /// in seconds since 1970. Returns a message on a syntax error, else an empty string. If the line asks for
 /// strictness, a word that belongs to no option is an error too, and the message suggests an option.
 std::string parse_options(const std::vector<std::string>& args, long start, run_options& options);
+
+/// The options that the result depends on, as on a command line: neither files nor threads. The seed is
+/// always among them.
+std::string result_options(const run_options& options);
 
 /// Prints all options with their defaults.
 void print_help(long start, std::ostream& out);

@@ -17,6 +17,8 @@
 #include "utils/sutils.h"
 #include "utils/units.h"
 #include "writers/haplotype_writer.h"
+#include "writers/vcf_rewriter.h"
+#include "writers/vcf_sink.h"
 
 namespace {
 
@@ -61,9 +63,11 @@ double bytes_needed(const run_options& o, const run_input& input) {
 }
 
 /// The graphs represent the genotypes, which are freed on return.
-genhap_set build_graphs(run_input input, worker_team& team) {
-    std::vector<genotype_graph> graphs = build_graphs(input.study, team);
-    return {std::move(input.study.snps), std::move(graphs), std::move(input.panel)};
+genhap_set build_graphs(genotype_store study, std::vector<chaplotype> panel, worker_team& team) {
+    std::vector<genotype_graph> graphs = build_graphs(study, team);
+    genhap_set set(std::move(study.snps), std::move(graphs), std::move(panel));
+    set.haploid = std::move(study.haploid);
+    return set;
 }
 
 learning_settings learning_settings_of(const run_options& o, const genhap_set& set) {
@@ -133,7 +137,7 @@ void phaser::phase() {
 }
 
 void phaser::check_input() {
-    const run_input input = read_input(options, outputs);
+    input = read_input(options, outputs);
     refuse_failing(options, input);
     LOG.println("\nChecked " + std::to_string(input.study.ind_ids.size()) + " individuals and " +
                 std::to_string(input.study.snps.size()) + " variants");
@@ -145,9 +149,9 @@ void phaser::check_input() {
 }
 
 void phaser::read_files_and_initialise() {
-    run_input input = read_input(options, outputs);
+    input = read_input(options, outputs);
     refuse_failing(options, input);
-    haplotypes = build_graphs(std::move(input), team);
+    haplotypes = build_graphs(std::exchange(input.study, {}), std::exchange(input.panel, {}), team);
     haplotypes.summarise();
     sample_first_haplotypes(haplotypes, team, random);
     const int n_haplotypes = haplotypes.n_haplotypes();
@@ -163,7 +167,25 @@ void phaser::run_chain() {
 
 void phaser::write_files_and_finalise() {
     solve_haplotypes(haplotypes, team, random);
-    const file_names output = haplotype_files(options);
-    haps_sink sink(outputs, output[0], output[1]);
-    write_haplotypes(haplotypes, sink);
+    std::vector<std::unique_ptr<result_sink>> sinks;
+    if (options.output_max.is_given) {
+        const file_names output = haplotype_files(options);
+        sinks.push_back(std::make_unique<haps_sink>(outputs, output[0], output[1]));
+    }
+    if (options.output_vcf.is_given) sinks.push_back(make_vcf_sink());
+    std::vector<result_sink*> complete;
+    for (const auto& sink : sinks) {
+        write_haplotypes(haplotypes, *sink);
+        complete.push_back(sink.get());
+    }
+    publish(complete, outputs);
+}
+
+std::unique_ptr<result_sink> phaser::make_vcf_sink() {
+    const vcf_content content = {options.keep_missing.is_given, options.output_unphased.is_given,
+                                 options.no_version.is_given ? "" : version_line(options)};
+    const vcf_output_settings settings = vcf_settings(options);
+    if (input.vcf != nullptr)
+        return std::make_unique<vcf_rewriter>(settings, content, *input.vcf, haplotypes);
+    return std::make_unique<vcf_sink>(settings, content, input.alleles, haplotypes, input.missing);
 }

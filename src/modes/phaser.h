@@ -9,10 +9,12 @@
 #include "containers/genhap_set.h"
 #include "models/hmm_parameters.h"
 #include "modes/options.h"
+#include "modes/study.h"
 #include "modules/worker_team.h"
 #include "selection/conditioning_selector.h"
 #include "utils/output_files.h"
 #include "utils/random_source.h"
+#include "writers/haplotype_writer.h"
 
 /// A phasing run: reads unphased genotypes, runs a Markov chain over the haplotype graphs of all individuals,
 /// and writes the most likely haplotypes.
@@ -42,11 +44,13 @@ class phaser {
 
   private:
     void check_input();
+    std::unique_ptr<result_sink> make_vcf_sink();
 
     output_files outputs;
     run_options options;
     random_source random;
     worker_team team;
+    run_input input;  // what is left of it once the graphs are built
     genhap_set haplotypes;
     hmm_parameters hmm;
     std::unique_ptr<conditioning_selector> selector;

@@ -40,6 +40,9 @@ file_names written_files(const run_options& o, const std::string& log) {
     file_names names = {log, prefix + ".ind.mm", prefix + ".snp.mm"};
     if (o.input_ref.is_given) append(names, {prefix + ".snp.strand", prefix + ".snp.strand.exclude"});
     append(names, haplotype_files(o));
+    append(names, vcf_files(o));
+    if (o.reference.is_given || (o.output_vcf.is_given && !o.input_vcf.is_given))
+        append(names, {prefix + ".vcf.exclude"});
     return names;
 }
 
@@ -78,6 +81,48 @@ void check_readable(const std::string& file) {
     if (!futils::isFile(file)) LOG.error(futils::cannotOpen(file));
 }
 
+/// Checks the names of the outputs, and takes them for this run unless it only checks its input.
+void take_outputs(const run_options& o, output_files& outputs) {
+    file_names names = haplotype_files(o);
+    if (o.output_max.is_given && names.empty())
+        LOG.error("Incorrect number of arguments given to --output-max");
+    for (const std::string& name : names) check_name("--output-max", name);
+    if (o.output_vcf.is_given) {
+        if (!is_vcf_name(o.output_vcf.value))
+            LOG.error("The name given to --output-vcf must end in .vcf, .vcf.gz or .bcf");
+        check_name("--output-vcf", o.output_vcf.value);
+        append(names, vcf_files(o));
+    }
+    check_name("--output-log", LOG.name());
+    for (const std::string& name : names)
+        if (o.check.is_given)
+            check_creatable(name);
+        else
+            outputs.prepare(name);
+}
+
+/// Ends the run unless it has one study, and an output if it writes one.
+void check_kinds(const run_options& o) {
+    const bool bed = o.input_bed.is_given, gen = o.input_gen.is_given, vcf = o.input_vcf.is_given;
+    if (!bed && !gen && !vcf)
+        LOG.error("You must specify at least one unphased input file with --input-bed or --input-gen");
+    if (bed && gen)
+        LOG.error("You must specify no more than one unphased input file with --input-bed or --input-gen");
+    if (vcf && (bed || gen))
+        LOG.error("You must specify no more than one of --input-vcf, --input-bed and --input-gen");
+    if (!o.output_max.is_given && !o.output_vcf.is_given && !o.check.is_given)
+        LOG.error("You must specify at least one phased output file with --output-max or --output-graph");
+}
+
+/// Ends the run if a VCF is not a file that can be read twice.
+void check_regular(const std::string& file) {
+    if (file.find("://") != std::string::npos)
+        LOG.error(file + " is not on this machine: download it and give the name of the copy");
+    check_readable(file);
+    if (!std::filesystem::is_regular_file(file))
+        LOG.error(file + " must be a regular file, since it is read again when the result is written");
+}
+
 void check_genotypes(const file_names& names, const std::string& option, std::size_t n) {
     if (names.empty()) LOG.error(wrong_count(option, n));
     for (const std::string& name : names) check_readable(name);
@@ -95,6 +140,26 @@ file_names haplotype_files(const run_options& o) {
     return expanded(o.output_max, OUTPUT_ENDINGS);
 }
 
+file_names vcf_files(const run_options& o) {
+    if (!o.output_vcf.is_given) return {};
+    const vcf_output_settings settings = vcf_settings(o);
+    const std::string index = index_name(settings);
+    return index.empty() ? file_names{settings.name} : file_names{settings.name, index};
+}
+
+vcf_output_settings vcf_settings(const run_options& o) {
+    const std::string& index = o.output_index.value;
+    return {o.output_vcf.value,
+            index == "tbi"   ? vcf_index::tbi
+            : index == "csi" ? vcf_index::csi
+                             : vcf_index::none,
+            o.thread.value};
+}
+
+bool has_vcf_panel(const run_options& o) {
+    return o.input_ref.value.size() == 1 && is_vcf_name(o.input_ref.value.front());
+}
+
 file_names input_files(const run_options& o) {
     file_names names;
     for (const auto* list : filter_lists(o))
@@ -102,7 +167,8 @@ file_names input_files(const run_options& o) {
     append(names, bed_files(o));
     append(names, gen_files(o));
     append(names, o.input_ref.value);
-    if (o.input_map.is_given) names.push_back(o.input_map.value);
+    for (const auto* file : {&o.input_map, &o.input_vcf, &o.haploid, &o.reference})
+        if (file->is_given) names.push_back(file->value);
     return names;
 }
 
@@ -127,28 +193,17 @@ void check_files(const run_options& o, output_files& outputs) {
         if (list->is_given && !futils::isFile(list->value))
             LOG.error("[" + list->value +
                       "] is impossible to open, check file existence or reading permissions");
-    const bool bed = o.input_bed.is_given, gen = o.input_gen.is_given;
-    if (!bed && !gen)
-        LOG.error("You must specify at least one unphased input file with --input-bed or --input-gen");
-    if (bed && gen)
-        LOG.error("You must specify no more than one unphased input file with --input-bed or --input-gen");
-    if (!o.output_max.is_given && !o.check.is_given)
-        LOG.error("You must specify at least one phased output file with --output-max or --output-graph");
-    if (bed) check_genotypes(bed_files(o), "input-bed", BED_ENDINGS.size());
-    if (gen) check_genotypes(gen_files(o), "input-gen", GEN_ENDINGS.size());
+    check_kinds(o);
+    if (o.input_bed.is_given) check_genotypes(bed_files(o), "input-bed", BED_ENDINGS.size());
+    if (o.input_gen.is_given) check_genotypes(gen_files(o), "input-gen", GEN_ENDINGS.size());
+    if (o.input_vcf.is_given) check_regular(o.input_vcf.value);
+    if (o.haploid.is_given) check_readable(o.haploid.value);
+    if (o.reference.is_given) check_readable(o.reference.value);
     if (o.input_ref.is_given) {
-        if (o.input_ref.value.size() != N_PANEL_FILES) LOG.error(wrong_count("input-ref", N_PANEL_FILES));
+        if (o.input_ref.value.size() != N_PANEL_FILES && !has_vcf_panel(o))
+            LOG.error(wrong_count("input-ref", N_PANEL_FILES));
         for (const std::string& file : o.input_ref.value) check_readable(file);
     }
     check_readable(o.input_map.value);
-    if (!o.output_max.is_given) return;
-    const file_names haplotypes = haplotype_files(o);
-    if (haplotypes.empty()) LOG.error("Incorrect number of arguments given to --output-max");
-    for (const std::string& name : haplotypes) check_name("--output-max", name);
-    check_name("--output-log", LOG.name());
-    for (const std::string& name : haplotypes)
-        if (o.check.is_given)
-            check_creatable(name);
-        else
-            outputs.prepare(name);
+    take_outputs(o, outputs);
 }

@@ -5,6 +5,7 @@
 
 #include "modes/options.h"
 #include "utils/output_files.h"
+#include "vcf/vcf_output_file.h"
 
 /// The files that a run reads and writes, and checks of them.
 
@@ -13,6 +14,13 @@
 file_names bed_files(const run_options& options);
 file_names gen_files(const run_options& options);
 file_names haplotype_files(const run_options& options);
+
+/// The file of --output-vcf and its index, and how they are written.
+file_names vcf_files(const run_options& options);
+vcf_output_settings vcf_settings(const run_options& options);
+
+/// Whether the panel is one VCF or BCF file, and not three others.
+bool has_vcf_panel(const run_options& options);
 
 /// Files that the run reads.
 file_names input_files(const run_options& options);

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
+#include <set>
+#include <string>
 #include <utility>
 
 #include "containers/genotype_counts.h"
@@ -13,7 +16,11 @@
 #include "readers/genotype_checks.h"
 #include "readers/gmap_reader.h"
 #include "readers/panel_source.h"
+#include "readers/vcf_panel.h"
+#include "readers/vcf_source.h"
+#include "utils/genome_region.h"
 #include "utils/lfile.h"
+#include "utils/streams.h"
 #include "utils/sutils.h"
 #include "utils/units.h"
 #include "writers/side_files.h"
@@ -30,20 +37,51 @@ filter_reader read_filters(const run_options& o) {
     return filter;
 }
 
-genotype_store read_genotypes(const run_options& o, filter_reader& filter) {
-    std::unique_ptr<genotype_source> source;
-    if (o.input_bed.is_given) {
-        const file_names bed = bed_files(o);
-        source = std::make_unique<bed_source>(bed[0], bed[1], bed[2], filter);
-    } else {
-        const file_names gen = gen_files(o);
-        source = std::make_unique<gen_source>(gen[0], gen[1], o.input_thr.value, filter);
-    }
-    return read_study(*source);
+std::optional<genome_region> region_of(const run_options& o) {
+    if (!o.region.is_given) return {};
+    return parse_region(o.region.value);
 }
 
-/// Ends the run when the panel lacks variants of the study.
-void check_panel_covers(const snp_set& study, const std::string& prefix) {
+/// Creates the reader of the study. That of a VCF uses `vcf`, which it opens.
+std::unique_ptr<genotype_source> open_study(const run_options& o, filter_reader& filter,
+                                            std::unique_ptr<vcf_file>& vcf) {
+    const study_facts facts = {o.haploid.is_given, region_of(o)};
+    if (o.input_vcf.is_given) {
+        vcf = std::make_unique<vcf_file>(o.input_vcf.value, facts.region, o.thread.value);
+        return std::make_unique<vcf_source>(*vcf, filter);
+    }
+    if (o.input_bed.is_given) {
+        const file_names bed = bed_files(o);
+        return std::make_unique<bed_source>(bed[0], bed[1], bed[2], filter, facts);
+    }
+    const file_names gen = gen_files(o);
+    return std::make_unique<gen_source>(gen[0], gen[1], o.input_thr.value, filter, facts);
+}
+
+/// Marks the individuals of a list as haploid.
+void read_haploid(const setting<std::string>& list, genotype_store& study) {
+    LOG.println("\nReading haploid individuals in [" + list.value + "]");
+    ifile stream(list.value);
+    std::set<std::string> ids;
+    for (std::string line; stream.getLine(line);) ids.insert(line);
+    int n_individuals = 0;
+    long n_heterozygous = 0;
+    for (int i = 0; i < study.n_individuals(); ++i) {
+        if (!ids.contains(study.ind_ids[i])) continue;
+        ++n_individuals;
+        n_heterozygous += study.makeHaploid(i);
+    }
+    LOG.println("  * " + std::to_string(n_individuals) + " individuals of the study are haploid");
+    if (n_heterozygous > 0)
+        LOG.println("  * " + std::to_string(n_heterozygous) +
+                    " heterozygous genotypes of them taken for missing");
+    if (n_individuals == 0)
+        LOG.refuse("list-matches", list.value, 0, "none of the individuals of the input", "some of them");
+}
+
+/// Tells which variants of the study the panel lacks. Ends the run if there are some, unless they are to be
+/// excluded.
+void check_panel_covers(const snp_set& study, const std::string& prefix, bool excludes) {
     LOG.println("\nChecking that all SNPs in main panel are also within the reference panel");
     const std::vector<const snp*> absent = absent_variants(study);
     if (absent.empty()) {
@@ -51,19 +89,60 @@ void check_panel_covers(const snp_set& study, const std::string& prefix) {
         return;
     }
     write_absent_variants(absent, prefix);
+    if (excludes) {
+        LOG.println(
+            "  * " + std::to_string(absent.size()) +
+            " variants could not be found in the reference panel and are excluded; they are listed in [" +
+            prefix + ".snp.strand]");
+        if (static_cast<int>(absent.size()) < study.size()) return;
+        LOG.error("No variant of the study is in the reference panel!");
+    }
     LOG.println("  * " + std::to_string(absent.size()) +
                 " variants could not be found in the reference panel, please exclude them!");
     LOG.error("Reference and Main panels are not well aligned!");
 }
 
+/// Removes the variants that the panel lacks.
+void keep_variants_in_panel(genotype_store& study, std::vector<chaplotype>& panel) {
+    std::vector<bool> keeps;
+    for (const snp& variant : study.snps.snp_list) keeps.push_back(variant.in_ref);
+    study.keepVariants(keeps);
+    for (chaplotype& haplotype : panel) haplotype = selected(haplotype, keeps);
+}
+
+/// The chromosome of the study as far as its input tells, else empty.
+std::string chromosome_of(const snp_set& study) {
+    return study.size() == 0 ? "" : study.snp_list.front().chromosome;
+}
+
+/// Reads a panel in one VCF file: the records in the range of the study.
+std::vector<chaplotype> read_vcf_panel(const run_options& o, filter_reader& filter, genotype_store& study) {
+    std::optional<genome_region> range;
+    const std::string chromosome = chromosome_of(study.snps);
+    if (!chromosome.empty() && chromosome != "0")
+        range = {chromosome, std::max(study.snps.snp_list.front().bp, 1), study.snps.snp_list.back().bp};
+    vcf_file file(o.input_ref.value.front(), range, o.thread.value);
+    vcf_panel panel(file, filter, study.ind_ids, study.snps);
+    return read_haplotypes(panel);
+}
+
 std::vector<chaplotype> read_panel(const run_options& o, filter_reader& filter, genotype_store& study,
                                    const std::string& prefix) {
     if (!o.input_ref.is_given) return {};
-    const file_names& files = o.input_ref.value;
-    panel_source panel(files[1], files[2], filter, study.ind_ids, study.snps);
-    check_panel_covers(study.snps, prefix);
-    panel.open(files[0]);
-    return read_haplotypes(panel);
+    const bool excludes = o.panel_missing.value == "exclude";
+    std::vector<chaplotype> haplotypes;
+    if (has_vcf_panel(o)) {
+        haplotypes = read_vcf_panel(o, filter, study);
+        check_panel_covers(study.snps, prefix, excludes);
+    } else {
+        const file_names& files = o.input_ref.value;
+        panel_source panel(files[1], files[2], filter, study.ind_ids, study.snps);
+        check_panel_covers(study.snps, prefix, excludes);
+        panel.open(files[0]);
+        haplotypes = read_haplotypes(panel);
+    }
+    if (excludes) keep_variants_in_panel(study, haplotypes);
+    return haplotypes;
 }
 
 /// Refuses a list of which no entry matches, and an empty one for inclusion, which would include everything.
@@ -87,9 +166,13 @@ void report_lists(const run_options& o, const filter_reader& filter) {
     report_list(o.include_snp, false, "positions", filter.snp_include);
 }
 
-void place_on_map(const std::string& file, snp_set& variants) {
+map_layout layout_of(const std::string& name) {
+    return name == "plink" ? map_layout::plink : name == "table" ? map_layout::table : map_layout::hapmap;
+}
+
+void place_on_map(const run_options& o, snp_set& variants) {
     gmap_reader map;
-    map.readGeneticMapFile(file);
+    map.read(o.input_map.value, layout_of(o.map_format.value), chromosome_of(variants));
     const int n_set = variants.setCentiMorgan(map.map_pos, map.map_cm);
     const int n_interpolated = variants.interpolateCentiMorgan(map.map_pos, map.map_cm);
     LOG.println("  * #set=" + sutils::int2str(n_set) + " / #interpolated=" + sutils::int2str(n_interpolated));
@@ -119,10 +202,17 @@ void check_and_repair(genotype_store& store, output_files& outputs, const std::s
 run_input read_input(const run_options& o, output_files& outputs) {
     const std::string prefix = lfile::getPrefix(LOG.name());
     filter_reader filter = read_filters(o);
-    genotype_store study = read_genotypes(o, filter);
-    std::vector<chaplotype> panel = read_panel(o, filter, study, prefix);
+    run_input input;
+    genotype_store& study = input.study;
+    study = read_study(*open_study(o, filter, input.vcf));
+    study.settleMissingHaploid();
+    if (o.haploid.is_given) read_haploid(o.haploid, study);
+    input.panel = read_panel(o, filter, study, prefix);
     report_lists(o, filter);
-    place_on_map(o.input_map.value, study.snps);
+    place_on_map(o, study.snps);
+    if (o.keep_missing.is_given && input.vcf == nullptr) input.missing = study.missing;
     check_and_repair(study, outputs, prefix);
-    return {std::move(study), std::move(panel)};
+    if (o.output_vcf.is_given && input.vcf == nullptr)
+        input.alleles = find_reference_alleles(study.snps, o.reference.value, prefix);
+    return input;
 }

@@ -10,6 +10,7 @@ namespace {
 void sample_individual(genhap_set& set, int ind, bool uniform, random_source& random) {
     try {
         set.vecG[ind].sample(set.vecH, haplotypes_of(ind), uniform, random);
+        set.equalise_haploid(ind);
     } catch (const myException& failure) {
         LOG.error(failure.msg);
     }
@@ -68,5 +69,6 @@ void solve_haplotypes(genhap_set& set, worker_team& team, random_source& random)
     run_pass(team, {"Solving haplotypes", "Solving haplotypes"}, set.n_individuals(), [&](int ind) {
         const std::vector<int> path = set.vecG[ind].best_path();
         turns.take(ind, [&] { set.vecG[ind].buildGuesses(set.vecH, haplotypes_of(ind), path, random); });
+        set.equalise_haploid(ind);
     });
 }

@@ -74,3 +74,10 @@ std::string chaplotype::toString() const {
     for (int l = 0; l < size(); ++l) text += get(l) ? '1' : '0';
     return text;
 }
+
+chaplotype selected(const chaplotype& from, const std::vector<bool>& keeps) {
+    chaplotype kept;
+    for (std::size_t l = 0; l < keeps.size(); ++l)
+        if (keeps[l]) kept.push_back(from[static_cast<int>(l)] != 0 ? 1 : 0, 1);
+    return kept;
+}

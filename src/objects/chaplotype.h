@@ -86,3 +86,7 @@ class chaplotype {
     std::vector<unsigned char> data;
     unsigned int n = 0;  // loci
 };
+
+/// The loci of a haplotype for which `keeps` is true, which has one entry for each locus, or fewer: those
+/// past its end are dropped.
+chaplotype selected(const chaplotype& from, const std::vector<bool>& keeps);

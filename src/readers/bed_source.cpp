@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "readers/bed_decoding.h"
 #include "utils/futils.h"
@@ -55,8 +56,8 @@ void read_row(ifile& stream, unsigned char* row, int n_bytes, Fail fail) {
 }  // namespace
 
 bed_source::bed_source(const std::string& bed, const std::string& bim, const std::string& fam,
-                       filter_reader& filter)
-    : intake(filter) {
+                       filter_reader& filter, study_facts facts)
+    : intake(filter, std::move(facts)) {
     read_bim(bim);
     read_fam(fam);
     open_bed(bed);
@@ -66,7 +67,7 @@ void bed_source::read_bim(const std::string& bim) {
     LOG.println("\nReading SNPs in [" + bim + "] in Plink BIM format");
     read_table(bim, "SNPs", [&](const std::vector<std::string>& fields, long number) {
         const int position = sutils::str2int(fields[3], bim, number);
-        keeps_variant.push_back(intake.keeps_variant(position));
+        keeps_variant.push_back(intake.keeps_variant(position, fields[0]));
         if (!keeps_variant.back()) return false;
         snp& variant = variants.emplace_back(position, fields[4], fields[5]);
         variant.chromosome = fields[0];

@@ -12,7 +12,8 @@
 class bed_source : public genotype_source {
   public:
     /// Reads BIM and FAM, and opens BED.
-    bed_source(const std::string& bed, const std::string& bim, const std::string& fam, filter_reader& filter);
+    bed_source(const std::string& bed, const std::string& bim, const std::string& fam, filter_reader& filter,
+               study_facts facts = {});
 
     const std::vector<std::string>& individuals() const override { return ids; }
     int n_expected() const override { return static_cast<int>(variants.size()); }

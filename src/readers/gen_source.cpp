@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <utility>
 
 #include "utils/futils.h"
 #include "utils/lfile.h"
@@ -75,8 +76,8 @@ std::string percentage(long part, long whole) {
 }  // namespace
 
 gen_source::gen_source(const std::string& gen, const std::string& sample, double calling_threshold,
-                       filter_reader& filter)
-    : intake(filter),
+                       filter_reader& filter, study_facts facts)
+    : intake(filter, std::move(facts)),
       threshold(calling_threshold),
       certain(certain_calls(calling_threshold)),
       fields(NEW_LAYOUT.probabilities) {
@@ -138,16 +139,15 @@ bool gen_source::take_variant(sutils::field_cursor& cursor, genotype_block& bloc
     const gen_layout& at = is_new_format ? NEW_LAYOUT : OLD_LAYOUT;
     for (int f = 0; f < at.probabilities; ++f) fields[f] = cursor.next();
     const int position = sutils::str2int(fields[at.position], stream.name(), n_lines);
-    if (!intake.keeps_variant(position)) return false;
+    const std::string chromosome(at.chr < 0 ? "" : fields[at.chr]);
+    if (!intake.keeps_variant(position, chromosome)) return false;
     ++n_kept;
     snp& variant =
         block.variants.emplace_back(position, std::string(fields[at.a0]), std::string(fields[at.a1]));
     variant.id = fields[at.id];
     check_identifier(variant.id, {stream.name(), n_lines});
-    if (at.chr >= 0) {
-        variant.chromosome = fields[at.chr];
-        intake.check_chromosome(variant.chromosome, {stream.name(), n_lines});
-    }
+    variant.chromosome = intake.chromosome_or(chromosome);
+    if (at.chr >= 0) intake.check_chromosome(variant.chromosome, {stream.name(), n_lines});
     return true;
 }
 

@@ -14,7 +14,8 @@
 class gen_source : public genotype_source {
   public:
     /// Reads SAMPLE, and opens GEN.
-    gen_source(const std::string& gen, const std::string& sample, double threshold, filter_reader& filter);
+    gen_source(const std::string& gen, const std::string& sample, double threshold, filter_reader& filter,
+               study_facts facts = {});
 
     const std::vector<std::string>& individuals() const override { return ids; }
     bool read(genotype_block& block) override;

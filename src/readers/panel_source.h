@@ -4,16 +4,14 @@
 #include <string_view>
 #include <vector>
 
-#include "containers/snp_set.h"
-#include "containers/variant_blocks.h"
-#include "objects/chaplotype.h"
 #include "readers/filter_reader.h"
+#include "readers/haplotype_source.h"
 #include "utils/streams.h"
 
 /// A reference panel in Impute2 format, aligned to a study: each line of the legend is matched to a study
 /// variant by position and alleles. Several lines may match the same variant. Of two study variants with the
 /// same position and alleles, only the first is matched.
-class panel_source {
+class panel_source : public haplotype_source {
   public:
     /// Reads SAMPLE and LEGEND, and marks the variants of the study that have a match (snp::in_ref).
     /// `study_individuals` are the identifiers that no individual of the panel should have.
@@ -22,13 +20,11 @@ class panel_source {
 
     /// Opens HAPS, which has one line for each line of the legend.
     void open(const std::string& haps);
-    /// Replaces the content of the block by the next variants that the study has, 64 or all that are left,
-    /// with the alleles of the kept haplotypes. `idx` of a variant is that of the study variant; `is_turned`
-    /// is set if the study has its alleles in the other order. Returns false if none was left.
-    bool read(haplotype_block& block);
+    bool read(haplotype_block& block) override;
 
-    int n_haplotypes() const { return n_kept; }
-    int n_lines() const { return static_cast<int>(lines.size()); }
+    int n_haplotypes() const override { return n_kept; }
+    /// As many as the legend has lines.
+    int n_loci() const override { return static_cast<int>(lines.size()); }
 
   private:
     /// The match of a legend line: idx of the study variant or -1, and whether the study has its alleles in
@@ -56,10 +52,3 @@ class panel_source {
     std::size_t row = 0;  // next line of HAPS
     bool is_finished = false;
 };
-
-/// All haplotypes of a panel after open(), at the variants of the study and with its order of alleles. They
-/// have as many loci as the legend has lines; those past the variants of the study are 0.
-std::vector<chaplotype> read_haplotypes(panel_source& panel);
-
-/// The variants of a study that no line of the legend matches.
-std::vector<const snp*> absent_variants(const snp_set& study);

@@ -4,18 +4,15 @@
 #include <array>
 #include <cctype>
 
+#include "utils/chromosome.h"
 #include "utils/lfile.h"
 
 namespace {
 
-/// Whether a name of a chromosome, with or without "chr" and leading zeros, is X, Y or MT, also by the
-/// numbers of Plink.
-bool is_haploid(std::string name) {
-    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    if (name.starts_with("CHR")) name.erase(0, 3);
-    name.erase(0, std::min(name.find_first_not_of('0'), name.size()));
+/// Whether a name of a chromosome is X, Y or MT, also by the numbers of Plink.
+bool is_haploid(const std::string& name) {
     constexpr std::array HAPLOID = {"X", "Y", "M", "MT", "23", "24", "26"};
-    return std::find(HAPLOID.begin(), HAPLOID.end(), name) != HAPLOID.end();
+    return std::find(HAPLOID.begin(), HAPLOID.end(), chromosome_key(name)) != HAPLOID.end();
 }
 
 }  // namespace
@@ -35,8 +32,8 @@ bool study_intake::keeps_individual(const std::string& id, const input_line& at)
     return true;
 }
 
-bool study_intake::keeps_variant(int pos) {
-    if (pos < 0) return false;
+bool study_intake::keeps_variant(int pos, const std::string& chromosome) {
+    if (pos < 0 || !is_in_region(pos, chromosome)) return false;
     if (pos < last_position)
         LOG.error("Wrong ordering in physical positions curr_pos=" + std::to_string(pos) +
                   " prev_pos=" + std::to_string(last_position));
@@ -45,10 +42,20 @@ bool study_intake::keeps_variant(int pos) {
     return true;
 }
 
+bool study_intake::is_in_region(int pos, const std::string& chromosome) const {
+    if (!facts.region) return true;
+    return facts.region->contains(pos) &&
+           (chromosome.empty() || chromosome_key(chromosome) == chromosome_key(facts.region->chromosome));
+}
+
+std::string study_intake::chromosome_or(const std::string& chromosome) const {
+    return chromosome.empty() && facts.region ? facts.region->chromosome : chromosome;
+}
+
 void study_intake::check_chromosome(const std::string& chromosome, const input_line& at) {
     if (first_chromosome.empty()) {
         first_chromosome = chromosome;
-        if (is_haploid(chromosome))
+        if (!facts.names_haploid && is_haploid(chromosome))
             LOG.refuse("autosome", at.file, at.number, "chromosome " + chromosome,
                        "an autosome, where everybody has two haplotypes");
     }

@@ -23,6 +23,8 @@ class pending_file {
     /// Gives the file its name. False, with errno, if that fails; then keep() has the complete file. Must be
     /// called after the descriptor is closed.
     bool publish();
+    /// The name that the file has now.
+    const std::string& current_name() const { return temporary ? temporary->name() : target; }
     /// Leaves the file where it is, and returns its name.
     const std::string& keep();
     /// Removes the file unless it has its name or was written in place.

@@ -40,6 +40,19 @@ void write_haplotypes(const genhap_set& set, haplotype_sink& sink) {
     sink.close();
 }
 
+void publish(std::span<result_sink* const> sinks, output_files& outputs) {
+    const auto stop_keeping = [&](std::string failure) {
+        for (result_sink* sink : sinks) failure += "; " + sink->keep();
+        LOG.error(failure);
+    };
+    const std::string replaced = outputs.replaced();
+    if (!replaced.empty()) stop_keeping(replaced + " was replaced while this run was working");
+    for (result_sink* sink : sinks) {
+        const std::string failure = sink->publish();
+        if (!failure.empty()) stop_keeping(failure);
+    }
+}
+
 haps_sink::haps_sink(output_files& run_outputs, std::string haps, std::string sample)
     : outputs(run_outputs), haps_name(std::move(haps)), sample_name(std::move(sample)) {}
 
@@ -73,18 +86,18 @@ void haps_sink::write(const haplotype_block& block) {
 
 void haps_sink::close() {
     stream.finish();
-    const std::string replaced = outputs.replaced();
-    if (!replaced.empty()) stop_keeping(replaced + " was replaced while this run was working");
+}
+
+std::string haps_sink::publish() {
     for (ofile* file : {&stream, &people}) {
         const int reason = file->tryPublish();
         if (reason != 0)
-            stop_keeping(file->name() +
-                         " could not be replaced by the result of this run: " + std::strerror(reason));
+            return file->name() +
+                   " could not be replaced by the result of this run: " + std::strerror(reason);
     }
+    return {};
 }
 
-/// Ends the run, and leaves both complete files where they are.
-void haps_sink::stop_keeping(const std::string& failure) {
-    LOG.error(failure + "; its haplotypes are in " + stream.keep() + ", its list of individuals in " +
-              people.keep());
+std::string haps_sink::keep() {
+    return "its haplotypes are in " + stream.keep() + ", its list of individuals in " + people.keep();
 }

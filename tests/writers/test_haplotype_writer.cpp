@@ -39,6 +39,8 @@ void write_haps(const genhap_set& set, const std::string& haps, const std::strin
     output_files outputs;
     haps_sink sink(outputs, haps, sample);
     write_haplotypes(set, sink);
+    result_sink* const sinks[] = {&sink};
+    publish(sinks, outputs);
 }
 
 TEST(HaplotypeWriter, WritesBothFiles) {

@@ -1,0 +1,238 @@
+#include "vcf/vcf_file.h"
+
+#include <htslib/hfile.h>
+#include <htslib/hts_log.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <limits>
+#include <set>
+#include <string_view>
+#include <utility>
+
+#include "utils/chromosome.h"
+#include "utils/futils.h"
+#include "utils/lfile.h"
+
+namespace {
+
+/// How htslib's functions that read report the end of a file. Smaller results mean damage.
+constexpr int AT_END = -1;
+
+/// Whether htslib would take a name for something else than a local file.
+bool is_remote(const std::string& name) {
+    const std::size_t colon = name.find(':');
+    return ::hisremote(name.c_str()) != 0 || name.find("://") != std::string::npos ||
+           (colon != std::string::npos && name.substr(0, colon) == "data");
+}
+
+/// The first name that the header line of a VCF has twice; empty if there is none.
+std::string first_duplicate(std::string_view header_line) {
+    constexpr int FIRST_INDIVIDUAL = 9;
+    std::set<std::string_view> seen;
+    for (int column = 0; !header_line.empty(); ++column) {
+        const std::string_view name = header_line.substr(0, header_line.find('\t'));
+        header_line.remove_prefix(std::min(name.size() + 1, header_line.size()));
+        if (column >= FIRST_INDIVIDUAL && !seen.insert(name).second) return std::string(name);
+    }
+    return {};
+}
+
+/// The line of a VCF that names the columns; empty if it can't be found.
+std::string columns_of(const std::string& file) {
+    const hts::file_handle stream(::hts_open(file.c_str(), "r"));
+    hts::text_buffer line;
+    while (stream != nullptr && ::hts_getline(stream.get(), '\n', line.get()) >= 0) {
+        const std::string_view text = line.c_str();
+        if (!text.starts_with('#')) break;
+        if (!text.starts_with("##")) return std::string(text);
+    }
+    return {};
+}
+
+/// Why htslib could not make sense of a record.
+std::string reason_of(int error_code) {
+    if ((error_code & BCF_ERR_NCOLS) != 0) return "the number of columns differs from that of the header";
+    if ((error_code & BCF_ERR_LIMITS) != 0) return "a number or a field is too large";
+    if ((error_code & BCF_ERR_CTG_INVALID) != 0) return "the name of the chromosome is not valid";
+    if ((error_code & BCF_ERR_TAG_INVALID) != 0) return "the name of a field is not valid";
+    if ((error_code & BCF_ERR_CHAR) != 0) return "a character is not allowed there";
+    return {};
+}
+
+std::string joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+}  // namespace
+
+vcf_file::vcf_file(const std::string& name, std::optional<genome_region> wanted, int n_threads)
+    : file(name), region(std::move(wanted)), threads(n_threads), line(::bcf_init()) {
+    ::hts_set_log_level(HTS_LOG_OFF);  // the messages here say the same, with file and record
+    open();
+    head.reset(::bcf_hdr_read(stream.get()));
+    if (head == nullptr) stop_without_header();
+    if (region) open_region();
+}
+
+void vcf_file::open() {
+    if (is_remote(file))
+        LOG.error(file + " is not on this machine: download it and give the name of the copy");
+    if (!futils::isFile(file)) LOG.error(futils::cannotOpen(file));
+    stream.reset(::hts_open(file.c_str(), "r"));
+    if (stream == nullptr) LOG.error(futils::cannotOpen(file));
+    const htsFormat* format = ::hts_get_format(stream.get());
+    if (format->format != vcf && format->format != bcf) LOG.error(file + " is neither VCF nor BCF 2");
+    if (format->compression == bgzf && ::hts_check_EOF(stream.get()) == 0)
+        LOG.error(file + " has no end block: it is cut short");
+    if (threads > 1) ::hts_set_threads(stream.get(), threads);
+}
+
+void vcf_file::stop_without_header() const {
+    const std::string twice = first_duplicate(columns_of(file));
+    if (!twice.empty()) LOG.error(file + ": the individual " + twice + " is twice in the header");
+    LOG.error(file + ": the header is damaged, or of another version of the format than VCF 4 or BCF 2");
+}
+
+std::vector<std::string> vcf_file::individuals() const {
+    const int n = bcf_hdr_nsamples(head.get());
+    return {head->samples, head->samples + n};
+}
+
+// ---- region
+
+void vcf_file::open_region() {
+    int n = 0;
+    const std::unique_ptr<const char*, hts::releaser<std::free>> names(::bcf_hdr_seqnames(head.get(), &n));
+    resolve_chromosome({names.get(), names.get() + n});
+    open_index(region->chromosome);
+}
+
+/// Finds the chromosome of the region among those of the header.
+void vcf_file::resolve_chromosome(const std::vector<std::string>& names) {
+    const std::string wanted = region->chromosome;
+    auto found = std::ranges::find(names, wanted);
+    if (found == names.end()) found = std::ranges::find(names, chromosome_key(wanted), chromosome_key);
+    if (found == names.end())
+        LOG.error(file + " has no chromosome " + wanted +
+                  (names.empty() ? ": its header names none" : "; its header names " + joined(names)));
+    if (*found != wanted) LOG.println("  * Chromosome " + wanted + " is " + *found + " in this file");
+    region->chromosome = *found;
+    chromosome_id = ::bcf_hdr_name2id(head.get(), found->c_str());
+}
+
+/// Opens the index, if there is one and it can be used.
+void vcf_file::open_index(const std::string& chromosome) {
+    const htsFormat* format = ::hts_get_format(stream.get());
+    if (format->compression != bgzf) return;
+    struct stat data {
+    }, found{};
+    std::string name = file + ".csi";
+    if (::stat(name.c_str(), &found) != 0) name = file + ".tbi";
+    if (::stat(name.c_str(), &found) != 0) return;
+    ::stat(file.c_str(), &data);
+    if (std::pair(found.st_mtim.tv_sec, found.st_mtim.tv_nsec) <
+        std::pair(data.st_mtim.tv_sec, data.st_mtim.tv_nsec))
+        LOG.error(name + " is older than " + file + ": make it anew, as with bcftools index");
+    const hts_pos_t from = region->from - 1, to = std::min<std::int64_t>(region->to, HTS_POS_MAX);
+    if (format->format == bcf) {
+        index.reset(::bcf_index_load3(file.c_str(), name.c_str(), 0));
+        if (index != nullptr) part.reset(bcf_itr_queryi(index.get(), chromosome_id, from, to));
+    } else {
+        tabix.reset(::tbx_index_load3(file.c_str(), name.c_str(), 0));
+        const int id = tabix == nullptr ? -1 : ::tbx_name2id(tabix.get(), chromosome.c_str());
+        if (id >= 0) part.reset(tbx_itr_queryi(tabix.get(), id, from, to));
+    }
+    if (index == nullptr && tabix == nullptr)
+        LOG.error(name + " is damaged: make it anew, as with bcftools index");
+}
+
+// ---- records
+
+bool vcf_file::next() {
+    while (read_record()) {
+        check_record();
+        if (chromosome_id < 0) chromosome_id = line->rid;
+        if (line->rid != chromosome_id) {
+            if (!region) stop_at_second_chromosome();
+            continue;
+        }
+        if (position() < last_position)
+            stop("records are not sorted: the one before it is at " + std::to_string(last_position));
+        last_position = position();
+        if (region && !region->contains(position())) continue;
+        ++count;
+        if (::bcf_unpack(line.get(), BCF_UN_ALL) != 0) stop("it is damaged");
+        return true;
+    }
+    return false;
+}
+
+bool vcf_file::read_record() {
+    int result = 0;
+    if (part == nullptr) {
+        // An index without the chromosome means that no record has it.
+        const bool is_indexed = tabix != nullptr || index != nullptr;
+        result = is_indexed ? AT_END : ::bcf_read(stream.get(), head.get(), line.get());
+    } else if (tabix != nullptr) {
+        result = tbx_itr_next(stream.get(), tabix.get(), part.get(), text.get());
+        if (result >= 0) result = ::vcf_parse(text.get(), head.get(), line.get()) == 0 ? 0 : AT_END - 1;
+    } else {
+        result = bcf_itr_next(stream.get(), part.get(), line.get());
+    }
+    if (result >= 0) return true;
+    if (result == AT_END) return false;
+    const std::string reason = reason_of(line->errcode);
+    LOG.error(file + ": the record behind number " + std::to_string(count) +
+              (count > 0 ? " (" + chromosome() + ":" + std::to_string(last_position) + ")" : "") +
+              " cannot be read: " + (reason.empty() ? "the file is damaged or cut short" : reason));
+}
+
+void vcf_file::check_record() {
+    if (line->rid < 0 || (line->errcode & BCF_ERR_CTG_UNDEF) != 0)
+        LOG.error(file + ": the record behind number " + std::to_string(count) + " is of chromosome " +
+                  (line->rid < 0 ? "?" : chromosome()) +
+                  ", for which the header has no ##contig line; bcftools reheader --fai can add it");
+    const std::string reason = reason_of(line->errcode);
+    if (!reason.empty()) stop(reason);
+    if (position() > std::numeric_limits<int>::max()) stop("the position is too large");
+}
+
+void vcf_file::stop_at_second_chromosome() {
+    std::vector<std::string> names = {::bcf_hdr_id2name(head.get(), chromosome_id)};
+    do {
+        if (std::ranges::find(names, chromosome()) == names.end()) names.push_back(chromosome());
+    } while (read_record());
+    LOG.error(file + " has several chromosomes: " + joined(names) + "; choose one with --region");
+}
+
+std::string vcf_file::chromosome() const {
+    return ::bcf_hdr_id2name(head.get(), line->rid);
+}
+
+std::string vcf_file::place() const {
+    return file + ": record " + std::to_string(count) + " (" + chromosome() + ":" +
+           std::to_string(position()) + ")";
+}
+
+void vcf_file::stop(const std::string& reason) const {
+    LOG.error(place() + ": " + reason);
+}
+
+void vcf_file::rewind() {
+    open();
+    // The records are read with the header there is, which may have more tags than the file's own.
+    const hts::header_handle unused(::bcf_hdr_read(stream.get()));
+    if (unused == nullptr) stop_without_header();
+    part.reset();
+    tabix.reset();
+    index.reset();
+    if (region)
+        open_index(region->chromosome);
+    else
+        chromosome_id = -1;
+    count = 0;
+    last_position = 0;
+}

@@ -1,0 +1,91 @@
+#include "vcf/vcf_output_file.h"
+
+#include <fcntl.h>
+#include <htslib/hfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "utils/futils.h"
+#include "utils/lfile.h"
+
+namespace {
+
+constexpr int CSI_MIN_SHIFT = 14, TBI_MIN_SHIFT = 0;
+constexpr hts_pos_t LAST_OF_TBI = (hts_pos_t{1} << 29) - 1;  // position from 0
+
+/// How htslib is to write a file, by the ending of its name.
+const char* mode_of(const std::string& name) {
+    return name.ends_with(".bcf") ? "wb" : name.ends_with(".gz") ? "wz" : "w";
+}
+
+bool is_special(const std::string& name) {
+    struct stat status {};
+    return ::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+}  // namespace
+
+bool is_vcf_name(const std::string& name) {
+    return name.ends_with(".vcf") || name.ends_with(".vcf.gz") || name.ends_with(".bcf");
+}
+
+std::string index_name(const vcf_output_settings& s) {
+    if (s.index == vcf_index::none || s.name.ends_with(".vcf") || is_special(s.name)) return {};
+    return s.name + (s.index == vcf_index::tbi ? ".tbi" : ".csi");
+}
+
+vcf_output_file::vcf_output_file(vcf_output_settings chosen, hts::header_handle output_header)
+    : settings(std::move(chosen)),
+      index_file(index_name(settings)),
+      head(std::move(output_header)),
+      pending(settings.name) {
+    if (pending.descriptor() < 0) LOG.error(futils::cannotCreate(settings.name));
+    hFILE* bytes = ::hdopen(pending.descriptor(), "w");
+    if (bytes != nullptr) stream.reset(::hts_hopen(bytes, settings.name.c_str(), mode_of(settings.name)));
+    if (stream == nullptr) stop();
+    if (settings.n_threads > 1) ::hts_set_threads(stream.get(), settings.n_threads);
+    if (::bcf_hdr_write(stream.get(), head.get()) != 0) stop();
+    if (!index_file.empty()) start_index();
+}
+
+void vcf_output_file::start_index() {
+    pending_index = std::make_unique<pending_file>(index_file);
+    if (pending_index->descriptor() < 0) LOG.error(futils::cannotCreate(index_file));
+    ::close(pending_index->descriptor());  // htslib opens it by its name
+    const int min_shift = settings.index == vcf_index::tbi ? TBI_MIN_SHIFT : CSI_MIN_SHIFT;
+    if (::bcf_idx_init(stream.get(), head.get(), min_shift, pending_index->current_name().c_str()) != 0)
+        stop();
+}
+
+void vcf_output_file::write(bcf1_t* record) {
+    if (settings.index == vcf_index::tbi && !index_file.empty() && record->pos > LAST_OF_TBI)
+        LOG.error(index_file + " cannot hold position " + std::to_string(record->pos + 1) +
+                  ": use --output-index csi");
+    if (::bcf_write(stream.get(), head.get(), record) != 0) stop();
+}
+
+void vcf_output_file::close() {
+    if (!index_file.empty() && ::bcf_idx_save(stream.get()) != 0) stop();
+    if (::hts_close(stream.release()) != 0) stop();
+    // The last bytes of the file came after the index, which must not look older.
+    if (!index_file.empty()) ::utimensat(AT_FDCWD, pending_index->current_name().c_str(), nullptr, 0);
+}
+
+std::string vcf_output_file::publish() {
+    const auto failure_of = [](pending_file& complete, const std::string& file) -> std::string {
+        if (complete.publish()) return {};
+        return file + " could not be replaced by the result of this run: " + std::strerror(errno);
+    };
+    const std::string failure = failure_of(pending, settings.name);
+    if (!failure.empty() || index_file.empty()) return failure;
+    return failure_of(*pending_index, index_file);
+}
+
+void vcf_output_file::stop() const {
+    LOG.error(settings.name +
+              " could not be written: " + (errno != 0 ? std::strerror(errno) : "a record is not valid"));
+}
