@@ -159,11 +159,11 @@ bool vcf_file::next() {
             if (!region) stop_at_second_chromosome();
             continue;
         }
+        if (region && !region->contains(position())) continue;
+        ++count;
         if (position() < last_position)
             stop("records are not sorted: the one before it is at " + std::to_string(last_position));
         last_position = position();
-        if (region && !region->contains(position())) continue;
-        ++count;
         if (::bcf_unpack(line.get(), BCF_UN_ALL) != 0) stop("it is damaged");
         return true;
     }
