@@ -10,9 +10,9 @@
 
 /// What a result in VCF or BCF has.
 struct vcf_content {
-    bool keeps_missing = false;   // missing genotypes stay missing
-    bool keeps_unphased = false;  // records that took no part stay, unphased
-    std::string header_line;      // "##..." with the version of the program; none if empty
+    bool keeps_missing = false;    // missing genotypes stay missing
+    bool keeps_unphased = false;   // records that took no part stay, unphased
+    std::string header_line = {};  // "##..." with the version of the program; none if empty
 };
 
 /// Writes the records of the VCF or BCF file that the study was read from, with phased genotypes. Everything
