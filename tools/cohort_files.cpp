@@ -86,6 +86,21 @@ std::string allele_digits(const Cohort& cohort, std::size_t locus, std::size_t f
     return digits;
 }
 
+// The lines of a VCF before its records.
+std::string vcf_header(const Cohort& cohort, const std::vector<std::string>& ids) {
+    std::string text = "##fileformat=VCFv4.2\n##contig=<ID=" + cohort.settings.chromosome +
+                       ">\n##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Genotype\">\n"
+                       "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
+    for (const std::string& id : ids) text += '\t' + id;
+    return text + '\n';
+}
+
+// The columns of a record before the genotypes.
+std::string vcf_record(const Cohort& cohort, const Locus& locus) {
+    return cohort.settings.chromosome + '\t' + std::to_string(locus.position) + '\t' + locus.id + '\t' +
+           locus.allele0 + '\t' + locus.allele1 + "\t.\tPASS\t.\tGT";
+}
+
 }  // namespace
 
 std::string bed_block(const std::vector<Genotype>& genotypes) {
@@ -133,6 +148,20 @@ void write_gen(const Cohort& cohort, const std::string& prefix, bool compressed,
     write_sample(prefix + ".sample", cohort.study_ids);
 }
 
+void write_vcf(const Cohort& cohort, const std::string& prefix) {
+    constexpr std::array<const char*, 4> genotypes{"\t0/0", "\t0/1", "\t1/1", "\t./."};
+    tools::BlockWriter file(prefix + ".vcf.gz");
+    file.write(vcf_header(cohort, cohort.study_ids));
+    for (std::size_t row = 0; row < cohort.loci.size(); ++row) {
+        if (!cohort.loci[row].in_study) continue;
+        std::string line = vcf_record(cohort, cohort.loci[row]);
+        for (const Genotype genotype : observed_genotypes(cohort, row))
+            line += genotypes[static_cast<std::size_t>(genotype)];
+        file.write(line + '\n');
+    }
+    file.close();
+}
+
 void write_map(const Cohort& cohort, const std::string& prefix, bool compressed) {
     tools::TextWriter map(compressed_name(prefix + ".map", compressed));
     map.write("position COMBINED_rate(cM/Mb) Genetic_Map(cM)\n");
@@ -173,6 +202,22 @@ void write_panel(const Cohort& cohort, const std::string& prefix) {
     sample.write("sample population group sex\n");
     for (const std::string& id : cohort.panel_ids) sample.write(id + " SIM SIM 1\n");
     sample.close();
+}
+
+void write_panel_vcf(const Cohort& cohort, const std::string& prefix) {
+    const std::size_t first = cohort.study_ids.size();
+    tools::BlockWriter file(prefix + ".panel.vcf.gz");
+    file.write(vcf_header(cohort, cohort.panel_ids));
+    for (std::size_t row = 0; row < cohort.loci.size(); ++row) {
+        if (!cohort.loci[row].in_panel) continue;
+        std::string line = vcf_record(cohort, cohort.loci[row]);
+        for (std::size_t i = first; i < first + cohort.panel_ids.size(); ++i) {
+            line += cohort.alleles(row, 2 * i) ? "\t1|" : "\t0|";
+            line += cohort.alleles(row, 2 * i + 1) ? '1' : '0';
+        }
+        file.write(line + '\n');
+    }
+    file.close();
 }
 
 }  // namespace simulation

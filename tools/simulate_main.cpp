@@ -35,9 +35,9 @@ options::options_description described_options(Request& request) {
         ("help,h", "print this text")                                                           //
         ("out,O", options::value(&request.prefix)->required(), "prefix of the files to write")  //
         ("write", options::value<std::string>()->default_value("bed,map,truth.gz"),
-         "formats to write, separated by commas: bed, gen, gen.gz, map, map.gz, truth, truth.gz")  //
-        ("seed", with_default(&s.seed), "the same seed gives the same files on every machine")     //
-        ("individuals", with_default(&s.individuals), "individuals in the study")                  //
+         "formats to write, separated by commas: bed, gen, gen.gz, vcf, map, map.gz, truth, truth.gz")  //
+        ("seed", with_default(&s.seed), "the same seed gives the same files on every machine")          //
+        ("individuals", with_default(&s.individuals), "individuals in the study")                       //
         ("panel", with_default(&s.panel_individuals),
          "further individuals of the same population, written as a reference panel")  //
         ("panel-lacks", with_default(&s.absent_in_panel_rate),
@@ -65,7 +65,8 @@ Ascertainment parse_ascertainment(const std::string& name) {
 }
 
 std::set<std::string> parse_forms(const std::string& list) {
-    static const std::set<std::string> known{"bed", "gen", "gen.gz", "map", "map.gz", "truth", "truth.gz"};
+    static const std::set<std::string> known{"bed", "gen",    "gen.gz", "vcf",
+                                             "map", "map.gz", "truth",  "truth.gz"};
     std::set<std::string> forms;
     for (std::size_t start = 0; start <= list.size();) {
         const std::size_t end = std::min(list.find(',', start), list.size());
@@ -104,11 +105,13 @@ void write(const Cohort& cohort, const Request& request) {
     if (wanted("bed")) write_bed(cohort, prefix);
     if (wanted("gen")) write_gen(cohort, prefix, false, request.read_depth);
     if (wanted("gen.gz")) write_gen(cohort, prefix, true, request.read_depth);
+    if (wanted("vcf")) write_vcf(cohort, prefix);
     if (wanted("map")) write_map(cohort, prefix, false);
     if (wanted("map.gz")) write_map(cohort, prefix, true);
     if (wanted("truth")) write_truth(cohort, prefix, false);
     if (wanted("truth.gz")) write_truth(cohort, prefix, true);
     if (!cohort.panel_ids.empty()) write_panel(cohort, prefix);
+    if (!cohort.panel_ids.empty() && wanted("vcf")) write_panel_vcf(cohort, prefix);
 }
 
 }  // namespace

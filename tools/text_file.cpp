@@ -1,5 +1,7 @@
 #include "tools/text_file.h"
 
+#include <htslib/bgzf.h>
+
 #include <boost/iostreams/device/file.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
 #include <ios>
@@ -48,6 +50,23 @@ void TextWriter::close() {
     }
     file_.close();
     if (!file_) throw std::runtime_error("cannot write " + path_);
+}
+
+BlockWriter::BlockWriter(const std::string& path) : path_(path), file_(bgzf_open(path.c_str(), "w")) {
+    if (!file_) throw std::runtime_error("cannot create " + path);
+}
+
+void BlockWriter::write(const std::string& text) {
+    if (bgzf_write(file_.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+        throw std::runtime_error("cannot write " + path_);
+}
+
+void BlockWriter::close() {
+    if (bgzf_close(file_.release()) != 0) throw std::runtime_error("cannot write " + path_);
+}
+
+void BlockWriter::Closer::operator()(BGZF* file) const {
+    bgzf_close(file);  // a failure does not matter here: close() was not called
 }
 
 TextReader::TextReader(const std::string& path) : path_(path) {

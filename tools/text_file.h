@@ -2,7 +2,10 @@
 
 #include <boost/iostreams/filtering_stream.hpp>
 #include <fstream>
+#include <memory>
 #include <string>
+
+struct BGZF;
 
 namespace tools {
 
@@ -23,6 +26,26 @@ class TextWriter {
     std::string path_;
     std::ofstream file_;
     boost::iostreams::filtering_ostream stream_;  // the last element is the file
+};
+
+/// A file to write, compressed in blocks as the index of a VCF needs it (bgzip).
+class BlockWriter {
+  public:
+    /// Throws std::runtime_error if the file cannot be created.
+    explicit BlockWriter(const std::string& path);
+
+    /// Throws std::runtime_error if the text cannot be written.
+    void write(const std::string& text);
+    /// Must be called after the last write. Throws std::runtime_error if anything could not be written.
+    void close();
+
+  private:
+    struct Closer {
+        void operator()(BGZF* file) const;
+    };
+
+    std::string path_;
+    std::unique_ptr<BGZF, Closer> file_;
 };
 
 /// A file to read line by line; decompressed if its name ends in .gz.

@@ -19,8 +19,8 @@ void check_identifier(const std::string& id, const input_line& at);
 
 /// What a run knows of its study before it reads it.
 struct study_facts {
-    bool names_haploid = false;           // whether it is told who has one copy of the chromosome
-    std::optional<genome_region> region;  // the part to read; all if there is none
+    bool names_haploid = false;                // whether it is told who has one copy of the chromosome
+    std::optional<genome_region> region = {};  // the part to read; all if there is none
 };
 
 /// Decides which individuals and variants of a study are kept, and checks them in input order.

@@ -69,4 +69,20 @@ TEST(Summarise, WithoutSegmentsPrintsNothing) {
     EXPECT_EQ(capture.log(), "");
 }
 
+TEST(EqualiseHaploid, CopiesTheFirstHaplotypeWhereAnIndividualIsHaploid) {
+    genhap_set set(variants(11), graphs_of({"00000000000", "00000000000"}));
+    const auto sample = [&] {
+        for (const int h : {0, 2}) set.vecH[h] = support::haplotype("01010101010");
+        for (const int h : {1, 3}) set.vecH[h] = support::haplotype("11001100110");
+        for (const int ind : {0, 1}) set.equalise_haploid(ind);
+    };
+    sample();
+    EXPECT_EQ(set.vecH[3].toString(), "11001100110") << "nobody is haploid";
+    set.haploid = {support::haplotype("00000000000"), support::haplotype("11110000001")};
+    sample();
+    EXPECT_EQ(set.vecH[1].toString(), "11001100110");
+    EXPECT_EQ(set.vecH[2].toString(), "01010101010");
+    EXPECT_EQ(set.vecH[3].toString(), "01011100110");
+}
+
 }  // namespace

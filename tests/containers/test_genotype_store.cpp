@@ -51,4 +51,36 @@ TEST(ResetSnp, MakesAllHomozygousAndCountsTheMissing) {
     EXPECT_EQ(support::genotypes_of(s), (std::vector<std::string>{"002", "001", "000", "002"}));
 }
 
+TEST(MakeHaploid, HeterozygousGenotypesBecomeMissing) {
+    genotype_store store = support::study_of({"012.1", "012.1"});
+    EXPECT_EQ(store.makeHaploid(1), 2);
+    EXPECT_EQ(support::genotypes_of(store), (std::vector<std::string>{"012.1", "0.2.."}));
+    ASSERT_EQ(store.haploid.size(), 2U);
+    EXPECT_EQ(store.haploid[0].toString(), "00000");
+    EXPECT_EQ(store.haploid[1].toString(), "11111");
+}
+
+TEST(SettleMissingHaploid, FollowsTheGenotypeBefore) {
+    struct row {
+        const char *genotypes, *marked, *settled;
+    };
+    for (const row& r :
+         {row{"0.2.1.", "111100", "111100"}, row{"1.2..0", "010110", "000000"},
+          row{"..0..1.", "1111101", "1111100"}, row{"..1.", "1101", "0000"}, row{"....", "1111", "0000"}}) {
+        genotype_store store = support::study_of({r.genotypes});
+        store.haploid = {support::haplotype(r.marked)};
+        store.settleMissingHaploid();
+        EXPECT_EQ(store.haploid[0].toString(), r.settled) << r.genotypes << " " << r.marked;
+    }
+}
+
+TEST(KeepVariants, RemovesTheOthers) {
+    genotype_store store = support::study_of({"012.1", "22110"});
+    store.keepVariants({false, true, true, false, true});
+    EXPECT_EQ(support::genotypes_of(store), (std::vector<std::string>{"121", "210"}));
+    ASSERT_EQ(store.snps.size(), 3);
+    EXPECT_EQ(store.snps.getByIndex(2)->bp, 500);
+    EXPECT_EQ(store.snps.getByIndex(2)->idx, 2);
+}
+
 }  // namespace

@@ -44,9 +44,13 @@ study::study(const simulation::Settings& settings, double read_depth)
     const std::string prefix = at("study");
     simulation::write_bed(simulated, prefix);
     simulation::write_gen(simulated, prefix, false, read_depth);
+    simulation::write_vcf(simulated, prefix);
     simulation::write_map(simulated, prefix, false);
     simulation::write_truth(simulated, prefix, false);
-    if (settings.panel_individuals > 0) simulation::write_panel(simulated, prefix);
+    if (settings.panel_individuals > 0) {
+        simulation::write_panel(simulated, prefix);
+        simulation::write_panel_vcf(simulated, prefix);
+    }
     const std::string gen = read("study.gen");
     write("study.gen.gz", support::gzip(gen));
     write("study.gen.bz2", support::bzip2(gen));

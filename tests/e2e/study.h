@@ -11,8 +11,8 @@ namespace e2e {
 /// A folder with a small simulated study in every input form.
 ///
 ///   study.bed .bim .fam    study.gen study.sample    study.gen.gz    study.gen.bz2    new.gen (new layout)
-///   study.map    study.truth.haps .sample (the true haplotypes)
-///   study.panel.haps.gz .legend.gz .sample (with panel individuals)
+///   study.vcf.gz    study.map    study.truth.haps .sample (the true haplotypes)
+///   study.panel.haps.gz .legend.gz .sample, study.panel.vcf.gz (with panel individuals)
 class study {
   public:
     explicit study(int individuals = 12, double megabases = 0.6, int panel_individuals = 0, int seed = 1);

@@ -240,4 +240,34 @@ TEST(EchoMode, NamesTheSelection) {
     }
 }
 
+TEST(ResultOptions, AreNeitherFilesNorThreads) {
+    EXPECT_EQ(result_options(parsed("")), "--seed 1234567");
+    EXPECT_EQ(result_options(parsed(
+                  "-T 8 -V a.vcf -M m --match --seed 5 --output-vcf o.bcf -L x --mismatch 0.01 -W 1.5")),
+              "--seed 5 --window 1.5 --match --mismatch 0.01");
+}
+
+TEST(CheckOptions, OfVcf) {
+    struct row {
+        const char *line, *message;
+    };
+    for (const row& r :
+         {row{"--map-format x", "You must specify one of these for --map-format: hapmap, plink, table"},
+          row{"-R p --panel-missing go", "You must specify one of these for --panel-missing: stop, exclude"},
+          row{"--output-vcf o --output-index bai",
+              "You must specify one of these for --output-index: csi, tbi, none"},
+          row{"--panel-missing exclude", "--panel-missing needs --input-ref"},
+          row{"--output-index tbi", "--output-index needs --output-vcf"},
+          row{"--output-unphased -V v", "--output-unphased needs --output-vcf"},
+          row{"--output-unphased --output-vcf o", "--output-unphased needs --input-vcf"},
+          row{"--keep-missing", "--keep-missing needs --output-vcf"},
+          row{"--reference r", "--reference needs --output-vcf"},
+          row{"--no-version", "--no-version needs --output-vcf"},
+          row{"--reference r --output-vcf o -V v",
+              "--reference is not compatible with --input-vcf, which has the reference alleles"}}) {
+        const run_options o = parsed("-M map " + std::string(r.line));
+        EXPECT_TRUE(stops_with(r.message, [&] { check_options(o); })) << r.line;
+    }
+}
+
 }  // namespace

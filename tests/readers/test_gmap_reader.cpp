@@ -123,4 +123,58 @@ TEST(GmapReader, PositionsBeyondAnIntStopTheRun) {
                                       [&] { gmap_reader().readGeneticMapFile(name); }));
 }
 
+TEST(GmapReader, LayoutsWithAChromosome) {
+    const log_capture capture;
+    const std::string plink =
+        capture.folder().put("plink", "19 a 1.5 900\nchr20 b 0.25 100\n20\t.\t1e0\t200\n21 c 0 5\n");
+    const std::string table =
+        capture.folder().put("table", "chr pos rate cM\nchr20 100 7 0.25\nchr20 200 x 1\nchr21 1 1 1\n");
+    for (const auto& [file, layout] : {std::pair(plink, map_layout::plink), {table, map_layout::table}})
+        for (const char* name : {"20", "chr20"}) {
+            gmap_reader map;
+            map.read(file, layout, name);
+            EXPECT_EQ(map.map_pos, (std::vector<int>{100, 200})) << file;
+            EXPECT_EQ(map.map_cm, (std::vector<double>{0.25, 1.0})) << file;
+        }
+}
+
+TEST(GmapReader, TheHapmapLayoutIsThatOfTheOtherFunction) {
+    const log_capture capture;
+    gmap_reader map;
+    map.read(capture.folder().put("map", "h\n100 0 1\n"), map_layout::hapmap, "20");
+    EXPECT_EQ(map.map_pos, std::vector<int>{100});
+}
+
+TEST(GmapReader, AMapOfOneChromosomeNeedsNoName) {
+    const log_capture capture;
+    gmap_reader map;
+    map.read(capture.folder().put("map", "7 a 0 1\n7 b 1 2\n"), map_layout::plink, "");
+    EXPECT_EQ(map.map_pos.size(), 2U);
+}
+
+TEST(GmapReader, BadLayoutsStopTheRun) {
+    struct row {
+        const char *text, *message;
+        map_layout layout = map_layout::plink;
+        const char* chromosome = "20";
+    };
+    for (const row& r :
+         {row{"20 a 1\n", "line 1 has 3 columns, expected chromosome, identifier, genetic position"},
+          row{"20 a x 5\n", "line 1: [x] is no number, expected chromosome"},
+          row{"20 a 1 5\n20 a 1 x\n", "line 2: [x] is no number"},
+          row{"19 a 1 5\n21 a 1 6\n", "has no points of chromosome 20, only of 19, 21"},
+          row{"", "has no points"},
+          row{"19 a 1 5\n21 a 1 6\n", "has several chromosomes (19, 21)", map_layout::plink, ""},
+          row{"20 a 1 6\n20 a 1 5\n", "Wrong order in your genetic map file"},
+          row{"20 a 1 6\n20 a 2 6\n", "all points have the position 6"},
+          row{"chr pos rate cM\n20 5 1\n", "line 2 has 3 columns, expected chromosome, position (bp), rate",
+              map_layout::table}}) {
+        const log_capture capture;
+        const std::string name = capture.folder().put("map", r.text);
+        gmap_reader map;
+        EXPECT_TRUE(support::stops_naming({r.message}, [&] { map.read(name, r.layout, r.chromosome); }))
+            << r.text;
+    }
+}
+
 }  // namespace

@@ -73,6 +73,20 @@ TEST(KeepsVariant, FilteredVariantsDoNotCountForTheOrder) {
     EXPECT_TRUE(s.intake.keeps_variant(200));
 }
 
+TEST(KeepsVariant, ThoseOfTheRegion) {
+    open_intake s;
+    study_intake intake(s.filter, {.region = genome_region{"chr20", 100, 200}});
+    EXPECT_FALSE(intake.keeps_variant(99, "20"));
+    EXPECT_TRUE(intake.keeps_variant(100, "20"));
+    EXPECT_FALSE(intake.keeps_variant(150, "21"));
+    EXPECT_TRUE(intake.keeps_variant(200, ""));
+    EXPECT_FALSE(intake.keeps_variant(201, "20"));
+    EXPECT_FALSE(intake.keeps_variant(1, "21")) << "the order of other chromosomes does not matter";
+    EXPECT_EQ(intake.chromosome_or("5"), "5");
+    EXPECT_EQ(intake.chromosome_or(""), "chr20");
+    EXPECT_EQ(s.intake.chromosome_or(""), "");
+}
+
 /// Makes the runs of a test strict.
 struct strict_runs {
     strict_runs() { LOG.setStrictness(strictness::strict); }
@@ -98,6 +112,8 @@ TEST(CheckChromosome, RefusesThoseThatMalesHaveOnce) {
             s.intake.check_chromosome(name, AT);
         })) << name;
     }
+    open_intake told;
+    study_intake(told.filter, {.names_haploid = true}).check_chromosome("X", AT);
     for (const char* name : {"1", "22", "chr3", "XY", "25", "0", "2A", "chr", "scaffold_X"}) {
         open_intake s;
         s.intake.check_chromosome(name, AT);

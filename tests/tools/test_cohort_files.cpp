@@ -78,6 +78,8 @@ TEST(CohortFiles, HandmadeCohort) {
     write_map(cohort, prefix, false);
     write_truth(cohort, prefix, false);
     write_panel(cohort, prefix);
+    write_vcf(cohort, prefix);
+    write_panel_vcf(cohort, prefix);
     const auto text = [&](const std::string& end) { return support::read_file(prefix + end); };
     EXPECT_EQ(text(".bed"), std::string("\x6C\x1B\x01\x0E\x02", 5));
     EXPECT_EQ(text(".bim"), "7\tx\t1.000000\t100\tA\tC\n7\ty\t1.000500\t300\tGT\tG\n");
@@ -91,6 +93,15 @@ TEST(CohortFiles, HandmadeCohort) {
     EXPECT_EQ(text(".truth.sample"), text(".sample"));
     EXPECT_EQ(support::gunzip(text(".panel.haps.gz")), "0 1\n");
     EXPECT_EQ(support::gunzip(text(".panel.legend.gz")), "id position a0 a1\nx 100 A C\n");
+    const std::string header =
+        "##fileformat=VCFv4.2\n##contig=<ID=7>\n"
+        "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Genotype\">\n"
+        "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\t";
+    EXPECT_EQ(support::gunzip(text(".vcf.gz")),
+              header +
+                  "S1\tS2\tS3\n7\t100\tx\tA\tC\t.\tPASS\t.\tGT\t0/1\t1/1\t0/0\n"
+                  "7\t300\ty\tGT\tG\t.\tPASS\t.\tGT\t0/1\t0/0\t0/0\n");
+    EXPECT_EQ(support::gunzip(text(".panel.vcf.gz")), header + "R1\n7\t100\tx\tA\tC\t.\tPASS\t.\tGT\t0|1\n");
     EXPECT_EQ(text(".panel.sample"), "sample population group sex\nR1 SIM SIM 1\n");
 }
 
