@@ -52,6 +52,9 @@ class gt_values {
 
     /// Reads those of a record. Empty if it has no genotypes. Valid until the next call.
     std::span<std::int32_t> read(bcf_hdr_t* header, bcf1_t* record) {
+        // htslib ends the process at another type.
+        const bcf_fmt_t* format = ::bcf_get_fmt(header, record, "GT");
+        if (format == nullptr || format->type < BCF_BT_INT8 || format->type > BCF_BT_INT32) return {};
         const int n = bcf_get_genotypes(header, record, &values, &capacity);
         return {values, static_cast<std::size_t>(n > 0 ? n : 0)};
     }

@@ -74,6 +74,11 @@ vcf_file::vcf_file(const std::string& name, std::optional<genome_region> wanted,
     open();
     head.reset(::bcf_hdr_read(stream.get()));
     if (head == nullptr) stop_without_header();
+    // htslib takes the rest of the line for a name that is empty.
+    const auto is_wrong = [](const std::string& id) {
+        return id.empty() || id.find_first_of("\t\n") != std::string::npos;
+    };
+    if (std::ranges::any_of(individuals(), is_wrong)) LOG.error(file + ": an individual has no name");
     if (region) open_region();
 }
 
@@ -165,23 +170,22 @@ bool vcf_file::next() {
             stop("records are not sorted: the one before it is at " + std::to_string(last_position));
         last_position = position();
         if (::bcf_unpack(line.get(), BCF_UN_ALL) != 0) stop("it is damaged");
+        check_alleles();
         return true;
     }
     return false;
 }
 
 bool vcf_file::read_record() {
-    int result = 0;
-    if (part == nullptr) {
-        // An index without the chromosome means that no record has it.
-        const bool is_indexed = tabix != nullptr || index != nullptr;
-        result = is_indexed ? AT_END : ::bcf_read(stream.get(), head.get(), line.get());
-    } else if (tabix != nullptr) {
-        result = tbx_itr_next(stream.get(), tabix.get(), part.get(), text.get());
-        if (result >= 0) result = ::vcf_parse(text.get(), head.get(), line.get()) == 0 ? 0 : AT_END - 1;
-    } else {
-        result = bcf_itr_next(stream.get(), part.get(), line.get());
-    }
+    const bool is_text = ::hts_get_format(stream.get())->format == vcf;
+    int result = AT_END;  // stays if an index lacks the chromosome: no record has it
+    if (part == nullptr && tabix == nullptr && index == nullptr)
+        result = is_text ? ::hts_getline(stream.get(), '\n', text.get())
+                         : ::bcf_read(stream.get(), head.get(), line.get());
+    else if (part != nullptr)
+        result = is_text ? tbx_itr_next(stream.get(), tabix.get(), part.get(), text.get())
+                         : bcf_itr_next(stream.get(), part.get(), line.get());
+    if (is_text && result >= 0) result = parse_text();
     if (result >= 0) return true;
     if (result == AT_END) return false;
     const std::string reason = reason_of(line->errcode);
@@ -190,14 +194,37 @@ bool vcf_file::read_record() {
               " cannot be read: " + (reason.empty() ? "the file is damaged or cut short" : reason));
 }
 
+/// Parses a line of text. Returns a number below AT_END if it is damaged.
+int vcf_file::parse_text() {
+    // htslib ignores columns behind those of the last individual.
+    constexpr std::ptrdiff_t FIXED_COLUMNS = 9;
+    const std::string_view record = text.c_str();
+    const int n_individuals = bcf_hdr_nsamples(head.get());
+    const auto n_columns = std::count(record.begin(), record.end(), '\t') + 1;
+    const bool has_all = n_individuals == 0 || n_columns == FIXED_COLUMNS + n_individuals;
+    if (::vcf_parse(text.get(), head.get(), line.get()) == 0 && has_all) return 0;
+    if (!has_all) line->errcode |= BCF_ERR_NCOLS;
+    return AT_END - 1;
+}
+
 void vcf_file::check_record() {
     if (line->rid < 0 || (line->errcode & BCF_ERR_CTG_UNDEF) != 0)
         LOG.error(file + ": the record behind number " + std::to_string(count) + " is of chromosome " +
                   (line->rid < 0 ? "?" : chromosome()) +
                   ", for which the header has no ##contig line; bcftools reheader --fai can add it");
-    const std::string reason = reason_of(line->errcode);
+    std::string reason = reason_of(line->errcode);
+    if (line->n_sample != static_cast<unsigned>(bcf_hdr_nsamples(head.get())))
+        reason = reason_of(BCF_ERR_NCOLS);
     if (!reason.empty()) stop(reason);
     if (position() > std::numeric_limits<int>::max()) stop("the position is too large");
+}
+
+void vcf_file::check_alleles() {
+    std::vector<std::string_view> alleles(line->d.allele, line->d.allele + line->n_allele);
+    for (const std::string_view allele : alleles)
+        if (allele.empty() || allele == ".") stop("an allele is empty");
+    std::ranges::sort(alleles);
+    if (std::ranges::adjacent_find(alleles) != alleles.end()) stop("an allele is there twice");
 }
 
 void vcf_file::stop_at_second_chromosome() {

@@ -50,7 +50,9 @@ class vcf_file {
     void resolve_chromosome(const std::vector<std::string>& names);
     [[noreturn]] void stop_without_header() const;
     bool read_record();
+    int parse_text();
     void check_record();
+    void check_alleles();
     [[noreturn]] void stop_at_second_chromosome();
 
     std::string file;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <ranges>
 #include <utility>
 
 #include "utils/assertion.h"
@@ -221,7 +220,8 @@ void vcf_rewriter::write_phased(const snp& variant, const std::vector<std::uint6
         LOG.error(file.name() + " has changed while this run was working");
     const std::size_t width = all.size() / n_individuals;
     const class_alleles classes = classes_of(*file.record(), variant, all);
-    genotypes.assign(std::size_t{2} * n_individuals, NONE);
+    genotypes.resize(std::size_t{2} * n_individuals);
+    bool any_pair = false;
     for (int i = 0; i < n_individuals; ++i) {
         const auto class_of = [&](int h) { return ((words[2 * i + h] >> j & 1) != 0) != variant.is_turned; };
         const phase_of_one phase = {class_of(0), class_of(1),
@@ -232,11 +232,10 @@ void vcf_rewriter::write_phased(const snp& variant, const std::vector<std::uint6
         const gt_pair result = !is_missing             ? phased(given, phase, classes)
                                : content.keeps_missing ? unphased(given)
                                                        : filled_in(given, phase, classes);
+        any_pair = any_pair || result[1] != NONE;
         std::ranges::copy(result, genotypes.begin() + std::ptrdiff_t{2} * i);
     }
-    if (std::ranges::all_of(std::views::iota(0, n_individuals),
-                            [this](int i) { return genotypes[2 * i + 1] == NONE; }))
-        drop_second_values(genotypes);
+    if (!any_pair) drop_second_values(genotypes);
     bcf_update_genotypes(output->header(), file.record(), genotypes.data(),
                          static_cast<int>(genotypes.size()));
     update_counts(output->header(), file.record(), genotypes);

@@ -115,6 +115,15 @@ TEST(VcfFile, DamageStopsTheRun) {
         {put("columns.vcf", replaced("b\tA\tG", "b\tA")),
          ": the record behind number 1 (20:100) cannot be read: the number of columns differs from that of "
          "the header"},
+        {put("few.vcf", replaced("\tGT\t0/1\n20\t200", "\n20\t200")),
+         ": the record behind number 0 cannot be read: the number of columns differs from that of the "
+         "header"},
+        {put("many.vcf", replaced("0/1\n20\t200", "0/1\t0/1\n20\t200")),
+         ": the record behind number 0 cannot be read: the number of columns differs from that of the "
+         "header"},
+        {put("allele.vcf", replaced("b\tA\tG", "b\tA\t")), ": record 2 (20:200): an allele is empty"},
+        {put("same.vcf", replaced("b\tA\tG", "b\tA\tG,G")), ": record 2 (20:200): an allele is there twice"},
+        {put("nameless.vcf", vcf_text({"", "Ann"}, {})), ": an individual has no name"},
         {put("contig.vcf", replaced("20\t200", "5\t200")),
          ": the record behind number 1 is of chromosome 5, for which the header has no ##contig line; "
          "bcftools "
