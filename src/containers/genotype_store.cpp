@@ -52,15 +52,22 @@ int genotype_store::makeHaploid(int ind) {
 }
 
 void genotype_store::settleMissingHaploid() {
+    constexpr int UNKNOWN = -1;
     for (std::size_t i = 0; i < haploid.size(); ++i) {
-        int v = 0;
-        while (v < snps.size() && missing[i][v]) ++v;
-        bool is_haploid = v < snps.size() && haploid[i][v];
-        for (v = 0; v < snps.size(); ++v)
-            if (missing[i][v])
-                haploid[i].set(v, haploid[i][v] && is_haploid);
-            else
-                is_haploid = haploid[i][v];
+        int before = UNKNOWN;
+        for (int v = 0; v < snps.size(); ++v) {
+            if (!missing[i][v]) {
+                before = haploid[i][v];
+                continue;
+            }
+            int end = v;  // of the run of missing genotypes
+            while (end < snps.size() && missing[i][end]) ++end;
+            const int behind = end < snps.size() ? haploid[i][end] : before;
+            if (before == UNKNOWN) before = behind;
+            for (; v < end; ++v)
+                if (before == behind) haploid[i].set(v, before == 1);
+            --v;
+        }
     }
 }
 

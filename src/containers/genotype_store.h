@@ -28,9 +28,9 @@ class genotype_store {
     int resetSnp(int v);
     /// Marks all genotypes of an individual as haploid. Heterozygous ones become missing; returns how many.
     int makeHaploid(int ind);
-    /// A missing genotype marked as haploid may be that of a diploid individual, since both are written as
-    /// one dot. Only those stay marked whose last known genotype before is haploid, or the first one if there
-    /// is none.
+    /// Settles which missing genotypes are haploid, since those of haploid and of diploid individuals are
+    /// written as one dot or as two. They follow the known genotypes before and behind; where these differ,
+    /// the mark stays as it is.
     void settleMissingHaploid();
     /// Removes the variants for which `keeps` is false.
     void keepVariants(const std::vector<bool>& keeps);

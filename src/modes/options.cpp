@@ -459,6 +459,10 @@ void check_vcf(const run_options& o) {
     need(o.no_version, "no-version", o.output_vcf, "output-vcf");
     if (o.reference.is_given && o.input_vcf.is_given)
         LOG.error("--reference is not compatible with --input-vcf, which has the reference alleles");
+    if (o.output_index.value == "tbi" && o.output_vcf.value.ends_with(".bcf"))
+        LOG.error("--output-index tbi is for .vcf.gz: the index of a BCF is csi");
+    if (o.haploid.is_given && o.input_vcf.is_given)
+        LOG.error("--haploid is not compatible with --input-vcf, where a haploid genotype has one allele");
     if (o.region.is_given) parse_region(o.region.value);
 }
 

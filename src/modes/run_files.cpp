@@ -157,7 +157,9 @@ vcf_output_settings vcf_settings(const run_options& o) {
 }
 
 bool has_vcf_panel(const run_options& o) {
-    return o.input_ref.value.size() == 1 && is_vcf_name(o.input_ref.value.front());
+    if (o.input_ref.value.size() != 1) return false;
+    const std::string& name = o.input_ref.value.front();
+    return is_vcf_name(name) || name.ends_with(".vcf.bgz");
 }
 
 file_names input_files(const run_options& o) {
@@ -202,7 +204,8 @@ void check_files(const run_options& o, output_files& outputs) {
     if (o.input_ref.is_given) {
         if (o.input_ref.value.size() != N_PANEL_FILES && !has_vcf_panel(o))
             LOG.error(wrong_count("input-ref", N_PANEL_FILES));
-        for (const std::string& file : o.input_ref.value) check_readable(file);
+        for (const std::string& file : o.input_ref.value)
+            has_vcf_panel(o) ? check_regular(file) : check_readable(file);
     }
     check_readable(o.input_map.value);
     take_outputs(o, outputs);

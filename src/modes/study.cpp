@@ -58,6 +58,16 @@ std::unique_ptr<genotype_source> open_study(const run_options& o, filter_reader&
     return std::make_unique<gen_source>(gen[0], gen[1], o.input_thr.value, filter, facts);
 }
 
+/// Ends the run if a name has a blank, as it can in a VCF: HAPS and SAMPLE have words separated by blanks.
+void check_words(const genotype_store& study) {
+    const auto check = [](const std::string& name) {
+        if (name.find_first_of(" \t") != std::string::npos)
+            LOG.error("[" + name + "] has a blank, which --output-max cannot hold; use --output-vcf alone");
+    };
+    for (const std::string& id : study.ind_ids) check(id);
+    for (const snp& variant : study.snps.snp_list) check(variant.id);
+}
+
 /// Marks the individuals of a list as haploid.
 void read_haploid(const setting<std::string>& list, genotype_store& study) {
     LOG.println("\nReading haploid individuals in [" + list.value + "]");
@@ -205,6 +215,9 @@ run_input read_input(const run_options& o, output_files& outputs) {
     run_input input;
     genotype_store& study = input.study;
     study = read_study(*open_study(o, filter, input.vcf));
+    if (o.region.is_given && study.snps.size() == 0)
+        LOG.error("no variant of the study is in the region " + o.region.value);
+    if (o.output_max.is_given) check_words(study);
     study.settleMissingHaploid();
     if (o.haploid.is_given) read_haploid(o.haploid, study);
     input.panel = read_panel(o, filter, study, prefix);

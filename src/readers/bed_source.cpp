@@ -70,7 +70,7 @@ void bed_source::read_bim(const std::string& bim) {
         keeps_variant.push_back(intake.keeps_variant(position, fields[0]));
         if (!keeps_variant.back()) return false;
         snp& variant = variants.emplace_back(position, fields[4], fields[5]);
-        variant.chromosome = fields[0];
+        variant.chromosome = intake.chromosome_or(fields[0]);
         variant.id = fields[1];
         check_identifier(variant.id, {bim, number});
         intake.check_chromosome(variant.chromosome, {bim, number});

@@ -42,14 +42,23 @@ bool study_intake::keeps_variant(int pos, const std::string& chromosome) {
     return true;
 }
 
+namespace {
+
+/// Whether an input does not tell the chromosome: 0 is Plink's name for an unknown one.
+bool is_unknown(const std::string& chromosome) {
+    return chromosome.empty() || chromosome == "0";
+}
+
+}  // namespace
+
 bool study_intake::is_in_region(int pos, const std::string& chromosome) const {
     if (!facts.region) return true;
     return facts.region->contains(pos) &&
-           (chromosome.empty() || chromosome_key(chromosome) == chromosome_key(facts.region->chromosome));
+           (is_unknown(chromosome) || chromosome_key(chromosome) == chromosome_key(facts.region->chromosome));
 }
 
 std::string study_intake::chromosome_or(const std::string& chromosome) const {
-    return chromosome.empty() && facts.region ? facts.region->chromosome : chromosome;
+    return is_unknown(chromosome) && facts.region ? facts.region->chromosome : chromosome;
 }
 
 void study_intake::check_chromosome(const std::string& chromosome, const input_line& at) {

@@ -33,7 +33,8 @@ class study_intake {
     bool keeps_individual(const std::string& id, const input_line& at);
     /// Whether a variant at `pos` bp is kept. Negative positions are dropped silently, and so is what is not
     /// in the region. A position below that of the last kept variant ends the run, even if the filter would
-    /// drop it. An empty chromosome is an unknown one, and taken for that of the region.
+    /// drop it. A chromosome that is empty or 0 is unknown, and
+    /// taken for that of the region.
     bool keeps_variant(int pos, const std::string& chromosome = {});
     /// The chromosome of a variant without one: that of the region, if there is one.
     std::string chromosome_or(const std::string& chromosome) const;

@@ -57,7 +57,8 @@ void vcf_panel::take_record(haplotype_block& block) {
     read_alleles();
     for (snp& candidate : study.getByPos(static_cast<int>(file.position()))) {
         bool is_turned = false;
-        if (!matches(candidate, is_turned)) continue;
+        // Of several equal records, the first one counts.
+        if (candidate.in_ref || !matches(candidate, is_turned)) continue;
         ++n_matched;
         candidate.in_ref = true;
         const std::size_t j = block.variants.size();
@@ -108,12 +109,13 @@ bool vcf_panel::matches(const snp& candidate, bool& is_turned) {
         return strand >= 0;
     }
     std::vector<bool> is_known(record->n_allele);
-    bool has_first = false;
+    int n_found = 0;  // alleles of the variant
     for (int allele = 0; allele < record->n_allele; ++allele) {
         const std::string_view text = record->d.allele[allele];
         is_second[allele] = text != candidate.a0;
         is_known[allele] = !is_second[allele] || has_allele(candidate.a1, text);
-        has_first = has_first || !is_second[allele];
+        n_found += is_known[allele];
     }
-    return has_first && std::ranges::all_of(alleles, [&](int allele) { return is_known[allele]; });
+    const auto n_alleles = 2 + std::count(candidate.a1.begin(), candidate.a1.end(), ',');
+    return n_found == n_alleles && std::ranges::all_of(alleles, [&](int allele) { return is_known[allele]; });
 }

@@ -8,8 +8,8 @@
 #include "vcf/vcf_file.h"
 
 /// A reference panel in a phased VCF or BCF file, aligned to a study: each record is matched to a study
-/// variant by position and alleles. A record or variant with more than two alleles matches if the first
-/// allele of the variant is one of the record's and no haplotype has an allele that the variant lacks.
+/// variant by position and alleles, of equal ones the first. If one of the two has more than two alleles, the
+/// record needs all those of the variant, and no haplotype may have another one.
 class vcf_panel : public haplotype_source {
   public:
     /// Reads the header, and marks the variants of the study that have a match (snp::in_ref) as they are

@@ -31,6 +31,7 @@ vcf_source::vcf_source(vcf_file& input, filter_reader& filter)
       words(ind_at.size()) {
     LOG.println("\nReading genotypes in [" + file.name() + "] in VCF or BCF format");
     LOG.println("  * " + std::to_string(ids.size()) + " individuals included");
+    if (ids.empty()) LOG.error("there is nobody to phase in " + file.name());
     if (ids.size() < ind_at.size())
         LOG.println("  * " + std::to_string(ind_at.size() - ids.size()) + " individuals excluded");
 }
@@ -82,7 +83,8 @@ snp vcf_source::variant_of_record(const allele_classes& classes) {
     variant.chromosome = file.chromosome();
     variant.id = record->d.id;
     if (variant.id == ".")
-        variant.id = variant.chromosome + ":" + std::to_string(variant.bp) + ":" + variant.a0 + ":" + others;
+        variant.id = variant.chromosome + ":" + std::to_string(variant.bp) + ":" + variant.a0 + ":" +
+                     (others.empty() ? "." : others);
     variant.record = static_cast<int>(file.n_read());
     return variant;
 }

@@ -43,8 +43,7 @@ genome_region parse_region(const std::string& text) {
             region.chromosome = text.substr(0, colon);
         }
     }
-    const bool is_position = colon != std::string::npos && number_of(text.substr(colon + 1));
-    if (region.chromosome.empty() || region.from < 1 || region.from > region.to || is_position)
+    if (region.chromosome.empty() || region.from < 1 || region.from > region.to)
         LOG.error("[" + text + "] is no region: use CHROMOSOME or CHROMOSOME:FROM-TO, positions from 1 on");
     return region;
 }

@@ -16,7 +16,6 @@ struct genome_region {
     bool operator==(const genome_region&) const = default;
 };
 
-/// Parses "20", "20:1000-2000" or "20:1000-". Numbers may have commas. A colon that no numbers follow belongs
-/// to the name. Ends the run if the text is empty or the region is, and at "20:1000", which programs read in
-/// different ways.
+/// Parses "20", "20:1000-2000" or "20:1000-". Numbers may have commas. A colon that nothing of this form
+/// follows belongs to the name. Ends the run if the text is empty or the region is.
 genome_region parse_region(const std::string& text);

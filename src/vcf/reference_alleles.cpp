@@ -100,6 +100,9 @@ std::string chromosome_of(const snp_set& study) {
                       "), and a VCF is written of one: choose it with --region");
         chromosome = variant.chromosome;
     }
+    if (chromosome.find_first_of("<>()[]{},\"'`\\*= \t") != std::string::npos)
+        LOG.error("[" + chromosome +
+                  "] is no name of a chromosome that a VCF can have: name it with --region");
     return chromosome;
 }
 

@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cctype>
+#include <fstream>
 #include <limits>
 #include <set>
 #include <string_view>
@@ -86,13 +88,25 @@ void vcf_file::open() {
     if (is_remote(file))
         LOG.error(file + " is not on this machine: download it and give the name of the copy");
     if (!futils::isFile(file)) LOG.error(futils::cannotOpen(file));
+    struct stat status {};
+    ::stat(file.c_str(), &status);
+    state = {static_cast<std::int64_t>(status.st_ino), status.st_size, status.st_mtim.tv_sec,
+             status.st_mtim.tv_nsec};
     stream.reset(::hts_open(file.c_str(), "r"));
-    if (stream == nullptr) LOG.error(futils::cannotOpen(file));
+    if (stream == nullptr) LOG.error(file + " is neither VCF nor BCF 2");
     const htsFormat* format = ::hts_get_format(stream.get());
     if (format->format != vcf && format->format != bcf) LOG.error(file + " is neither VCF nor BCF 2");
     if (format->compression == bgzf && ::hts_check_EOF(stream.get()) == 0)
         LOG.error(file + " has no end block: it is cut short");
+    if (format->compression == no_compression && format->format == vcf) check_end();
     if (threads > 1) ::hts_set_threads(stream.get(), threads);
+}
+
+/// Ends the run if a text does not end with a line end: a genotype cut short may look like another one.
+void vcf_file::check_end() const {
+    std::ifstream bytes(file, std::ios::binary);
+    bytes.seekg(-1, std::ios::end);
+    if (bytes.get() != '\n') LOG.error(file + " does not end with a line end: it is cut short");
 }
 
 void vcf_file::stop_without_header() const {
@@ -122,7 +136,8 @@ void vcf_file::resolve_chromosome(const std::vector<std::string>& names) {
     if (found == names.end()) found = std::ranges::find(names, chromosome_key(wanted), chromosome_key);
     if (found == names.end())
         LOG.error(file + " has no chromosome " + wanted +
-                  (names.empty() ? ": its header names none" : "; its header names " + joined(names)));
+                  (names.empty() ? ": its header names none" : "; its header names " + joined(names)) +
+                  (wanted.find(':') == std::string::npos ? "" : ". A region is CHROMOSOME:FROM-TO"));
     if (*found != wanted) LOG.println("  * Chromosome " + wanted + " is " + *found + " in this file");
     region->chromosome = *found;
     chromosome_id = ::bcf_hdr_name2id(head.get(), found->c_str());
@@ -202,21 +217,32 @@ int vcf_file::parse_text() {
     const int n_individuals = bcf_hdr_nsamples(head.get());
     const auto n_columns = std::count(record.begin(), record.end(), '\t') + 1;
     const bool has_all = n_individuals == 0 || n_columns == FIXED_COLUMNS + n_individuals;
-    if (::vcf_parse(text.get(), head.get(), line.get()) == 0 && has_all) return 0;
+    // What does not begin with a digit is position 0 to htslib.
+    const std::string_view place = record.substr(std::min(record.find('\t'), record.size() - 1) + 1);
+    const bool has_position = !place.empty() &&
+                              std::isdigit(static_cast<unsigned char>(place.front())) != 0 &&
+                              place.find_first_not_of("0123456789") == place.find('\t');
+    const bool is_parsed = ::vcf_parse(text.get(), head.get(), line.get()) == 0;
+    if (is_parsed && has_all && has_position) return 0;
     if (!has_all) line->errcode |= BCF_ERR_NCOLS;
+    if (!has_position) line->errcode |= BCF_ERR_CHAR;
     return AT_END - 1;
 }
 
 void vcf_file::check_record() {
-    if (line->rid < 0 || (line->errcode & BCF_ERR_CTG_UNDEF) != 0)
+    if (line->rid < 0 || line->rid >= head->n[BCF_DT_CTG] || (line->errcode & BCF_ERR_CTG_UNDEF) != 0)
         LOG.error(file + ": the record behind number " + std::to_string(count) + " is of chromosome " +
-                  (line->rid < 0 ? "?" : chromosome()) +
+                  chromosome() +
                   ", for which the header has no ##contig line; bcftools reheader --fai can add it");
     std::string reason = reason_of(line->errcode);
     if (line->n_sample != static_cast<unsigned>(bcf_hdr_nsamples(head.get())))
         reason = reason_of(BCF_ERR_NCOLS);
     if (!reason.empty()) stop(reason);
     if (position() > std::numeric_limits<int>::max()) stop("the position is too large");
+    const auto length = static_cast<std::int64_t>(head->id[BCF_DT_CTG][line->rid].val->info[0]);
+    if (length > 0 && position() > length)
+        stop("chromosome " + chromosome() + " ends at " + std::to_string(length) +
+             " in the header: is it of another assembly?");
 }
 
 void vcf_file::check_alleles() {
@@ -236,7 +262,8 @@ void vcf_file::stop_at_second_chromosome() {
 }
 
 std::string vcf_file::chromosome() const {
-    return ::bcf_hdr_id2name(head.get(), line->rid);
+    const char* name = line->rid < 0 ? nullptr : ::bcf_hdr_id2name(head.get(), line->rid);
+    return name == nullptr ? "?" : name;
 }
 
 std::string vcf_file::place() const {
@@ -249,7 +276,9 @@ void vcf_file::stop(const std::string& reason) const {
 }
 
 void vcf_file::rewind() {
+    const file_state before = state;
     open();
+    if (state != before) LOG.error(file + " has changed while this run was working");
     // The records are read with the header there is, which may have more tags than the file's own.
     const hts::header_handle unused(::bcf_hdr_read(stream.get()));
     if (unused == nullptr) stop_without_header();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,13 +50,18 @@ class vcf_file {
     void open_index(const std::string& chromosome);
     void resolve_chromosome(const std::vector<std::string>& names);
     [[noreturn]] void stop_without_header() const;
+    void check_end() const;
     bool read_record();
     int parse_text();
     void check_record();
     void check_alleles();
     [[noreturn]] void stop_at_second_chromosome();
 
+    /// Tells whether the file was written since it was opened: node, size and time of the last change.
+    using file_state = std::array<std::int64_t, 4>;
+
     std::string file;
+    file_state state{};
     std::optional<genome_region> region;
     int threads;
     hts::file_handle stream;

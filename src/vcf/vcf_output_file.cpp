@@ -1,6 +1,5 @@
 #include "vcf/vcf_output_file.h"
 
-#include <fcntl.h>
 #include <htslib/hfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,30 +48,31 @@ vcf_output_file::vcf_output_file(vcf_output_settings chosen, hts::header_handle 
     if (stream == nullptr) stop();
     if (settings.n_threads > 1) ::hts_set_threads(stream.get(), settings.n_threads);
     if (::bcf_hdr_write(stream.get(), head.get()) != 0) stop();
-    if (!index_file.empty()) start_index();
-}
-
-void vcf_output_file::start_index() {
-    pending_index = std::make_unique<pending_file>(index_file);
-    if (pending_index->descriptor() < 0) LOG.error(futils::cannotCreate(index_file));
-    ::close(pending_index->descriptor());  // htslib opens it by its name
-    const int min_shift = settings.index == vcf_index::tbi ? TBI_MIN_SHIFT : CSI_MIN_SHIFT;
-    if (::bcf_idx_init(stream.get(), head.get(), min_shift, pending_index->current_name().c_str()) != 0)
-        stop();
 }
 
 void vcf_output_file::write(bcf1_t* record) {
     if (settings.index == vcf_index::tbi && !index_file.empty() && record->pos > LAST_OF_TBI)
         LOG.error(index_file + " cannot hold position " + std::to_string(record->pos + 1) +
                   ": use --output-index csi");
+    errno = 0;
     if (::bcf_write(stream.get(), head.get(), record) != 0) stop();
 }
 
 void vcf_output_file::close() {
-    if (!index_file.empty() && ::bcf_idx_save(stream.get()) != 0) stop();
+    errno = 0;
     if (::hts_close(stream.release()) != 0) stop();
-    // The last bytes of the file came after the index, which must not look older.
-    if (!index_file.empty()) ::utimensat(AT_FDCWD, pending_index->current_name().c_str(), nullptr, 0);
+    if (!index_file.empty()) make_index();
+}
+
+/// Makes the index from the finished file: htslib 1.16 makes a wrong one while several threads write.
+void vcf_output_file::make_index() {
+    pending_index = std::make_unique<pending_file>(index_file);
+    if (pending_index->descriptor() < 0) LOG.error(futils::cannotCreate(index_file));
+    ::close(pending_index->descriptor());  // htslib opens it by its name
+    const int min_shift = settings.index == vcf_index::tbi ? TBI_MIN_SHIFT : CSI_MIN_SHIFT;
+    if (::bcf_index_build3(pending.current_name().c_str(), pending_index->current_name().c_str(), min_shift,
+                           settings.n_threads) != 0)
+        LOG.error(index_file + " could not be made: the disk may be full");
 }
 
 std::string vcf_output_file::publish() {
@@ -80,9 +80,19 @@ std::string vcf_output_file::publish() {
         if (complete.publish()) return {};
         return file + " could not be replaced by the result of this run: " + std::strerror(errno);
     };
-    const std::string failure = failure_of(pending, settings.name);
-    if (!failure.empty() || index_file.empty()) return failure;
-    return failure_of(*pending_index, index_file);
+    std::string failure = failure_of(pending, settings.name);
+    if (failure.empty() && !index_file.empty()) failure = failure_of(*pending_index, index_file);
+    if (failure.empty()) remove_other_indexes();
+    return failure;
+}
+
+/// Removes indexes of an earlier file of this name, which would not fit.
+void vcf_output_file::remove_other_indexes() const {
+    for (const char* ending : {".csi", ".tbi"}) {
+        const std::string other = settings.name + ending;
+        if (other == index_file || ::unlink(other.c_str()) != 0) continue;
+        LOG.println("  * Removed [" + other + "], the index of an earlier file");
+    }
 }
 
 void vcf_output_file::stop() const {

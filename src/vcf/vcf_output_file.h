@@ -37,7 +37,8 @@ class vcf_output_file {
     std::string keep() { return "its VCF is in " + pending.keep(); }
 
   private:
-    void start_index();
+    void make_index();
+    void remove_other_indexes() const;
     [[noreturn]] void stop() const;
 
     vcf_output_settings settings;

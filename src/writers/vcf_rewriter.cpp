@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <sstream>
 #include <utility>
 
 #include "utils/assertion.h"
@@ -24,12 +25,8 @@ struct gt_alleles {
     std::array<int, 2> at = {MISSING, MISSING};
     int n = 0;  // how many there are
 
-    bool has_two_kinds() const { return n == 2 && at[0] != at[1]; }
     /// Whether the genotype was taken for missing.
-    bool is_missing(const phase_of_one& phase) const {
-        return n == 0 || at[0] == MISSING || (n == 2 && at[1] == MISSING) ||
-               (phase.is_haploid && has_two_kinds());
-    }
+    bool is_missing() const { return n == 0 || at[0] == MISSING || (n == 2 && at[1] == MISSING); }
 };
 
 /// The values of GT of an individual.
@@ -83,9 +80,9 @@ gt_pair joined(int first, int second) {
     return {bcf_gt_unphased(first), bcf_gt_phased(second)};
 }
 
-gt_pair filled_in(const gt_alleles& given, const phase_of_one& phase, const class_alleles& classes) {
+gt_pair filled_in(const phase_of_one& phase, const class_alleles& classes) {
     const int first = classes.allele_of(phase.first), second = classes.allele_of(phase.second);
-    if (phase.is_haploid && given.n < 2) return {bcf_gt_unphased(first), NONE};
+    if (phase.is_haploid) return {bcf_gt_unphased(first), NONE};
     return joined(first, second);
 }
 
@@ -113,31 +110,42 @@ void clear_phases(std::span<std::int32_t> values) {
 
 // ---- fields that follow the genotypes
 
-/// Whether a record has this INFO field, and the header gives it this type.
-bool has_info(const bcf_hdr_t* header, bcf1_t* record, const char* tag, int type) {
+/// Replaces the numbers of an INFO field that a record has, in the type that the header gives it.
+void update_info(const bcf_hdr_t* header, bcf1_t* record, const char* tag,
+                 const std::vector<double>& numbers) {
     const bcf_info_t* info = ::bcf_get_info(header, record, tag);
-    return info != nullptr && bcf_hdr_id2type(header, BCF_HL_INFO, info->key) == static_cast<unsigned>(type);
+    if (info == nullptr) return;
+    const auto type = bcf_hdr_id2type(header, BCF_HL_INFO, info->key);
+    const int n = static_cast<int>(numbers.size());
+    const std::vector<float> real(numbers.begin(), numbers.end());
+    if (type == BCF_HT_INT) {
+        std::vector<std::int32_t> whole;
+        for (const double number : numbers) whole.push_back(static_cast<std::int32_t>(number));
+        bcf_update_info_int32(header, record, tag, whole.data(), n);
+    } else if (type == BCF_HT_REAL) {
+        bcf_update_info_float(header, record, tag, real.data(), n);
+    } else if (type == BCF_HT_STR) {  // so is a field that the header does not declare
+        std::ostringstream text;
+        for (int i = 0; i < n; ++i) text << (i > 0 ? "," : "") << real[i];
+        bcf_update_info_string(header, record, tag, text.str().c_str());
+    }
 }
 
 /// Brings AC, AN and AF in line with the genotypes, where the record has them.
 void update_counts(const bcf_hdr_t* header, bcf1_t* record, std::span<const std::int32_t> values) {
-    std::vector<std::int32_t> counts(record->n_allele, 0);
-    std::int32_t n = 0;
+    std::vector<double> counts(record->n_allele, 0.0);
+    double n = 0.0;
     for (const std::int32_t value : values) {
-        if (value == NONE || allele_of(value) == MISSING) continue;
+        // A record that took no part may have alleles beyond its own.
+        if (value == NONE || allele_of(value) == MISSING || allele_of(value) >= record->n_allele) continue;
         ++counts[allele_of(value)];
         ++n;
     }
-    const std::span<const std::int32_t> alternative = std::span(counts).subspan(1);
-    const int n_alternative = static_cast<int>(alternative.size());
-    if (has_info(header, record, "AC", BCF_HT_INT))
-        bcf_update_info_int32(header, record, "AC", alternative.data(), n_alternative);
-    if (has_info(header, record, "AN", BCF_HT_INT)) bcf_update_info_int32(header, record, "AN", &n, 1);
-    if (!has_info(header, record, "AF", BCF_HT_REAL) || n == 0) return;
-    std::vector<float> frequencies;
-    for (const std::int32_t count : alternative)
-        frequencies.push_back(static_cast<float>(count) / static_cast<float>(n));
-    bcf_update_info_float(header, record, "AF", frequencies.data(), n_alternative);
+    counts.erase(counts.begin());
+    update_info(header, record, "AC", counts);
+    update_info(header, record, "AN", {n});
+    for (double& count : counts) count /= n;
+    if (n > 0.0) update_info(header, record, "AF", counts);
 }
 
 }  // namespace
@@ -227,11 +235,11 @@ void vcf_rewriter::write_phased(const snp& variant, const std::vector<std::uint6
         const phase_of_one phase = {class_of(0), class_of(1),
                                     !set.haploid.empty() && set.haploid[i][variant.idx]};
         const gt_alleles given = alleles_of(all.subspan(i * width, width));
-        const bool is_missing = given.is_missing(phase);
+        const bool is_missing = given.is_missing();
         n_filled_in += is_missing && !content.keeps_missing;
         const gt_pair result = !is_missing             ? phased(given, phase, classes)
                                : content.keeps_missing ? unphased(given)
-                                                       : filled_in(given, phase, classes);
+                                                       : filled_in(phase, classes);
         any_pair = any_pair || result[1] != NONE;
         std::ranges::copy(result, genotypes.begin() + std::ptrdiff_t{2} * i);
     }

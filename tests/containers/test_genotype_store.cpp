@@ -60,13 +60,16 @@ TEST(MakeHaploid, HeterozygousGenotypesBecomeMissing) {
     EXPECT_EQ(store.haploid[1].toString(), "11111");
 }
 
-TEST(SettleMissingHaploid, FollowsTheGenotypeBefore) {
+TEST(SettleMissingHaploid, FollowsTheGenotypesAround) {
     struct row {
         const char *genotypes, *marked, *settled;
     };
-    for (const row& r :
-         {row{"0.2.1.", "111100", "111100"}, row{"1.2..0", "010110", "000000"},
-          row{"..0..1.", "1111101", "1111100"}, row{"..1.", "1101", "0000"}, row{"....", "1111", "0000"}}) {
+    // A haploid genotype is 0 or 2.
+    for (const row& r : {row{"0.2", "101", "111"}, row{"0.2", "111", "111"}, row{"0.2", "000", "000"},
+                         row{"1.1", "010", "000"}, row{"0.1", "100", "100"}, row{"0.1", "110", "110"},
+                         row{"1..0", "0101", "0101"}, row{"..0", "001", "111"}, row{"0..", "111", "111"},
+                         row{"..1", "110", "000"}, row{"1..", "011", "000"}, row{"...", "111", "000"},
+                         row{"0.2.1.1.0", "101000001", "111000001"}}) {
         genotype_store store = support::study_of({r.genotypes});
         store.haploid = {support::haplotype(r.marked)};
         store.settleMissingHaploid();

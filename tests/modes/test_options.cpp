@@ -263,6 +263,10 @@ TEST(CheckOptions, OfVcf) {
           row{"--keep-missing", "--keep-missing needs --output-vcf"},
           row{"--reference r", "--reference needs --output-vcf"},
           row{"--no-version", "--no-version needs --output-vcf"},
+          row{"--output-vcf o.bcf --output-index tbi",
+              "--output-index tbi is for .vcf.gz: the index of a BCF is csi"},
+          row{"-V v --haploid h",
+              "--haploid is not compatible with --input-vcf, where a haploid genotype has one allele"},
           row{"--reference r --output-vcf o -V v",
               "--reference is not compatible with --input-vcf, which has the reference alleles"}}) {
         const run_options o = parsed("-M map " + std::string(r.line));

@@ -55,6 +55,23 @@ TEST(VcfPanel, MoreThanTwoAlleles) {
     EXPECT_EQ(s.panel_haplotypes(), (std::vector<std::string>{"0001", "1101", "1100", "0001"}));
 }
 
+TEST(VcfPanel, APanelWithOneRecordForEachAlleleLacksTheVariant) {
+    const log_capture capture;
+    study s = study_with({{100, "A", "C,G"}, {200, "A", "G"}});
+    read_panel(s, capture, {"20 100 . A C 0|1 0|0", "20 100 . A G 0|0 1|0", "20 200 . A G 0|1 0|0"});
+    EXPECT_FALSE(s.store.snps.getByIndex(0)->in_ref);
+    EXPECT_TRUE(s.store.snps.getByIndex(1)->in_ref);
+}
+
+TEST(VcfPanel, OfEqualRecordsTheFirstOneCounts) {
+    const log_capture capture;
+    study s = study_with({{100, "A", "G"}, {200, "A", "G"}, {200, "A", "G"}});
+    read_panel(
+        s, capture,
+        {"20 100 . A G 0|1 0|0", "20 100 . A G 1|1 1|1", "20 200 . A G 0|1 0|0", "20 200 . A G 1|0 1|1"});
+    EXPECT_EQ(s.panel_haplotypes(), (std::vector<std::string>{"001", "110", "001", "001"}));
+}
+
 TEST(VcfPanel, HaploidIndividualsHaveTheirAlleleTwice) {
     const log_capture capture;
     study s = study_with({{100, "A", "G"}, {200, "A", "G"}});

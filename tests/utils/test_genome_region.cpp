@@ -12,15 +12,16 @@ TEST(GenomeRegion, IsParsed) {
         const char* text;
         genome_region region;
     };
-    for (const row& r : {row{"20", {"20", 1, END}}, row{"chr20:5-9", {"chr20", 5, 9}},
-                         row{"X:1,000-2,000,000", {"X", 1000, 2000000}}, row{"20:7-", {"20", 7, END}},
-                         row{"20:7-7", {"20", 7, 7}}, row{"HLA-A*01:01:01-x", {"HLA-A*01:01:01-x", 1, END}},
-                         row{"HLA-A*01:01:3-4", {"HLA-A*01:01", 3, 4}}})
+    for (const row& r :
+         {row{"20", {"20", 1, END}}, row{"chr20:5-9", {"chr20", 5, 9}},
+          row{"X:1,000-2,000,000", {"X", 1000, 2000000}}, row{"20:7-", {"20", 7, END}},
+          row{"20:7-7", {"20", 7, 7}}, row{"HLA-A*01:01:01-x", {"HLA-A*01:01:01-x", 1, END}},
+          row{"HLA-A*01:01", {"HLA-A*01:01", 1, END}}, row{"HLA-A*01:01:3-4", {"HLA-A*01:01", 3, 4}}})
         EXPECT_EQ(parse_region(r.text), r.region) << r.text;
 }
 
 TEST(GenomeRegion, WhatIsNoneStopsTheRun) {
-    for (const char* text : {"", "20:9-5", "20:0-5", ":1-2", "20:5"})
+    for (const char* text : {"", "20:9-5", "20:0-5", ":1-2"})
         EXPECT_TRUE(support::stops_with(
             "[" + std::string(text) +
                 "] is no region: use CHROMOSOME or CHROMOSOME:FROM-TO, positions from 1 on",

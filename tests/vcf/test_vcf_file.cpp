@@ -115,6 +115,12 @@ TEST(VcfFile, DamageStopsTheRun) {
         {put("columns.vcf", replaced("b\tA\tG", "b\tA")),
          ": the record behind number 1 (20:100) cannot be read: the number of columns differs from that of "
          "the header"},
+        {put("end.vcf", text.substr(0, text.size() - 1)), " does not end with a line end: it is cut short"},
+        {put("position.vcf", replaced("20\t200", "20\t2x00")),
+         ": the record behind number 1 (20:100) cannot be read: a character is not allowed there"},
+        {put("negative.vcf", replaced("20\t100", "20\t-100")), "a character is not allowed there"},
+        {put("length.vcf", replaced("##contig=<ID=20>", "##contig=<ID=20,length=150>")),
+         "(20:200): chromosome 20 ends at 150 in the header: is it of another assembly?"},
         {put("few.vcf", replaced("\tGT\t0/1\n20\t200", "\n20\t200")),
          ": the record behind number 0 cannot be read: the number of columns differs from that of the "
          "header"},

@@ -54,6 +54,35 @@ TEST(VcfOutputFile, TheIndexFindsRecords) {
     }
 }
 
+TEST(VcfOutputFile, TheIndexDoesNotDependOnTheThreads) {
+    std::vector<std::string> records;  // more than fit into a block
+    for (int v = 1; v <= 8000; ++v) records.push_back("20 " + std::to_string(1000 * v) + " . A G 0/1");
+    for (const char* name : {"out.vcf.gz", "out.bcf"}) {
+        std::vector<std::string> indexes;
+        for (const int n_threads : {1, 3}) {
+            const log_capture capture;
+            const std::string file = capture.folder().at(name);
+            EXPECT_EQ(copy(capture, records, {file, vcf_index::csi, n_threads}), "");
+            indexes.push_back(support::gunzip(support::read_file(file + ".csi")));
+            vcf_file part(file, genome_region{"20", 7999000, 7999000}, 1);
+            EXPECT_TRUE(part.next());
+        }
+        EXPECT_EQ(indexes[0], indexes[1]);
+    }
+}
+
+TEST(VcfOutputFile, AnIndexOfAnEarlierFileGoes) {
+    const log_capture capture;
+    const std::string file = capture.folder().at("out.vcf.gz");
+    const std::vector<std::string> records(RECORDS.begin(), RECORDS.begin() + 2);
+    EXPECT_EQ(copy(capture, records, {file, vcf_index::csi}), "");
+    EXPECT_EQ(copy(capture, records, {file, vcf_index::tbi}), "");
+    EXPECT_NE(::access((file + ".csi").c_str(), F_OK), 0);
+    EXPECT_EQ(::access((file + ".tbi").c_str(), F_OK), 0);
+    EXPECT_NE(capture.log().find("  * Removed [" + file + ".csi], the index of an earlier file"),
+              std::string::npos);
+}
+
 TEST(VcfOutputFile, OnlyCompressedFilesHaveAnIndex) {
     EXPECT_EQ(index_name({"a.vcf", vcf_index::csi}), "");
     EXPECT_EQ(index_name({"a.vcf.gz", vcf_index::none}), "");

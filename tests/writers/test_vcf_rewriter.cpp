@@ -131,6 +131,41 @@ TEST(VcfRewriter, CountsFollowTheGenotypes) {
                      "20\t200\tb\tA\tG\t.\t.\t.\tGT\t0|1\t0|0"}));
 }
 
+TEST(VcfRewriter, CountsFollowTheGenotypesWhateverTheirType) {
+    for (const auto& [header, expected] : {std::pair("", "AC=1;AN=4;AF=0.25"),
+                                           {"##INFO=<ID=AC,Number=A,Type=String,Description=\"c\">\n##INFO=<"
+                                            "ID=AN,Number=1,Type=Float,Description=\"n\">\n",
+                                            "AC=1;AN=4;AF=0.25"}}) {
+        std::string text = vcf_text(PAIR, {"20 100 a A G 0/0 ./."}, header);
+        text.replace(text.find(".\t.\t.\tGT\t0/0\t./."), 5, ".\t.\tAC=9;AN=2;AF=0.9");
+        phased_vcf p(text, {"0", "0", "0", "1"});
+        EXPECT_EQ(support::records_of(p.write()),
+                  texts{"20\t100\ta\tA\tG\t.\t.\t" + std::string(expected) + "\tGT\t0|0\t0|1"});
+    }
+}
+
+TEST(VcfRewriter, ARecordThatTookNoPartMayHaveAllelesBeyondItsOwn) {
+    std::string text =
+        vcf_text({"Ann", "Bob", "Eve"}, {"20 100 a A G 0/1 0/1 0/0", "20 200 b A G 0/90 0/1 ./."},
+                 "##INFO=<ID=AC,Number=A,Type=Integer,Description=\"c\">\n");
+    text.replace(text.find(".\t.\t.\tGT\t0/90"), 5, ".\t.\tAC=9");
+    study s;
+    s.filter.ind_exclude["Eve"] = false;
+    s.filter.snp_exclude[200] = false;
+    phased_vcf p(text, {"0", "1", "0", "1"}, s);
+    EXPECT_EQ(support::records_of(p.write({.keeps_unphased = true})).back(),
+              "20\t200\tb\tA\tG\t.\t.\tAC=1\tGT\t0/90\t0/1");
+}
+
+TEST(VcfRewriter, HaploidPeopleWithTwoDots) {
+    const std::string text =
+        vcf_text(PAIR, {"X 100 . A G 1 0/1", "X 200 . A G ./. 0/1", "X 300 . A G 0 1/1"});
+    EXPECT_EQ(phased_vcf(text, {"110", "110", "001", "111"}).calls(), (texts{"1 0|1", "1 0|1", "0 1|1"}));
+    const std::string kept = vcf_text(PAIR, {"X 100 . A G 1 0/1", "X 200 . A G ./. 0/1"});
+    EXPECT_EQ(phased_vcf(kept, {"11", "11", "00", "11"}).calls({.keeps_missing = true}),
+              (texts{"1 0|1", "./. 0|1"}));
+}
+
 TEST(VcfRewriter, LeavesOutWhatTookNoPart) {
     const std::string text = vcf_text(PAIR, {"20 100 a A G 0|1 0|1", "20 200 b A G 0/1 0/1",
                                              "20 300 c A G ./. .|.", "20 400 d A G 0|1 1|1"});
@@ -173,7 +208,8 @@ TEST(VcfRewriter, ARegionIsWritten) {
 
 TEST(VcfRewriter, AnInputThatChangesStopsTheRun) {
     phased_vcf p(vcf_text(PAIR, {"20 100 a A G 0/1 0/1", "20 200 b A G 0/1 0/1"}), {"00", "11", "00", "11"});
-    support::put_vcf(p.capture.folder(), "in.vcf", vcf_text(PAIR, {"20 100 a A G 0/1 0/1"}));
+    support::put_vcf(p.capture.folder(), "in.vcf",
+                     vcf_text({"Bob", "Ann"}, {"20 100 a A G 0/1 0/1", "20 200 b A G 0/1 0/1"}));
     EXPECT_TRUE(support::stops_naming({"in.vcf has changed while this run was working"}, [&] { p.write(); }));
 }
 
