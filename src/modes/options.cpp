@@ -319,11 +319,13 @@ std::string result_options(const run_options& options) {
         if constexpr (std::is_same_v<kind, bool>) {
             if (given.is_given) add(row, "");
         } else if constexpr (std::is_arithmetic_v<kind>) {
-            const std::string name = long_name(row);
-            if ((given.is_given && name != "thread") || name == "seed") add(row, text_of(given.value));
+            if (given.is_given || long_name(row) == "seed") add(row, text_of(given.value));
         }
     };
-    for (const option_row& row : OPTIONS) std::visit([&](auto field) { visit(row, field); }, row.field);
+    const std::set<std::string> WITHOUT_EFFECT = {"help", "thread", "strict", "check"};
+    for (const option_row& row : OPTIONS)
+        if (!WITHOUT_EFFECT.contains(long_name(row)))
+            std::visit([&](auto field) { visit(row, field); }, row.field);
     return text;
 }
 

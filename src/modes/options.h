@@ -90,8 +90,7 @@ bool is_strict(const std::vector<std::string>& args);
 /// strictness, a word that belongs to no option is an error too, and the message suggests an option.
 std::string parse_options(const std::vector<std::string>& args, long start, run_options& options);
 
-/// The options that the result depends on, as on a command line: neither files nor threads. The seed is
-/// always among them.
+/// The options that the result depends on, as on a command line, but no files. The seed is always among them.
 std::string result_options(const run_options& options);
 
 /// Prints all options with their defaults.

@@ -242,9 +242,10 @@ TEST(EchoMode, NamesTheSelection) {
 
 TEST(ResultOptions, AreNeitherFilesNorThreads) {
     EXPECT_EQ(result_options(parsed("")), "--seed 1234567");
-    EXPECT_EQ(result_options(parsed(
-                  "-T 8 -V a.vcf -M m --match --seed 5 --output-vcf o.bcf -L x --mismatch 0.01 -W 1.5")),
-              "--seed 5 --window 1.5 --match --mismatch 0.01");
+    EXPECT_EQ(
+        result_options(parsed(
+            "-T 8 --strict -V a.vcf -M m --match --seed 5 --output-vcf o.bcf -L x --mismatch 0.01 -W 1.5")),
+        "--seed 5 --window 1.5 --match --mismatch 0.01");
 }
 
 TEST(CheckOptions, OfVcf) {
