@@ -1,5 +1,6 @@
-// One byte that selects the response to probably wrong input, one whether the file is read as a panel too, and a VCF
-// or BCF file. What is read as a study is written again, and has to be the same when it is read from the result.
+// One byte that selects the response to probably wrong input, one whether the file is read as a panel too,
+// and a VCF or BCF file. What is read as a study is written again, and has to be the same when it is read
+// from the result.
 #include "readers/vcf_panel.h"
 #include "readers/vcf_source.h"
 #include "study_laws.h"
