@@ -9,6 +9,7 @@
 #include <fstream>
 #include <limits>
 #include <set>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -40,16 +41,17 @@ std::string first_duplicate(std::string_view header_line) {
     return {};
 }
 
-/// The line of a VCF that names the columns; empty if it can't be found.
-std::string columns_of(const std::string& file) {
+/// The lines of the header of a VCF text, the last one being that of the columns. None of a BCF.
+std::vector<std::string> header_lines(const std::string& file) {
     const hts::file_handle stream(::hts_open(file.c_str(), "r"));
     hts::text_buffer line;
-    while (stream != nullptr && ::hts_getline(stream.get(), '\n', line.get()) >= 0) {
-        const std::string_view text = line.c_str();
-        if (!text.starts_with('#')) break;
-        if (!text.starts_with("##")) return std::string(text);
+    std::vector<std::string> lines;
+    if (stream == nullptr || ::hts_get_format(stream.get())->format != vcf) return lines;
+    while (::hts_getline(stream.get(), '\n', line.get()) >= 0) {
+        lines.emplace_back(line.c_str());
+        if (!lines.back().starts_with("##")) break;
     }
-    return {};
+    return lines;
 }
 
 /// Why htslib could not make sense of a record.
@@ -110,9 +112,27 @@ void vcf_file::check_end() const {
 }
 
 void vcf_file::stop_without_header() const {
-    const std::string twice = first_duplicate(columns_of(file));
+    const std::vector<std::string> lines = header_lines(file);
+    const std::string twice = lines.empty() ? "" : first_duplicate(lines.back());
     if (!twice.empty()) LOG.error(file + ": the individual " + twice + " is twice in the header");
     LOG.error(file + ": the header is damaged, or of another version of the format than VCF 4 or BCF 2");
+}
+
+std::vector<std::string> vcf_file::lost_header_lines() {
+    hts::text_buffer formatted;
+    ::bcf_hdr_format(head.get(), 0, formatted.get());
+    std::multiset<std::string> kept;
+    std::istringstream lines(formatted.c_str());
+    for (std::string one; std::getline(lines, one);) kept.insert(one);
+    std::vector<std::string> lost;
+    for (const std::string& one : header_lines(file)) {
+        const auto found = kept.find(one);
+        if (found != kept.end())
+            kept.erase(found);
+        else
+            lost.push_back(one);
+    }
+    return lost;
 }
 
 std::vector<std::string> vcf_file::individuals() const {

@@ -23,6 +23,8 @@ class vcf_file {
     const std::string& name() const { return file; }
     /// Tags that the header lacks but records have are added as these records are read.
     bcf_hdr_t* header() { return head.get(); }
+    /// Lines of the header of a VCF text that htslib does not keep: equal ones, and some that it can't parse.
+    std::vector<std::string> lost_header_lines();
     /// Identifiers of all individuals, in order.
     std::vector<std::string> individuals() const;
 

@@ -159,6 +159,8 @@ void vcf_rewriter::begin(const std::vector<std::string>& individuals) {
     select_individuals(individuals);
     if (!content.header_line.empty() && ::bcf_hdr_append(head.get(), content.header_line.c_str()) != 0)
         LOG.error("the header of " + settings.name + " cannot be made");
+    for (const std::string& lost : file.lost_header_lines())
+        LOG.println("  * This header line cannot be kept: " + lost);
     output = std::make_unique<vcf_output_file>(settings, std::move(head));
     file.rewind();
 }

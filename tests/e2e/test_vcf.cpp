@@ -55,8 +55,8 @@ texts unordered_calls(const std::string& file) {
 }
 
 /// A VCF with all that occurs, on chromosome 20, with a genotype of 30 people in each record.
-std::string varied_vcf() {
-    std::mt19937 random(5);
+std::string varied_vcf(unsigned seed = 5) {
+    std::mt19937 random(seed);
     const auto draw = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
     texts people, records;
     for (int i = 0; i < 30; ++i) people.push_back("P" + std::to_string(i));
@@ -94,19 +94,25 @@ TEST(vcf, gives_the_same_haplotypes_as_bed) {
 }
 
 TEST(vcf, loses_nothing_on_the_way_through) {
-    const e2e::study data;
-    support::put_vcf(data.folder(), "in.vcf.gz", varied_vcf());
-    for (const char* out : {"out.vcf", "out.vcf.gz", "out.bcf"}) {
-        phase(data, "-V in.vcf.gz --keep-missing --output-vcf " + std::string(out));
+    struct row {
+        const char *in, *out, *mode;
+    };
+    unsigned seed = 0;
+    for (const row& r : {row{"in.vcf", "out.vcf", ""}, row{"in.vcf.gz", "out.vcf.gz", " --match"},
+                         row{"in.bcf", "out.bcf", " --early-stopping"}, row{"in.vcf.gz", "out.bcf", " -T 3"},
+                         row{"in.bcf", "out.vcf", " --match -T 2"}}) {
+        SCOPED_TRACE(std::string(r.in) + r.mode);
+        const e2e::study data;
+        support::put_vcf(data.folder(), r.in, varied_vcf(++seed));
+        phase(data, "-V " + std::string(r.in) + " --keep-missing --output-vcf " + r.out + r.mode);
         // Half missing genotypes stay as they are, so all calls are those of the input.
-        EXPECT_EQ(unordered_calls(data.at(out)), unordered_calls(data.at("in.vcf.gz")));
-        const std::string columns = "'%CHROM %POS %ID %REF %ALT %QUAL %FILTER\\n'";
-        EXPECT_EQ(shell(data.folder(), "bcftools query -f " + columns + " " + out),
-                  shell(data.folder(), "bcftools query -f " + columns + " in.vcf.gz"));
+        EXPECT_EQ(unordered_calls(data.at(r.out)), unordered_calls(data.at(r.in)));
+        const std::string columns = "bcftools query -f '%CHROM %POS %ID %REF %ALT %QUAL %FILTER\\n' ";
+        EXPECT_EQ(shell(data.folder(), columns + r.out), shell(data.folder(), columns + r.in));
+        phase(data, "-V " + std::string(r.in) + " --output-vcf filled.bcf" + r.mode);
+        for (const std::string& record : support::calls_of(data.at("filled.bcf")))
+            EXPECT_EQ(record.find('.'), std::string::npos) << record;
     }
-    phase(data, "-V in.vcf.gz --output-vcf filled.bcf");
-    for (const std::string& record : support::calls_of(data.at("filled.bcf")))
-        EXPECT_EQ(record.find('.'), std::string::npos) << record;
 }
 
 TEST(vcf, the_bytes_depend_on_data_and_seed_alone) {

@@ -83,6 +83,19 @@ TEST(VcfFile, SeveralChromosomesWithoutARegionStopTheRun) {
                            [&] { positions(file); }));
 }
 
+TEST(VcfFile, TellsHeaderLinesThatAreNotKept) {
+    const log_capture capture;
+    const std::string header =
+        "##source=a, b\n##twice=1\n##twice=1\n##pedigreeDB=<http://x>\n##reference=file:///r.fa\n"
+        "##INFO=<ID=DP,Number=1,Type=Integer,Description=\"Depth, \\\"raw\\\"\">\n";
+    vcf_file file(put_vcf(capture.folder(), "a.vcf.gz", vcf_text({"Ann"}, {"20 100 a A G 0/1"}, header)),
+                  std::nullopt, 1);
+    EXPECT_EQ(file.lost_header_lines(), (std::vector<std::string>{"##twice=1", "##pedigreeDB=<http://x>"}));
+    vcf_file binary(put_vcf(capture.folder(), "a.bcf", vcf_text({"Ann"}, {"20 100 a A G 0/1"})), std::nullopt,
+                    1);
+    EXPECT_TRUE(binary.lost_header_lines().empty());
+}
+
 TEST(VcfFile, UnsortedRecordsStopTheRun) {
     const log_capture capture;
     const std::string file =
