@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <htslib/faidx.h>
 
 #include <algorithm>
 #include <array>
@@ -224,6 +225,46 @@ TEST(vcf, a_failed_run_leaves_an_earlier_result) {
     EXPECT_EQ(data.read("out.bcf"), vcf);
     EXPECT_EQ(data.read("out.bcf.csi"), index);
     EXPECT_EQ(data.read("out.haps"), haps);
+}
+
+/// Writes a reference sequence of the study. At every third variant with single bases it has the second
+/// allele. Returns how many these are.
+int put_reference(const e2e::study& data) {
+    std::string bases;
+    int n_turned = 0, v = 0;
+    for (const std::string& line : support::lines_of(data.read("study.bim"))) {
+        const e2e::arguments fields = e2e::words(line);
+        const auto position = static_cast<std::size_t>(std::stoul(fields[3]));
+        const bool is_turned = v++ % 3 == 0 && fields[4].size() == 1 && fields[5].size() == 1;
+        n_turned += is_turned;
+        if (bases.size() < position + 100) bases.resize(position + 100, 'N');
+        const std::string& allele = fields[is_turned ? 5 : 4];
+        bases.replace(position - 1, allele.size(), allele);
+    }
+    std::string text = ">chr20\n";
+    for (std::size_t i = 0; i < bases.size(); i += 60) text += bases.substr(i, 60) + "\n";
+    data.write("ref.fa", text);
+    EXPECT_EQ(::fai_build(data.at("ref.fa").c_str()), 0);
+    return n_turned;
+}
+
+TEST(vcf, alleles_are_turned_to_a_reference) {
+    const e2e::study data;
+    const int n_turned = put_reference(data);
+    ASSERT_GT(n_turned, 10);
+    phase(data, "-B study --output-vcf as_is.vcf");
+    const auto end = run(data.folder(), "-B study --reference ref.fa --output-vcf out.vcf.gz" + SHORT);
+    ASSERT_EQ(end.status, 0) << end.out;
+    EXPECT_NE(end.out.find("  * " + std::to_string(n_turned) + " variants turned to the reference"),
+              std::string::npos);
+    // Everybody has the same alleles, whichever is the reference.
+    const auto sh = [&](const std::string& command) { return shell(data.folder(), command); };
+    const std::string query = "bcftools query -f '[%TGT ]\\n' ";
+    EXPECT_EQ(sh(query + "out.vcf.gz"), sh(query + "as_is.vcf"));
+    sh("sed 's/^>chr20/>20/' ref.fa > plain.fa");
+    sh("bcftools norm --check-ref e -f plain.fa out.vcf.gz -o /dev/null");
+    const std::string fixref = sh("bcftools +fixref out.vcf.gz -- -f plain.fa");
+    EXPECT_NE(fixref.find("ref mismatch \t0\t"), std::string::npos) << fixref;
 }
 
 // ---- chromosome X
