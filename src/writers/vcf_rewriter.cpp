@@ -114,7 +114,7 @@ void clear_phases(std::span<std::int32_t> values) {
 void update_info(const bcf_hdr_t* header, bcf1_t* record, const char* tag,
                  const std::vector<double>& numbers) {
     const bcf_info_t* info = ::bcf_get_info(header, record, tag);
-    if (info == nullptr) return;
+    if (info == nullptr || numbers.empty()) return;
     const auto type = bcf_hdr_id2type(header, BCF_HL_INFO, info->key);
     const int n = static_cast<int>(numbers.size());
     const std::vector<float> real(numbers.begin(), numbers.end());

@@ -131,6 +131,16 @@ TEST(VcfRewriter, CountsFollowTheGenotypes) {
                      "20\t200\tb\tA\tG\t.\t.\t.\tGT\t0|1\t0|0"}));
 }
 
+TEST(VcfRewriter, CountsOfARecordWithoutAlternative) {
+    const std::string header =
+        "##INFO=<ID=AC,Number=A,Type=Integer,Description=\"c\">\n"
+        "##INFO=<ID=AN,Number=1,Type=Integer,Description=\"n\">\n";
+    std::string text = vcf_text(PAIR, {"20 100 a A . 0/0 ./."}, header);
+    text.replace(text.find(".\t.\t.\tGT\t0/0\t./."), 5, ".\t.\tAC=0;AN=2");
+    phased_vcf p(text, {"0", "0", "0", "0"});
+    EXPECT_EQ(support::records_of(p.write()), texts{"20\t100\ta\tA\t.\t.\t.\tAC=0;AN=4\tGT\t0|0\t0|0"});
+}
+
 TEST(VcfRewriter, CountsFollowTheGenotypesWhateverTheirType) {
     for (const auto& [header, expected] : {std::pair("", "AC=1;AN=4;AF=0.25"),
                                            {"##INFO=<ID=AC,Number=A,Type=String,Description=\"c\">\n##INFO=<"
