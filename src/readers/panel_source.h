@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,8 +24,8 @@ class panel_source : public haplotype_source {
     bool read(haplotype_block& block) override;
 
     int n_haplotypes() const override { return n_kept; }
-    /// As many as the legend has lines.
-    int n_loci() const override { return static_cast<int>(lines.size()); }
+    /// As many as the legend has lines. If it has fewer than the study, some variants are absent.
+    int n_loci() const override { return std::max(static_cast<int>(lines.size()), study.size()); }
 
   private:
     /// The match of a legend line: idx of the study variant or -1, and whether the study has its alleles in

@@ -4,10 +4,14 @@
 #include <htslib/tbx.h>
 #include <htslib/vcf.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <span>
+#include <type_traits>
+
+#include "utils/lfile.h"
 
 /// Owners of the objects of htslib.
 namespace hts {
@@ -26,6 +30,28 @@ using record_handle = std::unique_ptr<bcf1_t, releaser<bcf_destroy>>;
 using index_handle = std::unique_ptr<hts_idx_t, releaser<hts_idx_destroy>>;
 using tabix_handle = std::unique_ptr<tbx_t, releaser<tbx_destroy>>;
 using iterator_handle = std::unique_ptr<hts_itr_t, releaser<hts_itr_destroy>>;
+
+/// Makes calls of htslib. In many places it goes on when there is no memory, with data that are not complete;
+/// then this ends the run.
+template <class Calls>
+auto watched(const Calls& calls) {
+    const auto check = [] {
+        if (errno == ENOMEM) LOG.outOfMemory();
+    };
+    errno = 0;
+    if constexpr (std::is_void_v<decltype(calls())>) {
+        calls();
+        check();
+    } else {
+        auto result = calls();
+        check();
+        return result;
+    }
+}
+
+inline record_handle new_record() {
+    return record_handle(watched([] { return ::bcf_init(); }));
+}
 
 /// A text buffer that htslib appends to.
 class text_buffer {
@@ -55,7 +81,7 @@ class gt_values {
         // htslib ends the process at another type.
         const bcf_fmt_t* format = ::bcf_get_fmt(header, record, "GT");
         if (format == nullptr || format->type < BCF_BT_INT8 || format->type > BCF_BT_INT32) return {};
-        const int n = bcf_get_genotypes(header, record, &values, &capacity);
+        const int n = watched([&] { return bcf_get_genotypes(header, record, &values, &capacity); });
         return {values, static_cast<std::size_t>(n > 0 ? n : 0)};
     }
 

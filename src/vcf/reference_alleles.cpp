@@ -36,7 +36,7 @@ class fasta_chromosome {
         if (!futils::isFile(file)) LOG.error(futils::cannotOpen(file));
         if (!futils::isFile(file + ".fai"))
             LOG.error(file + ".fai is missing: make it with samtools faidx " + file);
-        sequences.reset(::fai_load3(file.c_str(), nullptr, nullptr, 0));
+        sequences.reset(hts::watched([this] { return ::fai_load3(file.c_str(), nullptr, nullptr, 0); }));
         if (sequences == nullptr) LOG.error(file + " or its index is damaged");
         std::string names;
         for (int i = 0; i < ::faidx_nseq(sequences.get()); ++i) {
@@ -54,8 +54,9 @@ class fasta_chromosome {
     /// The bases from `position` (bp, from 1) on, in upper case; fewer at the end.
     std::string bases(std::int64_t position, std::size_t n) const {
         hts_pos_t got = 0;
-        const std::unique_ptr<char, hts::releaser<std::free>> text(::faidx_fetch_seq64(
-            sequences.get(), found.c_str(), position - 1, position - 2 + static_cast<std::int64_t>(n), &got));
+        const std::int64_t last = position - 2 + static_cast<std::int64_t>(n);  // from 0
+        const std::unique_ptr<char, hts::releaser<std::free>> text(hts::watched(
+            [&] { return ::faidx_fetch_seq64(sequences.get(), found.c_str(), position - 1, last, &got); }));
         if (text == nullptr || got < 0) return {};
         return upper({text.get(), static_cast<std::size_t>(got)});
     }

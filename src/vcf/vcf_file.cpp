@@ -41,19 +41,6 @@ std::string first_duplicate(std::string_view header_line) {
     return {};
 }
 
-/// The lines of the header of a VCF text, the last one being that of the columns. None of a BCF.
-std::vector<std::string> header_lines(const std::string& file) {
-    const hts::file_handle stream(::hts_open(file.c_str(), "r"));
-    hts::text_buffer line;
-    std::vector<std::string> lines;
-    if (stream == nullptr || ::hts_get_format(stream.get())->format != vcf) return lines;
-    while (::hts_getline(stream.get(), '\n', line.get()) >= 0) {
-        lines.emplace_back(line.c_str());
-        if (!lines.back().starts_with("##")) break;
-    }
-    return lines;
-}
-
 /// Why htslib could not make sense of a record.
 std::string reason_of(int error_code) {
     if ((error_code & BCF_ERR_NCOLS) != 0) return "the number of columns differs from that of the header";
@@ -73,11 +60,10 @@ std::string joined(const std::vector<std::string>& names) {
 }  // namespace
 
 vcf_file::vcf_file(const std::string& name, std::optional<genome_region> wanted, int n_threads)
-    : file(name), region(std::move(wanted)), threads(n_threads), line(::bcf_init()) {
+    : file(name), region(std::move(wanted)), threads(n_threads), line(hts::new_record()) {
     ::hts_set_log_level(HTS_LOG_OFF);  // the messages here say the same, with file and record
     open();
-    head.reset(::bcf_hdr_read(stream.get()));
-    if (head == nullptr) stop_without_header();
+    head = read_header();
     // htslib takes the rest of the line for a name that is empty.
     const auto is_wrong = [](const std::string& id) {
         return id.empty() || id.find_first_of("\t\n") != std::string::npos;
@@ -94,14 +80,14 @@ void vcf_file::open() {
     ::stat(file.c_str(), &status);
     state = {static_cast<std::int64_t>(status.st_ino), status.st_size, status.st_mtim.tv_sec,
              status.st_mtim.tv_nsec};
-    stream.reset(::hts_open(file.c_str(), "r"));
+    stream.reset(hts::watched([this] { return ::hts_open(file.c_str(), "r"); }));
     if (stream == nullptr) LOG.error(file + " is neither VCF nor BCF 2");
     const htsFormat* format = ::hts_get_format(stream.get());
     if (format->format != vcf && format->format != bcf) LOG.error(file + " is neither VCF nor BCF 2");
-    if (format->compression == bgzf && ::hts_check_EOF(stream.get()) == 0)
+    if (format->compression == bgzf && hts::watched([this] { return ::hts_check_EOF(stream.get()); }) == 0)
         LOG.error(file + " has no end block: it is cut short");
     if (format->compression == no_compression && format->format == vcf) check_end();
-    if (threads > 1) ::hts_set_threads(stream.get(), threads);
+    if (threads > 1) hts::watched([this] { return ::hts_set_threads(stream.get(), threads); });
 }
 
 /// Ends the run if a text does not end with a line end: a genotype cut short may look like another one.
@@ -111,21 +97,42 @@ void vcf_file::check_end() const {
     if (bytes.get() != '\n') LOG.error(file + " does not end with a line end: it is cut short");
 }
 
-void vcf_file::stop_without_header() const {
-    const std::vector<std::string> lines = header_lines(file);
-    const std::string twice = lines.empty() ? "" : first_duplicate(lines.back());
+/// Reads the header. That of a text is read here line by line: htslib's function for the whole also looks for
+/// an index, which hides that there was no memory.
+hts::header_handle vcf_file::read_header() {
+    const bool is_text = ::hts_get_format(stream.get())->format == vcf;
+    hts::header_handle header;
+    if (is_text) {
+        read_header_lines();
+        std::string all;
+        for (const std::string& one : header_lines) all += one + "\n";
+        header.reset(hts::watched([] { return ::bcf_hdr_init("r"); }));
+        if (hts::watched([&] { return ::bcf_hdr_parse(header.get(), all.data()); }) != 0) header.reset();
+    } else {
+        header.reset(hts::watched([this] { return ::bcf_hdr_read(stream.get()); }));
+    }
+    if (header != nullptr) return header;
+    const std::string twice = header_lines.empty() ? "" : first_duplicate(header_lines.back());
     if (!twice.empty()) LOG.error(file + ": the individual " + twice + " is twice in the header");
     LOG.error(file + ": the header is damaged, or of another version of the format than VCF 4 or BCF 2");
 }
 
+void vcf_file::read_header_lines() {
+    header_lines.clear();
+    while (hts::watched([this] { return ::hts_getline(stream.get(), '\n', text.get()); }) >= 0) {
+        header_lines.emplace_back(text.c_str());
+        if (!header_lines.back().starts_with("##")) break;
+    }
+}
+
 std::vector<std::string> vcf_file::lost_header_lines() {
     hts::text_buffer formatted;
-    ::bcf_hdr_format(head.get(), 0, formatted.get());
+    hts::watched([&] { return ::bcf_hdr_format(head.get(), 0, formatted.get()); });
     std::multiset<std::string> kept;
     std::istringstream lines(formatted.c_str());
     for (std::string one; std::getline(lines, one);) kept.insert(one);
     std::vector<std::string> lost;
-    for (const std::string& one : header_lines(file)) {
+    for (const std::string& one : header_lines) {
         const auto found = kept.find(one);
         if (found != kept.end())
             kept.erase(found);
@@ -144,7 +151,8 @@ std::vector<std::string> vcf_file::individuals() const {
 
 void vcf_file::open_region() {
     int n = 0;
-    const std::unique_ptr<const char*, hts::releaser<std::free>> names(::bcf_hdr_seqnames(head.get(), &n));
+    const std::unique_ptr<const char*, hts::releaser<std::free>> names(
+        hts::watched([&] { return ::bcf_hdr_seqnames(head.get(), &n); }));
     resolve_chromosome({names.get(), names.get() + n});
     open_index(region->chromosome);
 }
@@ -177,14 +185,16 @@ void vcf_file::open_index(const std::string& chromosome) {
         std::pair(data.st_mtim.tv_sec, data.st_mtim.tv_nsec))
         LOG.error(name + " is older than " + file + ": make it anew, as with bcftools index");
     const hts_pos_t from = region->from - 1, to = std::min<std::int64_t>(region->to, HTS_POS_MAX);
-    if (format->format == bcf) {
-        index.reset(::bcf_index_load3(file.c_str(), name.c_str(), 0));
-        if (index != nullptr) part.reset(bcf_itr_queryi(index.get(), chromosome_id, from, to));
-    } else {
-        tabix.reset(::tbx_index_load3(file.c_str(), name.c_str(), 0));
-        const int id = tabix == nullptr ? -1 : ::tbx_name2id(tabix.get(), chromosome.c_str());
-        if (id >= 0) part.reset(tbx_itr_queryi(tabix.get(), id, from, to));
-    }
+    hts::watched([&] {
+        if (format->format == bcf) {
+            index.reset(::bcf_index_load3(file.c_str(), name.c_str(), 0));
+            if (index != nullptr) part.reset(bcf_itr_queryi(index.get(), chromosome_id, from, to));
+        } else {
+            tabix.reset(::tbx_index_load3(file.c_str(), name.c_str(), 0));
+            const int id = tabix == nullptr ? -1 : ::tbx_name2id(tabix.get(), chromosome.c_str());
+            if (id >= 0) part.reset(tbx_itr_queryi(tabix.get(), id, from, to));
+        }
+    });
     if (index == nullptr && tabix == nullptr)
         LOG.error(name + " is damaged: make it anew, as with bcftools index");
 }
@@ -204,7 +214,7 @@ bool vcf_file::next() {
         if (position() < last_position)
             stop("records are not sorted: the one before it is at " + std::to_string(last_position));
         last_position = position();
-        if (::bcf_unpack(line.get(), BCF_UN_ALL) != 0) stop("it is damaged");
+        if (hts::watched([this] { return ::bcf_unpack(line.get(), BCF_UN_ALL); }) != 0) stop("it is damaged");
         check_alleles();
         return true;
     }
@@ -213,13 +223,15 @@ bool vcf_file::next() {
 
 bool vcf_file::read_record() {
     const bool is_text = ::hts_get_format(stream.get())->format == vcf;
-    int result = AT_END;  // stays if an index lacks the chromosome: no record has it
-    if (part == nullptr && tabix == nullptr && index == nullptr)
-        result = is_text ? ::hts_getline(stream.get(), '\n', text.get())
-                         : ::bcf_read(stream.get(), head.get(), line.get());
-    else if (part != nullptr)
-        result = is_text ? tbx_itr_next(stream.get(), tabix.get(), part.get(), text.get())
-                         : bcf_itr_next(stream.get(), part.get(), line.get());
+    const bool is_indexed = tabix != nullptr || index != nullptr;
+    int result = hts::watched([&] {
+        if (!is_indexed)
+            return is_text ? ::hts_getline(stream.get(), '\n', text.get())
+                           : ::bcf_read(stream.get(), head.get(), line.get());
+        if (part == nullptr) return AT_END;  // the index lacks the chromosome: no record has it
+        return is_text ? tbx_itr_next(stream.get(), tabix.get(), part.get(), text.get())
+                       : bcf_itr_next(stream.get(), part.get(), line.get());
+    });
     if (is_text && result >= 0) result = parse_text();
     if (result >= 0) return true;
     if (result == AT_END) return false;
@@ -242,7 +254,8 @@ int vcf_file::parse_text() {
     const bool has_position = !place.empty() &&
                               std::isdigit(static_cast<unsigned char>(place.front())) != 0 &&
                               place.find_first_not_of("0123456789") == place.find('\t');
-    const bool is_parsed = ::vcf_parse(text.get(), head.get(), line.get()) == 0;
+    const bool is_parsed =
+        hts::watched([this] { return ::vcf_parse(text.get(), head.get(), line.get()); }) == 0;
     if (is_parsed && has_all && has_position) return 0;
     if (!has_all) line->errcode |= BCF_ERR_NCOLS;
     if (!has_position) line->errcode |= BCF_ERR_CHAR;
@@ -300,8 +313,7 @@ void vcf_file::rewind() {
     open();
     if (state != before) LOG.error(file + " has changed while this run was working");
     // The records are read with the header there is, which may have more tags than the file's own.
-    const hts::header_handle unused(::bcf_hdr_read(stream.get()));
-    if (unused == nullptr) stop_without_header();
+    read_header();
     part.reset();
     tabix.reset();
     index.reset();

@@ -51,7 +51,8 @@ class vcf_file {
     void open_region();
     void open_index(const std::string& chromosome);
     void resolve_chromosome(const std::vector<std::string>& names);
-    [[noreturn]] void stop_without_header() const;
+    hts::header_handle read_header();
+    void read_header_lines();
     void check_end() const;
     bool read_record();
     int parse_text();
@@ -69,6 +70,7 @@ class vcf_file {
     hts::file_handle stream;
     hts::header_handle head;
     hts::record_handle line;
+    std::vector<std::string> header_lines;  // of a VCF text, the last one with the columns
     // Of an indexed region. `tabix` is for VCF text, `index` for BCF.
     hts::tabix_handle tabix;
     hts::index_handle index;

@@ -43,24 +43,25 @@ vcf_output_file::vcf_output_file(vcf_output_settings chosen, hts::header_handle 
       head(std::move(output_header)),
       pending(settings.name) {
     if (pending.descriptor() < 0) LOG.error(futils::cannotCreate(settings.name));
-    hFILE* bytes = ::hdopen(pending.descriptor(), "w");
-    if (bytes != nullptr) stream.reset(::hts_hopen(bytes, settings.name.c_str(), mode_of(settings.name)));
-    if (stream == nullptr) stop();
-    if (settings.n_threads > 1) ::hts_set_threads(stream.get(), settings.n_threads);
-    if (::bcf_hdr_write(stream.get(), head.get()) != 0) stop();
+    const bool is_good = hts::watched([this] {
+        hFILE* bytes = ::hdopen(pending.descriptor(), "w");
+        if (bytes != nullptr) stream.reset(::hts_hopen(bytes, settings.name.c_str(), mode_of(settings.name)));
+        if (stream == nullptr) return false;
+        if (settings.n_threads > 1) ::hts_set_threads(stream.get(), settings.n_threads);
+        return ::bcf_hdr_write(stream.get(), head.get()) == 0;
+    });
+    if (!is_good) stop();
 }
 
 void vcf_output_file::write(bcf1_t* record) {
     if (settings.index == vcf_index::tbi && !index_file.empty() && record->pos > LAST_OF_TBI)
         LOG.error(index_file + " cannot hold position " + std::to_string(record->pos + 1) +
                   ": use --output-index csi");
-    errno = 0;
-    if (::bcf_write(stream.get(), head.get(), record) != 0) stop();
+    if (hts::watched([&] { return ::bcf_write(stream.get(), head.get(), record); }) != 0) stop();
 }
 
 void vcf_output_file::close() {
-    errno = 0;
-    if (::hts_close(stream.release()) != 0) stop();
+    if (hts::watched([this] { return ::hts_close(stream.release()); }) != 0) stop();
     if (!index_file.empty()) make_index();
 }
 
@@ -70,9 +71,11 @@ void vcf_output_file::make_index() {
     if (pending_index->descriptor() < 0) LOG.error(futils::cannotCreate(index_file));
     ::close(pending_index->descriptor());  // htslib opens it by its name
     const int min_shift = settings.index == vcf_index::tbi ? TBI_MIN_SHIFT : CSI_MIN_SHIFT;
-    if (::bcf_index_build3(pending.current_name().c_str(), pending_index->current_name().c_str(), min_shift,
-                           settings.n_threads) != 0)
-        LOG.error(index_file + " could not be made: the disk may be full");
+    const int result = hts::watched([&] {
+        return ::bcf_index_build3(pending.current_name().c_str(), pending_index->current_name().c_str(),
+                                  min_shift, settings.n_threads);
+    });
+    if (result != 0) LOG.error(index_file + " could not be made: the disk or the memory may be full");
 }
 
 std::string vcf_output_file::publish() {

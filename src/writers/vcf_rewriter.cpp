@@ -157,7 +157,8 @@ vcf_rewriter::vcf_rewriter(const vcf_output_settings& chosen_settings, vcf_conte
 void vcf_rewriter::begin(const std::vector<std::string>& individuals) {
     LOG.println("\nWriting haplotypes in [" + settings.name + "] with the records of [" + file.name() + "]");
     select_individuals(individuals);
-    if (!content.header_line.empty() && ::bcf_hdr_append(head.get(), content.header_line.c_str()) != 0)
+    const std::string& added = content.header_line;
+    if (!added.empty() && hts::watched([&] { return ::bcf_hdr_append(head.get(), added.c_str()); }) != 0)
         LOG.error("the header of " + settings.name + " cannot be made");
     for (const std::string& lost : file.lost_header_lines())
         LOG.println("  * This header line cannot be kept: " + lost);
@@ -169,13 +170,15 @@ void vcf_rewriter::begin(const std::vector<std::string>& individuals) {
 void vcf_rewriter::select_individuals(const std::vector<std::string>& individuals) {
     has_all_individuals = individuals == file.individuals();
     if (has_all_individuals) {
-        head.reset(::bcf_hdr_dup(file.header()));
+        head.reset(hts::watched([this] { return ::bcf_hdr_dup(file.header()); }));
     } else {
         std::vector<char*> names;
         for (const std::string& name : individuals) names.push_back(const_cast<char*>(name.c_str()));
         individual_at.resize(names.size());
-        head.reset(::bcf_hdr_subset(file.header(), static_cast<int>(names.size()), names.data(),
-                                    individual_at.data()));
+        head.reset(hts::watched([&] {
+            return ::bcf_hdr_subset(file.header(), static_cast<int>(names.size()), names.data(),
+                                    individual_at.data());
+        }));
     }
     if (head == nullptr) LOG.error("the header of " + settings.name + " cannot be made");
 }
@@ -183,10 +186,12 @@ void vcf_rewriter::select_individuals(const std::vector<std::string>& individual
 /// Reads the next record, with the individuals of the output.
 bool vcf_rewriter::next_record() {
     if (!file.next()) return false;
-    if (!has_all_individuals &&
-        ::bcf_subset(file.header(), file.record(), static_cast<int>(individual_at.size()),
-                     individual_at.data()) != 0)
-        file.stop("its individuals cannot be selected");
+    if (has_all_individuals) return true;
+    const int result = hts::watched([this] {
+        return ::bcf_subset(file.header(), file.record(), static_cast<int>(individual_at.size()),
+                            individual_at.data());
+    });
+    if (result != 0) file.stop("its individuals cannot be selected");
     return true;
 }
 
@@ -217,9 +222,7 @@ void vcf_rewriter::write_unphased() {
     }
     const std::span<std::int32_t> all = values.read(output->header(), file.record());
     clear_phases(all);
-    if (!all.empty())
-        bcf_update_genotypes(output->header(), file.record(), all.data(), static_cast<int>(all.size()));
-    if (!has_all_individuals && !all.empty()) update_counts(output->header(), file.record(), all);
+    if (!all.empty()) set_genotypes(all, !has_all_individuals);
     output->write(file.record());
 }
 
@@ -246,8 +249,17 @@ void vcf_rewriter::write_phased(const snp& variant, const std::vector<std::uint6
         std::ranges::copy(result, genotypes.begin() + std::ptrdiff_t{2} * i);
     }
     if (!any_pair) drop_second_values(genotypes);
-    bcf_update_genotypes(output->header(), file.record(), genotypes.data(),
-                         static_cast<int>(genotypes.size()));
-    update_counts(output->header(), file.record(), genotypes);
+    set_genotypes(genotypes, true);
     output->write(file.record());
+}
+
+/// Replaces the genotypes of the last record, and brings its counts in line if they may have changed.
+void vcf_rewriter::set_genotypes(std::span<const std::int32_t> all, bool changes_counts) {
+    const int result = hts::watched([&] {
+        const int n =
+            bcf_update_genotypes(output->header(), file.record(), all.data(), static_cast<int>(all.size()));
+        if (changes_counts) update_counts(output->header(), file.record(), all);
+        return n;
+    });
+    if (result != 0) file.stop("its genotypes cannot be written");
 }

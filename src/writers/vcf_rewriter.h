@@ -34,6 +34,7 @@ class vcf_rewriter : public result_sink {
   private:
     void select_individuals(const std::vector<std::string>& individuals);
     bool next_record();
+    void set_genotypes(std::span<const std::int32_t> all, bool changes_counts);
     void write_unphased();
     void write_phased(const snp& variant, const std::vector<std::uint64_t>& words, int j);
 

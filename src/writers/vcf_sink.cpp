@@ -12,23 +12,25 @@ vcf_sink::vcf_sink(const vcf_output_settings& chosen_settings, vcf_content chose
       alleles(reference),
       set(phased),
       missing_at(missing),
-      record(::bcf_init()) {}
+      record(hts::new_record()) {}
 
 void vcf_sink::begin(const std::vector<std::string>& individuals) {
     LOG.println("\nWriting haplotypes in [" + settings.name + "] in VCF or BCF format");
-    hts::header_handle head(::bcf_hdr_init("w"));
     const std::string length = alleles.length > 0 ? ",length=" + std::to_string(alleles.length) : "";
     std::vector<std::string> lines = {
         "##contig=<ID=" + alleles.chromosome + length + ">",
         "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased genotype\">"};
     if (!content.header_line.empty()) lines.push_back(content.header_line);
-    bool is_good = head != nullptr;
-    for (const std::string& line : lines)
-        is_good = is_good && ::bcf_hdr_append(head.get(), line.c_str()) == 0;
-    for (const std::string& name : individuals)
-        is_good = is_good && ::bcf_hdr_add_sample(head.get(), name.c_str()) == 0;
-    if (!is_good || ::bcf_hdr_sync(head.get()) != 0)
-        LOG.error("the header of " + settings.name + " cannot be made");
+    hts::header_handle head;
+    const bool is_good = hts::watched([&] {
+        head.reset(::bcf_hdr_init("w"));
+        bool fits = head != nullptr;
+        for (const std::string& line : lines) fits = fits && ::bcf_hdr_append(head.get(), line.c_str()) == 0;
+        for (const std::string& name : individuals)
+            fits = fits && ::bcf_hdr_add_sample(head.get(), name.c_str()) == 0;
+        return fits && ::bcf_hdr_sync(head.get()) == 0;
+    });
+    if (!is_good) LOG.error("the header of " + settings.name + " cannot be made");
     output = std::make_unique<vcf_output_file>(settings, std::move(head));
 }
 
@@ -40,12 +42,6 @@ void vcf_sink::write(const haplotype_block& block) {
 
 void vcf_sink::write_variant(const snp& variant, const std::vector<std::uint64_t>& words, int j) {
     const vcf_alleles& texts = alleles.variants[variant.idx];
-    ::bcf_clear(record.get());
-    record->rid = ::bcf_hdr_name2id(output->header(), alleles.chromosome.c_str());
-    record->pos = variant.bp - 1;
-    const std::string both = texts.reference + (texts.alternative.empty() ? "" : "," + texts.alternative);
-    bool is_good = ::bcf_update_id(output->header(), record.get(), variant.id.c_str()) == 0 &&
-                   ::bcf_update_alleles_str(output->header(), record.get(), both.c_str()) == 0;
     genotypes.clear();
     for (std::size_t h = 0; h < words.size(); h += 2) {
         const auto value_of = [&](std::size_t haplotype, bool is_joined) {
@@ -58,8 +54,17 @@ void vcf_sink::write_variant(const snp& variant, const std::vector<std::uint64_t
         genotypes.push_back(is_missing ? bcf_gt_missing : value_of(h, false));
         genotypes.push_back(is_haploid ? bcf_int32_vector_end : second);
     }
-    is_good = is_good && bcf_update_genotypes(output->header(), record.get(), genotypes.data(),
-                                              static_cast<int>(genotypes.size())) == 0;
+    const std::string both = texts.reference + (texts.alternative.empty() ? "" : "," + texts.alternative);
+    const bool is_good = hts::watched([&] {
+        bcf_hdr_t* head = output->header();
+        ::bcf_clear(record.get());
+        record->rid = ::bcf_hdr_name2id(head, alleles.chromosome.c_str());
+        record->pos = variant.bp - 1;
+        return ::bcf_update_id(head, record.get(), variant.id.c_str()) == 0 &&
+               ::bcf_update_alleles_str(head, record.get(), both.c_str()) == 0 &&
+               bcf_update_genotypes(head, record.get(), genotypes.data(),
+                                    static_cast<int>(genotypes.size())) == 0;
+    });
     if (!is_good) LOG.error(settings.name + ": the record of " + variant.id + " cannot be made");
     output->write(record.get());
 }

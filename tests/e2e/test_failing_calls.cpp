@@ -66,7 +66,9 @@ TEST_P(allocations, that_fail_end_in_a_message) {
         EXPECT_EQ(end.status, 1) << what;
         const std::string console = e2e::plain(end.out);
         EXPECT_TRUE(console.find("ERROR: Not enough memory\n") != std::string::npos ||
-                    console.find("ERROR: Impossible to start 3 threads: ") != std::string::npos)
+                    console.find("ERROR: Impossible to start 3 threads: ") != std::string::npos ||
+                    console.find("could not be made: the disk or the memory may be full") !=
+                        std::string::npos)
             << what;
         EXPECT_EQ(unfinished_files(data), std::vector<std::string>()) << what;
     }
@@ -84,6 +86,9 @@ INSTANTIATE_TEST_SUITE_P(
                     "-G study.gen.bz2 study.sample -O out -T 3"},
         memory_case{"panel", "FAIL_ALLOCATION",
                     "-B study -R study.panel.haps.gz study.panel.legend.gz study.panel.sample -O out"},
+        memory_case{"vcf", "FAIL_ALLOCATION",
+                    "-V study.vcf.gz -R study.panel.vcf.gz --output-vcf out.bcf --exclude-ind list"},
+        memory_case{"vcf_of_plink", "FAIL_ALLOCATION", "-B study --output-vcf out.vcf.gz --output-index tbi"},
         memory_case{"all_from_one_on", "FAIL_FROM", "-B study -O out.haps.gz out.sample.bz2"},
         memory_case{"all_from_one_on_with_threads", "FAIL_FROM", "-B study -O out -T 3"}),
     [](const auto& tested) { return std::string(tested.param.name); });

@@ -136,6 +136,13 @@ TEST(PanelSource, AbsentVariantsHaveNoMatch) {
     EXPECT_EQ(s.absent(), (std::vector<int>{200, 300, 400}));
 }
 
+TEST(PanelSource, AShortLegendStillGivesAnAlleleToEachVariant) {
+    const panel files("0 1\n1 1\n", "rs0 100 A G\nrs3 400 A G\n", "R1\n");
+    small_study s(4);
+    files.read_into(s);
+    EXPECT_EQ(s.panel_haplotypes(), (std::vector<std::string>{"0001", "1001"}));
+}
+
 TEST(PanelSource, OnlyTheFirstOfTwoEqualVariantsIsMatched) {
     const panel files("0 1\n0 1\n", "rs0 100 A G\nrs1 100 A G\n", "R1\n");
     small_study s({{"A", "G"}, {"A", "G"}});
