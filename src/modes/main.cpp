@@ -27,10 +27,20 @@ void end_out_of_memory() {
     LOG.outOfMemory();
 }
 
+/// Whether main is about to return.
+bool is_complete = false;
+
+/// Runs at exit(). If main has not called it, htslib has, since it found no memory in a place where it does
+/// not return.
+void tell_of_early_exit() {
+    if (!is_complete) end_out_of_memory();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     std::set_new_handler(end_out_of_memory);
+    std::atexit(tell_of_early_exit);
     open_standard_streams();
     timeval start{}, stop{};
     gettimeofday(&start, nullptr);
@@ -49,5 +59,6 @@ int main(int argc, char** argv) {
     } catch (const std::exception& failure) {
         LOG.error(failure.what());
     }
+    is_complete = true;
     return EXIT_SUCCESS;
 }

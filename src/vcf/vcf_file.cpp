@@ -150,10 +150,10 @@ std::vector<std::string> vcf_file::individuals() const {
 // ---- region
 
 void vcf_file::open_region() {
-    int n = 0;
-    const std::unique_ptr<const char*, hts::releaser<std::free>> names(
-        hts::watched([&] { return ::bcf_hdr_seqnames(head.get(), &n); }));
-    resolve_chromosome({names.get(), names.get() + n});
+    std::vector<std::string> names;
+    for (int id = 0; id < head->n[BCF_DT_CTG]; ++id)
+        if (const char* name = ::bcf_hdr_id2name(head.get(), id)) names.emplace_back(name);
+    resolve_chromosome(names);
     open_index(region->chromosome);
 }
 
