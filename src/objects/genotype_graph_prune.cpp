@@ -2,9 +2,11 @@
 #include <array>
 #include <bitset>
 #include <cstdint>
+#include <span>
 
 #include "objects/genotype_graph.h"
 #include "objects/merge_choice.h"
+#include "utils/fixed_sort.h"
 
 namespace {
 
@@ -263,9 +265,8 @@ void genotype_graph::sort() {
         order.resize(trans_count[g]);
         for (unsigned k = 0; k < trans_count[g]; ++k)
             order[k] = {trans_store[first + k], static_cast<int>(first + k)};
-        // Not a stable sort, on purpose: equal values are common, and the output of a run depends on the
-        // order in which the sort of libstdc++ leaves them.
-        std::sort(order.begin(), order.end(), compTransition);
+        // Equal values are common, and the output of a run depends on their order.
+        fixed_sort::sort(std::span(order), compTransition);
         nodes.assign(trans_nodes.begin() + 2 * first, trans_nodes.begin() + 2 * (first + trans_count[g]));
         for (unsigned k = 0; k < trans_count[g]; ++k) {
             const unsigned from = static_cast<unsigned>(order[k].second) - first;
