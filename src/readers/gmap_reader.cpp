@@ -105,6 +105,9 @@ void gmap_reader::read(const std::string& file, map_layout layout, const std::st
     }
     stream.close();
     check_chromosomes(file, chromosome, found);
+    for (const std::string& name : found)
+        if (name != chromosome && chromosome_key(name) == chromosome_key(chromosome))
+            LOG.println("  * Chromosome " + chromosome + " is " + name + " in this file");
     LOG.println("  * " + std::to_string(map_pos.size()) + " genetic positions found");
     check_rates(file, number, at.names);
 }

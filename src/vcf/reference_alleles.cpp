@@ -49,6 +49,7 @@ class fasta_chromosome {
                       (::faidx_nseq(sequences.get()) > MOST_NAMES ? ", ..." : ""));
     }
 
+    const std::string& name() const { return found; }
     std::int64_t length() const { return ::faidx_seq_len(sequences.get(), found.c_str()); }
 
     /// The bases from `position` (bp, from 1) on, in upper case; fewer at the end.
@@ -131,6 +132,8 @@ reference_alleles find_reference_alleles(const snp_set& study, const std::string
         LOG.println("\nReading the reference sequence in [" + fasta + "]");
         reference = std::make_unique<fasta_chromosome>(fasta, all.chromosome);
         all.length = reference->length();
+        if (reference->name() != all.chromosome)
+            LOG.println("  * Chromosome " + all.chromosome + " is " + reference->name() + " in this file");
     }
     std::vector<std::pair<const snp*, std::string>> excluded;
     long n_turned = 0;

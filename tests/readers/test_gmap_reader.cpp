@@ -138,6 +138,18 @@ TEST(GmapReader, LayoutsWithAChromosome) {
         }
 }
 
+TEST(GmapReader, TellsIfTheChromosomeHasAnotherName) {
+    for (const auto& [name, told] :
+         {std::pair("20", "  * Chromosome 20 is chr20 in this file\n"), {"chr20", ""}}) {
+        const log_capture capture;
+        const std::string file = capture.folder().put("map", "chr20 a 0 1\nchr20 b 1 2\n");
+        gmap_reader map;
+        map.read(file, map_layout::plink, name);
+        EXPECT_EQ(capture.log(),
+                  "\nReading genetic map in [" + file + "]\n" + told + "  * 2 genetic positions found\n");
+    }
+}
+
 TEST(GmapReader, TheHapmapLayoutIsThatOfTheOtherFunction) {
     const log_capture capture;
     gmap_reader map;
