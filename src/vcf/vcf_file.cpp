@@ -111,7 +111,11 @@ hts::header_handle vcf_file::read_header() {
     } else {
         header.reset(hts::watched([this] { return ::bcf_hdr_read(stream.get()); }));
     }
-    if (header != nullptr) return header;
+    if (header == nullptr) stop_without_header();
+    return header;
+}
+
+void vcf_file::stop_without_header() const {
     const std::string twice = header_lines.empty() ? "" : first_duplicate(header_lines.back());
     if (!twice.empty()) LOG.error(file + ": the individual " + twice + " is twice in the header");
     LOG.error(file + ": the header is damaged, or of another version of the format than VCF 4 or BCF 2");
@@ -233,8 +237,12 @@ bool vcf_file::read_record() {
                        : bcf_itr_next(stream.get(), part.get(), line.get());
     });
     if (is_text && result >= 0) result = parse_text();
-    if (result >= 0) return true;
-    if (result == AT_END) return false;
+    if (result < AT_END) stop_behind_last();
+    return result != AT_END;
+}
+
+/// Ends the run at a record that cannot be read.
+void vcf_file::stop_behind_last() const {
     const std::string reason = reason_of(line->errcode);
     LOG.error(file + ": the record behind number " + std::to_string(count) +
               (count > 0 ? " (" + chromosome() + ":" + std::to_string(last_position) + ")" : "") +

@@ -54,7 +54,9 @@ class vcf_file {
     hts::header_handle read_header();
     void read_header_lines();
     void check_end() const;
+    [[noreturn]] void stop_without_header() const;
     bool read_record();
+    [[noreturn]] void stop_behind_last() const;
     int parse_text();
     void check_record();
     void check_alleles();
