@@ -1,5 +1,6 @@
 #include "readers/gmap_reader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string_view>
@@ -105,9 +106,10 @@ void gmap_reader::read(const std::string& file, map_layout layout, const std::st
     }
     stream.close();
     check_chromosomes(file, chromosome, found);
-    for (const std::string& name : found)
-        if (name != chromosome && chromosome_key(name) == chromosome_key(chromosome))
-            LOG.println("  * Chromosome " + chromosome + " is " + name + " in this file");
+    const auto other = std::ranges::find_if(found, [&chromosome](const std::string& name) {
+        return name != chromosome && chromosome_key(name) == chromosome_key(chromosome);
+    });
+    if (other != found.end()) LOG.println("  * Chromosome " + chromosome + " is " + *other + " in this file");
     LOG.println("  * " + std::to_string(map_pos.size()) + " genetic positions found");
     check_rates(file, number, at.names);
 }

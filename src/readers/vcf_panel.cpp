@@ -34,7 +34,7 @@ vcf_panel::vcf_panel(vcf_file& input, filter_reader& filter,
                        "an identifier that nobody else in the study or the panel has");
     }
     alleles.resize(2 * kept.size());
-    LOG.println("  * " + std::to_string(n_haplotypes()) + " reference haplotypes included");
+    LOG.println("  * " + std::to_string(alleles.size()) + " reference haplotypes included");
     const std::size_t n_excluded = 2 * (individuals.size() - kept.size());
     if (n_excluded > 0) LOG.println("  * " + std::to_string(n_excluded) + " reference haplotypes excluded");
 }

@@ -119,8 +119,7 @@ void update_info(const bcf_hdr_t* header, bcf1_t* record, const char* tag,
     const int n = static_cast<int>(numbers.size());
     const std::vector<float> real(numbers.begin(), numbers.end());
     if (type == BCF_HT_INT) {
-        std::vector<std::int32_t> whole;
-        for (const double number : numbers) whole.push_back(static_cast<std::int32_t>(number));
+        const std::vector<std::int32_t> whole(numbers.begin(), numbers.end());
         bcf_update_info_int32(header, record, tag, whole.data(), n);
     } else if (type == BCF_HT_REAL) {
         bcf_update_info_float(header, record, tag, real.data(), n);
@@ -173,6 +172,7 @@ void vcf_rewriter::select_individuals(const std::vector<std::string>& individual
         head.reset(hts::watched([this] { return ::bcf_hdr_dup(file.header()); }));
     } else {
         std::vector<char*> names;
+        names.reserve(individuals.size());
         for (const std::string& name : individuals) names.push_back(const_cast<char*>(name.c_str()));
         individual_at.resize(names.size());
         head.reset(hts::watched([&] {
