@@ -207,6 +207,7 @@ struct small_case {
     const char* name;
     int n_individuals, n_panel, n_loci;
     double spacing;
+    int depth = 4;
 };
 
 class small_cohorts : public ::testing::TestWithParam<small_case> {};
@@ -220,7 +221,9 @@ TEST_P(small_cohorts, AreSelectedFrom) {
         alleles.push_back(support::random_alleles(c.n_loci, random));
     const genhap_set set = mosaics::cohort(alleles, c.n_individuals, c.spacing);
     worker_team team(1);
-    match_selector selector(set, usual(), team);
+    match_settings settings = usual();
+    settings.depth = c.depth;
+    match_selector selector(set, settings, team);
     const selections selected = select_all(selector);
     EXPECT_GE(static_cast<int>(selected.size()), c.n_individuals);
     const std::size_t n_others = alleles.size() - 2;
@@ -236,6 +239,7 @@ INSTANTIATE_TEST_SUITE_P(MatchSelector, small_cohorts,
                                            small_case{"three_people", 3, 0, 50, 0.01},
                                            small_case{"one_person_and_a_panel", 1, 10, 50, 0.01},
                                            small_case{"one_variant", 9, 0, 1, 0.01},
+                                           small_case{"one_variant_and_few_notes", 3, 0, 1, 0.01, 1},
                                            small_case{"two_variants", 9, 0, 2, 0.01},
                                            small_case{"no_genetic_distance", 9, 0, 50, 0.0},
                                            small_case{"far_apart", 9, 0, 50, 20.0}),
