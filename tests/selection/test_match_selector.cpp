@@ -231,6 +231,7 @@ TEST_P(small_cohorts, AreSelectedFrom) {
         EXPECT_GE(idx.size(), std::min<std::size_t>(n_others, 8));
         EXPECT_LE(idx.size(), std::min<std::size_t>(n_others, 12));
         EXPECT_EQ(std::ranges::adjacent_find(idx), idx.end()) << "each once";
+        for (const int h : idx) EXPECT_NE(h / 2, job.first) << "nobody from their own";
     }
 }
 
