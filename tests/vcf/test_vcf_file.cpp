@@ -154,6 +154,16 @@ TEST(VcfFile, DamageStopsTheRun) {
         EXPECT_TRUE(support::stops_naming({r.file, r.message}, [&] { positions(r.file); })) << r.file;
 }
 
+TEST(VcfFile, AFileThatChangesStopsTheRun) {
+    const log_capture capture;
+    const std::string name = put_vcf(capture.folder(), "a.vcf", vcf_text({"Ann"}, {"20 100 a A G 0/1"}));
+    vcf_file file(name, std::nullopt, 1);
+    file.rewind();
+    const timespec past[] = {{1000, 0}, {1000, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, name.c_str(), past, 0), 0);
+    EXPECT_TRUE(stops_with(name + " has changed while this run was working", [&] { file.rewind(); }));
+}
+
 TEST(VcfFile, AnIndexOlderThanItsFileStopsTheRun) {
     const log_capture capture;
     const std::string file = put_vcf(capture.folder(), "a.bcf", vcf_text({"Ann"}, RECORDS));
